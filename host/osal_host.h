@@ -1,0 +1,31 @@
+/* Accounting of the development host's OSAL stand-in (libosal_host.so).
+ *
+ * Room: host. Plain C99, also valid C++. The stand-in exports the five functions that the library
+ * looks up by name (types in runtime/osal.h) and counts what passes through them.
+ */
+#ifndef MESH_FIB6_HOST_OSAL_HOST_H
+#define MESH_FIB6_HOST_OSAL_HOST_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct osal_host_accounts {
+  uint64_t allocations, releases;   /* calls that succeeded */
+  uint64_t live_blocks, live_bytes; /* not yet released */
+  uint64_t peak_blocks, peak_bytes;
+  uint64_t failed_allocations;
+  uint64_t wrong_releases; /* unknown address, released twice, or a module other than allocated */
+  uint64_t log_lines;
+} osal_host_accounts;
+
+/* A consistent snapshot; any thread. */
+void osal_host_get_accounts(osal_host_accounts *accounts);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

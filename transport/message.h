@@ -1,0 +1,39 @@
+// What the transport needs to know of a message type beside its record: its identifier.
+//
+// Room: transport. May include wire/ and runtime/; knows no particular message.
+#pragma once
+
+#include "wire/schema.h"
+
+#include <cstdint>
+
+namespace mesh_fib6::transport {
+
+// FNV-1a, 32 bits: http://www.isthe.com/chongo/tech/comp/fnv/
+constexpr uint32_t fnv1a(const char *text, uint32_t hash = 0x811C9DC5) {
+  for (; *text != 0; text++)
+    hash = (hash ^ static_cast<uint8_t>(*text)) * 0x01000193;
+  return hash;
+}
+
+// Never defined: a call makes constant evaluation fail under this name.
+void record_name_must_be_namespace_and_message();
+
+// Identifier of Record's message: the hash of "<namespace>.<message>", where the record's name is
+// <namespace>_<message>.
+template <class Record>
+consteval uint32_t message_id(const char *wire_namespace) {
+  const char *name = wire::schema<Record>::name;
+  const char *expected = wire_namespace;
+  while (*expected != 0 && *name == *expected)
+    name++, expected++;
+  if (*expected != 0 || *name != '_')
+    record_name_must_be_namespace_and_message();
+  return fnv1a(name + 1, fnv1a(".", fnv1a(wire_namespace)));
+}
+
+// The exported functions of a message type; MESH_FIB6_EXPORT specialises it.
+template <class Record>
+struct exported;
+
+} // namespace mesh_fib6::transport

@@ -1,0 +1,91 @@
+// The send operations: encode one record or many, hand them to the mesh in one call, give the
+// buffers back.
+//
+// Room: transport. May include wire/ and runtime/; knows no particular message. Nothing is kept
+// between calls and nothing is logged. No lock is held while the mesh runs.
+//
+// Tree records (with pointers) travel in the compact arrangement, each as long as its contents;
+// flat records as a fixed image of constant length. The operations are compiled once for all
+// messages: what differs between messages is in a constant per message.
+#pragma once
+
+#include "transport/message.h"
+#include "wire/compact_writer.h"
+#include "wire/fixed_image.h"
+
+namespace mesh_fib6::transport {
+
+inline constexpr uint32_t send_failed = 0xFFFFFFFF;
+
+// Data area of a batch of tree records. Its descriptors lie behind it in the same block.
+inline constexpr uint32_t arena_size = 65536;
+
+// Data area of a single flat send, on the stack.
+inline constexpr uint32_t single_area_size = 1024;
+
+// A message type whose records hold pointers.
+struct tree_message {
+  runtime::unit &unit;
+  uint32_t id;
+  uint32_t record_size;
+  uint32_t (*size)(const void *record); // 0: cannot be encoded
+  uint32_t (*write)(runtime::unit &unit, uint8_t *buffer, uint32_t capacity, const void *record);
+  const char *single_tag; // tags of the operations' allocations
+  const char *batch_tag;
+};
+
+// A message type whose records hold none.
+struct flat_message {
+  runtime::unit &unit;
+  uint32_t id;
+  uint32_t record_size;
+  uint32_t image_size;
+  void (*write)(runtime::unit &unit, uint8_t *slot, const void *record);
+  const char *batch_tag;
+};
+
+template <class Record>
+constexpr auto describe(runtime::unit &unit, uint32_t id) {
+  using names = wire::names<Record>;
+  if constexpr (wire::is_tree<Record>()) {
+    return tree_message{unit,
+                        id,
+                        sizeof(Record),
+                        wire::compact_size<Record>,
+                        wire::write_compact<Record>,
+                        names::sendsingle.text,
+                        names::sendbatch.text};
+  } else {
+    static_assert(wire::fixed_image_size<Record> <= single_area_size);
+    return flat_message{unit,
+                        id,
+                        sizeof(Record),
+                        wire::fixed_image_size<Record>,
+                        wire::write_fixed<Record>,
+                        names::sendbatch.text};
+  }
+}
+
+// The operations; `records` points to the message's own records. Contracts: M__sendsingle and
+// M__sendbatch in modules/message_api.h.
+uint32_t send_single(const tree_message &message, uint32_t destination, const void *record,
+                     uint64_t target);
+uint32_t send_single(const flat_message &message, uint32_t destination, const void *record,
+                     uint64_t target);
+uint32_t send_batch(const tree_message &message, uint32_t destination, const void *records,
+                    uint32_t count, uint64_t target);
+uint32_t send_batch(const flat_message &message, uint32_t destination, const void *records,
+                    uint32_t count, uint64_t target);
+
+// None, one or many, without or with a target.
+template <class Message>
+uint32_t send_counted(const Message &message, uint32_t destination, const void *records,
+                      uint32_t count, uint64_t target) {
+  if (count == 0)
+    return send_failed;
+  if (count == 1)
+    return send_single(message, destination, records, target);
+  return send_batch(message, destination, records, count, target);
+}
+
+} // namespace mesh_fib6::transport

@@ -1,0 +1,21 @@
+// The one gate between a received buffer and whoever reads it.
+//
+// Room: wire. Positions and sizes are unsigned 32-bit bytes counted from the buffer's start. The
+// buffer is untrusted; nothing of it is read before holds() has said yes.
+#pragma once
+
+#include <cstdint>
+
+namespace mesh_fib6::wire {
+
+struct received {
+  const uint8_t *bytes;
+  uint32_t size; // at least 4, at most INT32_MAX: checked where the buffer comes in
+
+  // Whether `count` bytes at `at` are inside. Written as a subtraction: it cannot wrap.
+  constexpr bool holds(uint32_t at, uint32_t count) const {
+    return count <= size && at <= size - count;
+  }
+};
+
+} // namespace mesh_fib6::wire

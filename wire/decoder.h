@@ -1,0 +1,286 @@
+// Reads an untrusted buffer into a record.
+//
+// Room: wire. Checks narrow in stages: parameters, table position, vtable position, vtable length,
+// then each field before it is read. The first three stages of a table tell the log what was wrong,
+// as does a failed allocation; a field out of bounds fails without a word. Either arrangement of
+// the format is accepted, and any other that obeys the FlatBuffers rules.
+#pragma once
+
+#include "wire/bounds.h"
+#include "wire/byte_order.h"
+#include "wire/layout.h"
+#include "wire/names.h"
+#include "wire/platform_memory.h"
+#include "wire/release.h"
+
+namespace mesh_fib6::wire {
+
+// When the root's header is checked. Peers see the difference in the record after a bad header
+// (untouched or zeroed) and in the name under which the failure is logged.
+enum class root_form : uint8_t {
+  header_first, // header, then binding, then the record is zeroed; logged as <message>_unpack
+  table,        // binding and zeroing first; logged as <message>_unpack_non_root
+};
+
+// A table whose vtable is inside the buffer.
+struct table_ref {
+  uint32_t at;
+  uint32_t vtable;
+  uint32_t vtable_size;
+};
+
+// More elements than this could not have their offset words inside any buffer.
+inline constexpr uint32_t max_word_count = 0x3FFFFFFF;
+
+// Checks the header of the table at `at` and describes it; logs under `function` what is wrong.
+template <class Order>
+bool open_table(runtime::unit &unit, const received &in, Order order, uint32_t at,
+                const char *function, table_ref &table) {
+  using runtime::log_category;
+  if (at < root_offset_size || !in.holds(at, soffset_size)) {
+    runtime::write_log(unit, log_category::validation, __LINE__, function,
+                       "[VARKO]:Table offset(%u) is out of range(4 - %u)", at, in.size);
+    return false;
+  }
+  const uint32_t vtable = at - order.template load<uint32_t>(in.bytes + at);
+  if (vtable < root_offset_size || !in.holds(vtable, 4)) {
+    runtime::write_log(unit, log_category::validation, __LINE__, function,
+                       "[VARKO]:Vtable offset(%u) is out of range(4 - %u)", at, in.size - 4);
+    return false;
+  }
+  const uint32_t vtable_size = order.template load<uint16_t>(in.bytes + vtable);
+  if (!in.holds(vtable, vtable_size)) {
+    runtime::write_log(unit, log_category::validation, __LINE__, function,
+                       "[VARKO]:Vtable Len(%u) is out of range(0 - %u)", vtable_size,
+                       in.size - vtable);
+    return false;
+  }
+  table = {at, vtable, vtable_size};
+  return true;
+}
+
+template <class Order>
+class decoder {
+public:
+  decoder(runtime::unit &unit, Order order, const received &in)
+      : unit_(unit), order_(order), in_(in) {}
+
+  template <root_form Form, class Record>
+  void decode_root(Record &record) {
+    const uint32_t root = load<uint32_t>(0);
+    table_ref table;
+    if constexpr (Form == root_form::header_first) {
+      if (!open_table(unit_, in_, order_, root, names<Record>::unpack.text, table))
+        return;
+      runtime::bind_cache(unit_);
+      clear_memory(&record, sizeof record);
+    } else {
+      runtime::bind_cache(unit_);
+      clear_memory(&record, sizeof record);
+      if (!open_table(unit_, in_, order_, root, names<Record>::unpack_non_root.text, table))
+        return;
+    }
+    if (!read_fields(table, record, names<Record>::unpack.text))
+      release(unit_, &record);
+  }
+
+private:
+  template <class Value>
+  Value load(uint32_t at) const {
+    return order_.template load<Value>(in_.bytes + at);
+  }
+
+  // Fields of a table into a zeroed record. `decoding` names the function on whose behalf members
+  // are allocated.
+  template <class Record>
+  bool read_fields(const table_ref &table, Record &record, const char *decoding) {
+    return all_fields<Record>(
+        [&](auto field) { return read_field(field, table, record, decoding); });
+  }
+
+  template <class Field, class Record>
+  bool read_field(Field, const table_ref &table, Record &record, const char *decoding) {
+    constexpr uint32_t slot = Field::slot;
+    if constexpr (Field::is_scalar) {
+      if constexpr (Order::is_common)
+        return read_scalar(table, slot, Field::value(record));
+      else
+        return read_scalar_shared(table, slot, Field::value(record));
+    } else if constexpr (Field::is_fixed_array) {
+      if constexpr (Order::is_common)
+        return read_array(table, slot, &Field::value(record), Field::length);
+      else
+        return read_array_shared(table, slot, &Field::value(record), Field::length);
+    } else {
+      uint32_t at;
+      if (!find(table, slot, at))
+        return true;
+      if constexpr (Field::of == kind::table)
+        return read_table(at, Field::value(record));
+      else if constexpr (Field::of == kind::byte_vector)
+        return read_bytes(at, Field::count(record), Field::pointer(record), decoding);
+      else
+        return read_tables(at, Field::count(record), Field::pointer(record), decoding);
+    }
+  }
+
+  // Where the field of a slot lies. A vtable shorter than the schema comes from an older peer: what
+  // it lacks is absent, as is what it says is not there.
+  bool find(const table_ref &table, uint32_t slot, uint32_t &at) const {
+    if (table.vtable_size < 6 + 2 * slot)
+      return false;
+    const uint32_t entry = load<uint16_t>(table.vtable + 4 + 2 * slot);
+    at = table.at + entry;
+    return entry != 0;
+  }
+
+  template <class Value>
+  [[gnu::always_inline]] bool read_scalar(const table_ref &table, uint32_t slot, Value &value) {
+    uint32_t at;
+    if (!find(table, slot, at))
+      return true;
+    if (!in_.holds(at, sizeof value))
+      return false;
+    value = load<Value>(at);
+    return true;
+  }
+
+  template <class Value>
+  [[gnu::always_inline]] bool read_array(const table_ref &table, uint32_t slot, Value *values,
+                                         uint32_t length) {
+    uint32_t at, items, count;
+    if (!find(table, slot, at))
+      return true;
+    if (!open_vector(at, sizeof *values, items, count) || count != length)
+      return false;
+    if constexpr (sizeof(Value) == 4)
+      order_.load_words(values, in_.bytes + items, length);
+    else
+      memcpy(values, in_.bytes + items, length);
+    return true;
+  }
+
+  // The same two steps as calls that all messages share: in the rare order size counts, not speed.
+  template <class Value>
+  [[gnu::noinline]] bool read_scalar_shared(const table_ref &table, uint32_t slot, Value &value) {
+    return read_scalar(table, slot, value);
+  }
+  template <class Value>
+  [[gnu::noinline]] bool read_array_shared(const table_ref &table, uint32_t slot, Value *values,
+                                           uint32_t length) {
+    return read_array(table, slot, values, length);
+  }
+
+  // Follows the uoffset at `at`.
+  bool follow(uint32_t at, uint32_t &target) const {
+    if (!in_.holds(at, uoffset_size))
+      return false;
+    target = at + load<uint32_t>(at);
+    return target >= at;
+  }
+
+  // A vector of `width`-byte items: where the first one lies and how many there are.
+  bool open_vector(uint32_t at, uint32_t width, uint32_t &items, uint32_t &count) const {
+    uint32_t vector;
+    if (!follow(at, vector) || !in_.holds(vector, vector_length_size))
+      return false;
+    count = load<uint32_t>(vector);
+    items = vector + vector_length_size;
+    return (width == 1 || count <= max_word_count) && in_.holds(items, width * count);
+  }
+
+  template <class Record>
+  bool read_table(uint32_t at, Record &record) {
+    constexpr const char *function = names<Record>::unpack_non_root.text;
+    uint32_t target;
+    table_ref table;
+    return follow(at, target) && open_table(unit_, in_, order_, target, function, table) &&
+           read_fields(table, record, function);
+  }
+
+  bool read_bytes(uint32_t at, uint32_t &length, uint8_t *&bytes, const char *decoding) {
+    uint32_t items, count;
+    if (!open_vector(at, 1, items, count))
+      return false;
+    length = count;
+    if (count == 0)
+      return true;
+    bytes = static_cast<uint8_t *>(allocate(count, decoding));
+    if (bytes == nullptr)
+      return false;
+    copy_memory(bytes, in_.bytes + items, count);
+    return true;
+  }
+
+  template <class Record>
+  bool read_tables(uint32_t at, uint32_t &length, Record *&records, const char *decoding) {
+    uint32_t items, count;
+    if (!open_vector(at, uoffset_size, items, count))
+      return false;
+    length = count;
+    if (count == 0)
+      return true;
+    // The block's size is 32-bit arithmetic by contract. A product that wraps would give a block
+    // too small for its elements, so it counts as an allocation that failed.
+    const uint32_t size = count * static_cast<uint32_t>(sizeof(Record));
+    if (size / sizeof(Record) != count) {
+      report_no_memory(size, decoding);
+      return false;
+    }
+    auto *const block = static_cast<Record *>(allocate(size, decoding));
+    if (block == nullptr)
+      return false;
+    clear_memory(block, size);
+    records = block;
+    for (uint32_t i = 0; i < count; i++)
+      if (!read_element(items + uoffset_size * i, block[i]))
+        return false;
+    return true;
+  }
+
+  template <class Record>
+  bool read_element(uint32_t word, Record &record) {
+    const char *const function = names<Record>::unpack_non_root.text;
+    const uint32_t at = word + load<uint32_t>(word);
+    table_ref table;
+    return at >= word && open_table(unit_, in_, order_, at, function, table) &&
+           read_fields(table, record, function);
+  }
+
+  void *allocate(uint32_t size, const char *decoding) {
+    void *const block = unit_.runtime.cache_alloc(size, runtime::cache_module_id, decoding);
+    if (block == nullptr)
+      report_no_memory(size, decoding);
+    return block;
+  }
+
+  void report_no_memory(uint32_t size, const char *decoding) {
+    runtime::write_log(unit_, runtime::log_category::allocation, __LINE__, decoding,
+                       "[VARKO]:Malloc unpack data unsuccess, size(%u)", size);
+  }
+
+  runtime::unit &unit_;
+  Order order_;
+  received in_;
+};
+
+// Whether there is something to decode and somewhere to decode it to; logs under `function` if not.
+bool accept(runtime::unit &unit, const uint8_t *buffer, uint32_t length, const void *record,
+            const char *function);
+
+// Decodes into *record; see M__unpack in modules/message_api.h for the contract.
+template <root_form Form, class Record>
+uint32_t unpack(runtime::unit &unit, const uint8_t *buffer, uint32_t length, Record *record) {
+  if (accept(unit, buffer, length, record, names<Record>::unpack.text))
+    in_unit_order(unit, [&](auto order) {
+      decoder(unit, order, received{buffer, length}).template decode_root<Form>(*record);
+    });
+  return sizeof(Record);
+}
+
+extern template bool open_table(runtime::unit &, const received &, native_order, uint32_t,
+                                const char *, table_ref &);
+extern template bool open_table(runtime::unit &, const received &, reversed_order, uint32_t,
+                                const char *, table_ref &);
+
+} // namespace mesh_fib6::wire
