@@ -55,3 +55,12 @@ target_link_options(mesh_fib6_hardened_link INTERFACE
 if(NOT MESH_FIB6_SANITIZE AND NOT MESH_FIB6_COVERAGE)
   target_link_options(mesh_fib6_hardened_link INTERFACE LINKER:-z,defs)
 endif()
+
+# The library itself: libc and nothing else of the toolchain's default libraries.
+add_library(mesh_fib6_bare_link INTERFACE)
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL aarch64 AND NOT MESH_FIB6_SANITIZE AND NOT MESH_FIB6_COVERAGE)
+  # The stack protector's guard lives in the loader there. Any process has it, but the linker would
+  # write the loader down as a library that is needed.
+  target_link_options(mesh_fib6_bare_link INTERFACE -nodefaultlibs LINKER:-z,undefs)
+  target_link_libraries(mesh_fib6_bare_link INTERFACE -l:libc.so.6)
+endif()
