@@ -1,0 +1,51 @@
+// A complete OSAL as a library to be loaded at run time: counts calls, nothing more.
+//
+// Room: tests. One thread.
+#include "tests/runtime/late_osal.h"
+
+#include "runtime/osal.h"
+
+#include <cstdlib>
+
+namespace {
+late_osal_counts counts;
+}
+
+extern "C" {
+
+osal_log_write_fn VRX_OsalLogWrite;
+osal_alloc_fn VRX_OsalMemAlloc;
+osal_alloc_fn VRX_OsalMemCacheAlloc;
+osal_free_fn VRX_OsalMemFree;
+osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
+void late_osal_get_counts(late_osal_counts *out);
+
+void VRX_OsalLogWrite(const void *, uint32_t, uint32_t, const char *, uint32_t, const char *,
+                      const char *, ...) {
+  ++counts.log_lines;
+}
+
+void *VRX_OsalMemAlloc(uint32_t size, uint32_t, const char *) {
+  ++counts.allocations;
+  return malloc(size);
+}
+
+void *VRX_OsalMemCacheAlloc(uint32_t size, uint32_t, const char *) {
+  ++counts.cache_allocations;
+  return malloc(size);
+}
+
+void VRX_OsalMemFree(void *block, uint32_t, const char *) {
+  ++counts.releases;
+  free(block);
+}
+
+uint32_t VRX_OsalMemUseFlagGet(uint32_t) {
+  ++counts.flag_questions;
+  return 1;
+}
+
+void late_osal_get_counts(late_osal_counts *out) {
+  *out = counts;
+}
+}

@@ -1,0 +1,266 @@
+// The five functions of the recording OSAL, and the questions tests ask it afterwards.
+//
+// Room: tests. One lock around everything: a test that races is about the library, not about this.
+#include "tests/support/fake_osal.h"
+
+#include "runtime/osal.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <mutex>
+
+namespace fake_osal {
+namespace {
+
+// New blocks and released ones hold these, so that a byte nobody wrote or a stale one shows.
+constexpr int fresh_byte = 0xA5;
+constexpr int stale_byte = 0xDE;
+
+// Every block is followed by bytes that must still be there when it is released. The address
+// sanitizer guards more than that, if it is let.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr size_t guard_size = 0;
+#else
+constexpr size_t guard_size = 64;
+#endif
+constexpr uint8_t guard_byte = 0x5C;
+
+struct live_block {
+  uint32_t size;
+  uint32_t module;
+};
+
+struct state {
+  std::mutex lock;
+  std::vector<call> calls;
+  std::vector<log_line> lines;
+  std::map<void *, live_block> live;
+  size_t wrong_frees = 0;
+  uint32_t allocations_until_failure = 0; // 0: none planned
+  uint32_t largest_allowed = UINT32_MAX;
+  uint32_t use_flag = 1;
+};
+
+// Never destroyed: threads of a test may outlive main's statics.
+state &the_state() {
+  static state &instance = *new state;
+  return instance;
+}
+
+using guard = std::lock_guard<std::mutex>;
+
+std::string text_of(const char *text) {
+  return text == nullptr ? "(null)" : text;
+}
+
+bool must_fail(state &s, uint32_t size) {
+  const bool planned = s.allocations_until_failure == 1;
+  if (s.allocations_until_failure > 0)
+    --s.allocations_until_failure;
+  return planned || size > s.largest_allowed;
+}
+
+void set_guard(void *block, size_t size) {
+  memset(static_cast<uint8_t *>(block) + size, guard_byte, guard_size);
+}
+
+bool guard_is_intact(const void *block, size_t size) {
+  const auto *first = static_cast<const uint8_t *>(block) + size;
+  return std::all_of(first, first + guard_size, [](uint8_t b) { return b == guard_byte; });
+}
+
+[[maybe_unused]] void *allocate(call_kind kind, uint32_t size, uint32_t module,
+                                const char *caller) {
+  state &s = the_state();
+  const guard held(s.lock);
+  void *block = must_fail(s, size) ? nullptr : malloc(size + guard_size);
+  if (block != nullptr) {
+    memset(block, fresh_byte, size);
+    set_guard(block, size);
+    s.live[block] = {size, module};
+  }
+  s.calls.push_back({kind, size, module, text_of(caller), block});
+  return block;
+}
+
+[[maybe_unused]] void release(void *block, uint32_t module, const char *caller) {
+  state &s = the_state();
+  const guard held(s.lock);
+  const auto found = s.live.find(block);
+  const bool known = found != s.live.end();
+  const uint32_t size = known ? found->second.size : 0;
+  s.calls.push_back({call_kind::free, size, module, text_of(caller), block});
+  if (!known || found->second.module != module)
+    ++s.wrong_frees;
+  if (!known)
+    return;
+  if (!guard_is_intact(block, size))
+    ADD_FAILURE() << "somebody wrote behind the " << size << " bytes of " << text_of(caller);
+  s.live.erase(found);
+  memset(block, stale_byte, size);
+  free(block);
+}
+
+[[maybe_unused]] std::string format_message(const char *format, va_list arguments) {
+  va_list again;
+  va_copy(again, arguments);
+  const int length = vsnprintf(nullptr, 0, format, arguments);
+  std::string message(static_cast<size_t>(std::max(length, 0)) + 1, '\0');
+  vsnprintf(message.data(), message.size(), format, again);
+  va_end(again);
+  message.pop_back();
+  return message;
+}
+
+// What a log descriptor points to.
+struct descriptor_words {
+  const char *module_name;
+  const char *submodule_name;
+  uint32_t mem_module_id;
+};
+
+const char *name_of(call_kind kind) {
+  switch (kind) {
+  case call_kind::alloc:
+    return "alloc";
+  case call_kind::cache_alloc:
+    return "cache_alloc";
+  case call_kind::free:
+    return "free";
+  case call_kind::use_flag_get:
+    return "use_flag_get";
+  }
+  return "?";
+}
+
+} // namespace
+
+std::ostream &operator<<(std::ostream &out, const call &c) {
+  return out << name_of(c.kind) << '(' << c.size << ", module " << c.module << ", \"" << c.caller
+             << "\", " << c.block << ')';
+}
+
+std::ostream &operator<<(std::ostream &out, const log_line &l) {
+  return out << "log(" << l.module_name << '/' << l.submodule_name << '/' << l.mem_module_id
+             << ", level " << l.level << ", category " << l.category << ", text \"" << l.text
+             << "\", line " << l.line << ", " << l.function << ": \"" << l.message << "\")";
+}
+
+void reset() {
+  state &s = the_state();
+  const guard held(s.lock);
+  s.calls.clear();
+  s.lines.clear();
+  s.allocations_until_failure = 0;
+  s.largest_allowed = UINT32_MAX;
+}
+
+std::vector<call> calls() {
+  state &s = the_state();
+  const guard held(s.lock);
+  return s.calls;
+}
+
+std::vector<call> calls_of(call_kind kind) {
+  std::vector<call> found = calls();
+  std::erase_if(found, [kind](const call &c) { return c.kind != kind; });
+  return found;
+}
+
+std::vector<log_line> log_lines() {
+  state &s = the_state();
+  const guard held(s.lock);
+  return s.lines;
+}
+
+void fail_allocation(uint32_t n) {
+  state &s = the_state();
+  const guard held(s.lock);
+  s.allocations_until_failure = n;
+}
+
+void refuse_above(uint32_t bytes) {
+  state &s = the_state();
+  const guard held(s.lock);
+  s.largest_allowed = bytes;
+}
+
+void set_use_flag(uint32_t answer) {
+  state &s = the_state();
+  const guard held(s.lock);
+  s.use_flag = answer;
+}
+
+size_t live_blocks() {
+  state &s = the_state();
+  const guard held(s.lock);
+  return s.live.size();
+}
+
+size_t wrong_frees() {
+  state &s = the_state();
+  const guard held(s.lock);
+  return s.wrong_frees;
+}
+
+} // namespace fake_osal
+
+// A process that lacks some of the five is made by leaving them out here.
+extern "C" {
+
+osal_log_write_fn VRX_OsalLogWrite;
+osal_alloc_fn VRX_OsalMemAlloc;
+osal_alloc_fn VRX_OsalMemCacheAlloc;
+osal_free_fn VRX_OsalMemFree;
+osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
+
+#ifndef FAKE_OSAL_WITHOUT_LOG_WRITE
+void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category, const char *text,
+                      uint32_t line, const char *function, const char *format, ...) {
+  using namespace fake_osal;
+  va_list arguments;
+  va_start(arguments, format);
+  std::string message = format_message(format, arguments);
+  va_end(arguments);
+  const auto *words = static_cast<const descriptor_words *>(descriptor);
+  state &s = the_state();
+  const guard held(s.lock);
+  s.lines.push_back({text_of(words->module_name), text_of(words->submodule_name),
+                     words->mem_module_id, level, category, text_of(text), line, text_of(function),
+                     text_of(format), std::move(message)});
+}
+#endif
+
+#ifndef FAKE_OSAL_WITHOUT_MEM_ALLOC
+void *VRX_OsalMemAlloc(uint32_t size, uint32_t module, const char *caller) {
+  return fake_osal::allocate(fake_osal::call_kind::alloc, size, module, caller);
+}
+#endif
+
+#ifndef FAKE_OSAL_WITHOUT_MEM_CACHE_ALLOC
+void *VRX_OsalMemCacheAlloc(uint32_t size, uint32_t module, const char *caller) {
+  return fake_osal::allocate(fake_osal::call_kind::cache_alloc, size, module, caller);
+}
+#endif
+
+#ifndef FAKE_OSAL_WITHOUT_MEM_FREE
+void VRX_OsalMemFree(void *block, uint32_t module, const char *caller) {
+  fake_osal::release(block, module, caller);
+}
+#endif
+
+#ifndef FAKE_OSAL_WITHOUT_MEM_USE_FLAG_GET
+uint32_t VRX_OsalMemUseFlagGet(uint32_t module) {
+  fake_osal::state &s = fake_osal::the_state();
+  const fake_osal::guard held(s.lock);
+  s.calls.push_back({fake_osal::call_kind::use_flag_get, 0, module, "", nullptr});
+  return s.use_flag;
+}
+#endif
+}

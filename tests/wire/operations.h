@@ -1,0 +1,129 @@
+// The operations of each message type behind one name, for tests that hold for all of them.
+//
+// Room: tests. Includes the modules' public headers and the units.
+#pragma once
+
+#include "modules/fib6/fib6.h"
+#include "modules/fib6/units.h"
+#include "modules/fib6_cfg/fib6_cfg.h"
+#include "modules/fib6_cfg/units.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+
+// How a message's root is decoded: header_first checks the header before it touches the record,
+// table_form clears the record first and reports header failures under another name.
+enum class root_form { header_first, table_form };
+
+template <class M>
+struct operations;
+
+#define MESH_FIB6_TEST_OPERATIONS(M, MODULE, ID, SLOTS, FORM)                                      \
+  template <>                                                                                      \
+  struct operations<M> {                                                                           \
+    static constexpr const char *name = #M;                                                        \
+    static constexpr uint32_t id = ID;                                                             \
+    static constexpr uint16_t root_slots = SLOTS;                                                  \
+    static constexpr root_form form = root_form::FORM;                                             \
+    static constexpr auto pack = &M##__pack;                                                       \
+    static constexpr auto unpack = &M##__unpack;                                                   \
+    static constexpr auto release = &M##_free__unpacked;                                           \
+    static constexpr auto sendsingle = &M##__sendsingle;                                           \
+    static mesh_fib6::runtime::unit &recv_unit() { return mesh_fib6::MODULE::recv_unit; }          \
+    static mesh_fib6::runtime::unit &send_unit() { return mesh_fib6::MODULE::send_unit; }          \
+  }
+
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_ipv6FwdUpdateMsg, fib6, 0x5026A923, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_ipv6FwdDelMsg, fib6, 0x0B394879, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_nhp6GroupUpdateMsg, fib6, 0x12BA2120, 3, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_nhp6GroupDelMsg, fib6, 0xE0BBBCA0, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_nhp6UpdateMsg, fib6, 0x5FFC4D23, 8, table_form);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_nhp6DelMsg, fib6, 0xEE8FB479, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_srv6SrListUpdateMsg, fib6, 0x44FD956B, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_srv6SrListDelMsg, fib6, 0x03FB3FE1, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_ipv6PathMtuUpdateMsg, fib6, 0x08C4DDE3, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_ipv6PathMtuDelMsg, fib6, 0x6718B739, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_pidStateMsg, fib6, 0x2DAF16C2, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(fib6_cfg_cfg_ipv6_ttl_expired_forward, fib6_cfg, 0x863B570C, 5,
+                          header_first);
+
+// Calls visit(count, array) for each vector of a record, in member order.
+template <class M, class Visitor>
+void for_each_vector(M &record, Visitor visit) {
+  if constexpr (requires { record.f1_count; })
+    visit(record.f1_count, record.f1);
+  if constexpr (requires { record.f2_count; })
+    visit(record.f2_count, record.f2);
+  if constexpr (requires { record.f3_count; })
+    visit(record.f3_count, record.f3);
+  if constexpr (requires { record.f4_count; })
+    visit(record.f4_count, record.f4);
+  if constexpr (requires { record.f5_count; })
+    visit(record.f5_count, record.f5);
+  if constexpr (requires { record.f6_count; })
+    visit(record.f6_count, record.f6);
+  if constexpr (requires { record.f7_count; })
+    visit(record.f7_count, record.f7);
+}
+
+// Records with vectors own memory once decoded and travel in the compact layout; flat ones do not.
+template <class M>
+constexpr bool has_vectors() {
+  return requires(M m) {
+    m.f1_count;
+  }
+  || requires(M m) {
+    m.f2_count;
+  };
+}
+
+using tree_messages =
+    testing::Types<feiBrokerFib6_ipv6FwdUpdateMsg, feiBrokerFib6_ipv6FwdDelMsg,
+                   feiBrokerFib6_nhp6GroupUpdateMsg, feiBrokerFib6_nhp6GroupDelMsg,
+                   feiBrokerFib6_nhp6UpdateMsg, feiBrokerFib6_nhp6DelMsg,
+                   feiBrokerFib6_srv6SrListUpdateMsg, feiBrokerFib6_srv6SrListDelMsg,
+                   feiBrokerFib6_ipv6PathMtuUpdateMsg, feiBrokerFib6_ipv6PathMtuDelMsg>;
+using flat_messages =
+    testing::Types<feiBrokerFib6_pidStateMsg, fib6_cfg_cfg_ipv6_ttl_expired_forward>;
+using all_messages =
+    testing::Types<feiBrokerFib6_ipv6FwdUpdateMsg, feiBrokerFib6_ipv6FwdDelMsg,
+                   feiBrokerFib6_nhp6GroupUpdateMsg, feiBrokerFib6_nhp6GroupDelMsg,
+                   feiBrokerFib6_nhp6UpdateMsg, feiBrokerFib6_nhp6DelMsg,
+                   feiBrokerFib6_srv6SrListUpdateMsg, feiBrokerFib6_srv6SrListDelMsg,
+                   feiBrokerFib6_ipv6PathMtuUpdateMsg, feiBrokerFib6_ipv6PathMtuDelMsg,
+                   feiBrokerFib6_pidStateMsg, fib6_cfg_cfg_ipv6_ttl_expired_forward>;
+
+// Names the cases of a typed test after the message instead of a number.
+struct message_names {
+  template <class M>
+  static std::string GetName(int) {
+    return operations<M>::name;
+  }
+};
+
+// Binds both sides of the message's module, so that what a test then records is the call's own.
+template <class M>
+void bind_units() {
+  for (mesh_fib6::runtime::unit *unit :
+       {&operations<M>::recv_unit(), &operations<M>::send_unit()}) {
+    mesh_fib6::runtime::bind_general(*unit);
+    mesh_fib6::runtime::bind_cache(*unit);
+  }
+}
+
+// Sets a unit's byte order for the life of this object; the unit must be bound already, for binding
+// clears the flag.
+class swapped_unit {
+public:
+  swapped_unit(mesh_fib6::runtime::unit &unit, uint32_t byte_swap) : unit_(unit) {
+    unit_.byte_swap = byte_swap;
+  }
+  swapped_unit(const swapped_unit &) = delete;
+  swapped_unit &operator=(const swapped_unit &) = delete;
+  ~swapped_unit() { unit_.byte_swap = 0; }
+
+private:
+  mesh_fib6::runtime::unit &unit_;
+};
