@@ -206,6 +206,16 @@ TEST(Element, InTheLastFourBytesIsAccepted) {
   EXPECT_EQ(std::memcmp(decoded.record.f1, &zero, sizeof zero), 0);
 }
 
+// An offset of 0 is odd but sound: the offset word doubles as the table word of an empty table.
+TEST(Element, MayBeItsOwnOffsetWord) {
+  const decoding<hop_keys> decoded(batch_wire(2).bytes());
+  EXPECT_TRUE(decoded.silent());
+  EXPECT_EQ(call_texts<hop_keys>(decoded.calls), (texts{"alloc 8"}));
+  ASSERT_NE(decoded.record.f1, nullptr);
+  EXPECT_EQ(decoded.record.f1[0].f0, 0U);
+  EXPECT_EQ(decoded.record.f1[1].f0, 0U);
+}
+
 TEST(Element, WhoseVtableIsOutOfRangeIsReportedWithItsTable) {
   const wire_builder wire = one_element({});
   for (const uint32_t vtable : {0U, 3U, 37U, 40U, 0x7FFFFFFFU, 0xFFFFFFFFU})
@@ -654,6 +664,20 @@ TEST(EmbeddedTable, AtTheEndIsRead) {
   EXPECT_EQ(decoded.record.f0, batch_f0);
   EXPECT_EQ(decoded.record.f1.f0, 0x11223344U);
   EXPECT_EQ(decoded.record.f1.f4, 0U);
+}
+
+// What follows is still read: a vector of one element, its count where the sub-table's field was.
+TEST(EmbeddedTable, MayBeItsOwnOffsetWord) {
+  group_wire it;
+  const uint32_t count = it.table + 4;
+  it.wire.set_u32(it.reference, 0).set_u16(4 + 4 + 2 * 2, 12);
+  it.wire.refer(14 + 12, count).set_u32(count, 1).u32(0);
+  const decoding<group> decoded(it.wire.bytes());
+  EXPECT_TRUE(decoded.silent());
+  EXPECT_EQ(decoded.record.f0, batch_f0);
+  EXPECT_EQ(decoded.record.f1.f0, 0U);
+  EXPECT_EQ(decoded.record.f2_count, 1U);
+  EXPECT_NE(decoded.record.f2, nullptr);
 }
 
 TEST(EmbeddedTable, WhoseOffsetWordIsCutFailsSilently) {

@@ -454,13 +454,17 @@ inline images_of<feiBrokerFib6_ipv6PathMtuDelMsg> images() {
 
 template <>
 inline images_of<feiBrokerFib6_nhp6GroupUpdateMsg> images() {
-  return tree_images(nhp6GroupUpdateMsg::full);
+  auto list = tree_images(nhp6GroupUpdateMsg::full);
+  list.push_back({"full_swap_1", &nhp6GroupUpdateMsg::full, layout::compact, 1});
+  return list;
 }
 
 template <>
 inline images_of<feiBrokerFib6_nhp6UpdateMsg> images() {
   auto list = tree_images(nhp6UpdateMsg::full);
   list.push_back({"only_f7", &nhp6UpdateMsg::only_f7});
+  list.push_back({"full_swap_1", &nhp6UpdateMsg::full, layout::compact, 1});
+  list.push_back({"only_f7_swap_2", &nhp6UpdateMsg::only_f7, layout::compact, 2});
   return list;
 }
 
