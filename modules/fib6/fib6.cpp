@@ -34,6 +34,16 @@ MESH_FIB6_EXPORT(fib6, feiBrokerFib6_srv6SrListDelMsg, header_first);
 MESH_FIB6_EXPORT(fib6, feiBrokerFib6_ipv6PathMtuUpdateMsg, header_first);
 MESH_FIB6_EXPORT(fib6, feiBrokerFib6_ipv6PathMtuDelMsg, header_first);
 MESH_FIB6_EXPORT(fib6, feiBrokerFib6_pidStateMsg, header_first);
+MESH_FIB6_EXPORT(fib6, feiBrokerFib6_classItemMsg, header_first);
+MESH_FIB6_EXPORT(fib6, feiBrokerFib6_vrfClassStateMsg, header_first);
+MESH_FIB6_EXPORT(fib6, feiBrokerFib6_vrfClassDataMsg, header_first);
+MESH_FIB6_EXPORT(fib6, feiBrokerFib6_lrClassDataMsg, header_first);
+MESH_FIB6_EXPORT(fib6, feiBrokerFib6_loadBalanceMode, table);
+MESH_FIB6_EXPORT(fib6, feiBrokerFib6_loadBalanceReverse, header_first);
+MESH_FIB6_EXPORT(fib6, feiBrokerFib6_dod_enable, header_first);
+MESH_FIB6_EXPORT(fib6, feiBrokerFib6_dod_rule, header_first);
+MESH_FIB6_EXPORT(fib6, feiBrokerFib6_dod_aging, table);
+MESH_FIB6_EXPORT(fib6, feiBrokerFib6_special_ip, header_first);
 
 uint32_t fib6_recv_init(void) {
   return mesh_fib6::transport::register_messages(mesh_fib6::fib6::messages{});

@@ -227,6 +227,34 @@ typedef struct feiBrokerFib6_pidState {
   uint32_t f2;
 } feiBrokerFib6_pidState;
 
+/* A class item. 12 bytes. */
+typedef struct feiBrokerFib6_classItem {
+  uint32_t f0;
+  uint32_t f1;
+  uint8_t f2;
+} feiBrokerFib6_classItem;
+
+/* The class state of a VRF. 24 bytes. */
+typedef struct feiBrokerFib6_vrfClassState {
+  uint32_t f0;
+  uint32_t f1;
+  uint32_t f2;
+  uint32_t f3;
+  uint32_t f4;
+  uint32_t f5;
+} feiBrokerFib6_vrfClassState;
+
+/* The class data of a VRF. 28 bytes. */
+typedef struct feiBrokerFib6_vrfClassData {
+  uint32_t f0;
+  uint32_t f1;
+  uint32_t f2;
+  uint32_t f3;
+  uint32_t f4;
+  uint32_t f5;
+  uint8_t f6;
+} feiBrokerFib6_vrfClassData;
+
 /* Routes to add or change. 16 bytes. */
 typedef struct feiBrokerFib6_ipv6FwdUpdateMsg {
   uint32_t f0;
@@ -325,6 +353,93 @@ typedef struct feiBrokerFib6_pidStateMsg {
   feiBrokerFib6_pidState f1;
 } feiBrokerFib6_pidStateMsg;
 MESH_FIB6_MESSAGE(feiBrokerFib6_pidStateMsg);
+
+/* A class item. 16 bytes. */
+typedef struct feiBrokerFib6_classItemMsg {
+  uint32_t f0;
+  feiBrokerFib6_classItem f1;
+} feiBrokerFib6_classItemMsg;
+MESH_FIB6_MESSAGE(feiBrokerFib6_classItemMsg);
+
+/* The class state of a VRF. 28 bytes. */
+typedef struct feiBrokerFib6_vrfClassStateMsg {
+  uint32_t f0;
+  feiBrokerFib6_vrfClassState f1;
+} feiBrokerFib6_vrfClassStateMsg;
+MESH_FIB6_MESSAGE(feiBrokerFib6_vrfClassStateMsg);
+
+/* The class data of a VRF. 32 bytes. */
+typedef struct feiBrokerFib6_vrfClassDataMsg {
+  uint32_t f0;
+  feiBrokerFib6_vrfClassData f1;
+} feiBrokerFib6_vrfClassDataMsg;
+MESH_FIB6_MESSAGE(feiBrokerFib6_vrfClassDataMsg);
+
+/* Class data of a logical router. 12 bytes. */
+typedef struct feiBrokerFib6_lrClassDataMsg {
+  uint32_t f0;
+  uint32_t f1;
+  uint32_t f2;
+} feiBrokerFib6_lrClassDataMsg;
+MESH_FIB6_MESSAGE(feiBrokerFib6_lrClassDataMsg);
+
+/* A load-balancing mode. 16 bytes. */
+typedef struct feiBrokerFib6_loadBalanceMode {
+  uint32_t f0;
+  uint32_t f1;
+  uint8_t f2;
+  uint8_t f3;
+  uint8_t f4;
+  uint8_t f5;
+  uint8_t f6;
+} feiBrokerFib6_loadBalanceMode;
+MESH_FIB6_MESSAGE(feiBrokerFib6_loadBalanceMode);
+
+/* A load-balancing reversal. 12 bytes. */
+typedef struct feiBrokerFib6_loadBalanceReverse {
+  uint32_t f0;
+  uint32_t f1;
+  uint8_t f2;
+} feiBrokerFib6_loadBalanceReverse;
+MESH_FIB6_MESSAGE(feiBrokerFib6_loadBalanceReverse);
+
+/* The "dod" switch. 12 bytes. */
+typedef struct feiBrokerFib6_dod_enable {
+  uint32_t f0;
+  uint32_t f1;
+  uint32_t f2;
+} feiBrokerFib6_dod_enable;
+MESH_FIB6_MESSAGE(feiBrokerFib6_dod_enable);
+
+/* A "dod" rule. 32 bytes. */
+typedef struct feiBrokerFib6_dod_rule {
+  uint16_t f0;
+  uint32_t f1;
+  uint32_t f2;
+  uint32_t f3[4];
+  uint8_t f4;
+} feiBrokerFib6_dod_rule;
+MESH_FIB6_MESSAGE(feiBrokerFib6_dod_rule);
+
+/* "dod" aging. 24 bytes. */
+typedef struct feiBrokerFib6_dod_aging {
+  uint16_t f0;
+  uint32_t f1;
+  uint32_t f2;
+  uint32_t f3;
+  uint32_t f4;
+  uint32_t f5;
+} feiBrokerFib6_dod_aging;
+MESH_FIB6_MESSAGE(feiBrokerFib6_dod_aging);
+
+/* A special address. 12 bytes. */
+typedef struct feiBrokerFib6_special_ip {
+  uint16_t f0;
+  uint32_t f1;
+  uint8_t f2;
+  uint8_t f3;
+} feiBrokerFib6_special_ip;
+MESH_FIB6_MESSAGE(feiBrokerFib6_special_ip);
 
 /* Registers the module's messages with the mesh, in a fixed order, each with its unpack and release
  * function. The first refusal ends the registration and is returned; 0 means all are registered. */

@@ -19,6 +19,16 @@ static_assert(pinned<feiBrokerFib6_srv6SrListDelMsg>(0x03FB3FE1, 16, 16));
 static_assert(pinned<feiBrokerFib6_ipv6PathMtuUpdateMsg>(0x08C4DDE3, 16, 16));
 static_assert(pinned<feiBrokerFib6_ipv6PathMtuDelMsg>(0x6718B739, 16, 16));
 static_assert(pinned<feiBrokerFib6_pidStateMsg>(0x2DAF16C2, 16, 56));
+static_assert(pinned<feiBrokerFib6_classItemMsg>(0x9D4AD197, 16, 56));
+static_assert(pinned<feiBrokerFib6_vrfClassStateMsg>(0x4E636B47, 28, 72));
+static_assert(pinned<feiBrokerFib6_vrfClassDataMsg>(0x2646ACE6, 32, 80));
+static_assert(pinned<feiBrokerFib6_lrClassDataMsg>(0x36A0ECDC, 12, 32));
+static_assert(pinned<feiBrokerFib6_loadBalanceMode>(0x0D2C457A, 16, 48));
+static_assert(pinned<feiBrokerFib6_loadBalanceReverse>(0x2555943D, 12, 32));
+static_assert(pinned<feiBrokerFib6_dod_enable>(0x877476E0, 12, 32));
+static_assert(pinned<feiBrokerFib6_dod_rule>(0x7EA01FE9, 32, 64));
+static_assert(pinned<feiBrokerFib6_dod_aging>(0x89D66519, 24, 48));
+static_assert(pinned<feiBrokerFib6_special_ip>(0xD001F332, 12, 32));
 
 static_assert(pinned_table<feiBrokerFib6_ipv6Fwd>(56, 60));
 static_assert(pinned_table<feiBrokerFib6_ipv6FwdKey>(28, 53));
@@ -38,5 +48,8 @@ static_assert(pinned_table<feiBrokerFib6_srv6SrListKey>(16, 16));
 static_assert(pinned_table<feiBrokerFib6_ipv6PathMtu>(32, 42));
 static_assert(pinned_table<feiBrokerFib6_ipv6PathMtuKey>(24, 38));
 static_assert(pinned_table<feiBrokerFib6_pidState>(12, 14));
+static_assert(pinned_table<feiBrokerFib6_classItem>(12, 14));
+static_assert(pinned_table<feiBrokerFib6_vrfClassState>(24, 20));
+static_assert(pinned_table<feiBrokerFib6_vrfClassData>(28, 22));
 
 } // namespace mesh_fib6

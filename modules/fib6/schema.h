@@ -26,6 +26,9 @@ MESH_FIB6_TABLE(feiBrokerFib6_srv6SrListKey, f0, f1, f2, f3);
 MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtu, f0, f1, f2, f3, f4);
 MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtuKey, f0, f1, f2);
 MESH_FIB6_TABLE(feiBrokerFib6_pidState, f0, f1, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_classItem, f0, f1, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_vrfClassState, f0, f1, f2, f3, f4, f5);
+MESH_FIB6_TABLE(feiBrokerFib6_vrfClassData, f0, f1, f2, f3, f4, f5, f6);
 
 MESH_FIB6_TABLE(feiBrokerFib6_ipv6FwdUpdateMsg, f0, f1_count, f1);
 MESH_FIB6_TABLE(feiBrokerFib6_ipv6FwdDelMsg, f0, f1_count, f1);
@@ -39,6 +42,16 @@ MESH_FIB6_TABLE(feiBrokerFib6_srv6SrListDelMsg, f0, f1_count, f1);
 MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtuUpdateMsg, f0, f1_count, f1);
 MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtuDelMsg, f0, f1_count, f1);
 MESH_FIB6_TABLE(feiBrokerFib6_pidStateMsg, f0, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_classItemMsg, f0, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_vrfClassStateMsg, f0, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_vrfClassDataMsg, f0, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_lrClassDataMsg, f0, f1, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_loadBalanceMode, f0, f1, f2, f3, f4, f5, f6);
+MESH_FIB6_TABLE(feiBrokerFib6_loadBalanceReverse, f0, f1, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_dod_enable, f0, f1, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_dod_rule, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(feiBrokerFib6_dod_aging, f0, f1, f2, f3, f4, f5);
+MESH_FIB6_TABLE(feiBrokerFib6_special_ip, f0, f1, f2, f3);
 
 namespace mesh_fib6::fib6 {
 
@@ -56,6 +69,16 @@ using messages = wire::type_list<feiBrokerFib6_ipv6FwdUpdateMsg,     //
                                  feiBrokerFib6_srv6SrListDelMsg,     //
                                  feiBrokerFib6_ipv6PathMtuUpdateMsg, //
                                  feiBrokerFib6_ipv6PathMtuDelMsg,    //
-                                 feiBrokerFib6_pidStateMsg>;
+                                 feiBrokerFib6_pidStateMsg,          //
+                                 feiBrokerFib6_classItemMsg,         //
+                                 feiBrokerFib6_vrfClassStateMsg,     //
+                                 feiBrokerFib6_vrfClassDataMsg,      //
+                                 feiBrokerFib6_lrClassDataMsg,       //
+                                 feiBrokerFib6_loadBalanceMode,      //
+                                 feiBrokerFib6_loadBalanceReverse,   //
+                                 feiBrokerFib6_dod_enable,           //
+                                 feiBrokerFib6_dod_rule,             //
+                                 feiBrokerFib6_dod_aging,            //
+                                 feiBrokerFib6_special_ip>;
 
 } // namespace mesh_fib6::fib6

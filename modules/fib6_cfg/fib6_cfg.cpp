@@ -23,7 +23,13 @@ namespace {
 } // namespace
 } // namespace mesh_fib6::fib6_cfg
 
+MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_fib6_key, header_first);
+MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_fib6_rec, header_first);
+MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_dfx_key, header_first);
+MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_dfx_rec, header_first);
 MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_cfg_ipv6_ttl_expired_forward, header_first);
+MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_fib6check_key, header_first);
+MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_fib6check_rec, header_first);
 
 uint32_t fib6_cfg_recv_init(void) {
   return mesh_fib6::transport::register_messages(mesh_fib6::fib6_cfg::messages{});
