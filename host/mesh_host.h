@@ -13,7 +13,7 @@
 extern "C" {
 #endif
 
-/* Results of the send functions (their low 32 bits) and, as negatives, of nothing else. */
+/* Results of the send functions (their low 32 bits) and of the functions below. */
 enum mesh_host_result {
   MESH_HOST_OK = 0,
   MESH_HOST_FULL = 0x4D480001,        /* the receiver took nothing within the send time-out */
@@ -31,7 +31,8 @@ typedef struct mesh_host_receiver mesh_host_receiver;
 
 /* Called on the polling thread for each decoded record. `record` is storage of the host, zeroed
  * before decoding, released by the registered release hook and reused after the handler returns.
- * `target` is what the sender gave (0 when none). */
+ * `target` is what the sender gave (0 when none). A handler may send, but neither poll nor detach
+ * its own receiver, and must not throw. */
 typedef void (*mesh_host_handler)(void *context, uint32_t id, uint64_t target, const void *record,
                                   uint32_t record_size);
 
@@ -40,25 +41,35 @@ uint32_t mesh_host_attach(uint32_t destination, mesh_host_receiver **receiver);
 
 /* Waits up to `timeout_ms` (-1: without limit, 0: not at all) for messages, hands every message
  * that has arrived to `handler` (at least one, at most a bounded number per call) and acknowledges
- * them afterwards. Returns the number of messages handled, 0 after a time-out, -1 on an error that
- * ends this receiver (told on stderr). */
+ * them afterwards. Returns the number of messages handled, 0 after a time-out or a signal, -1 on an
+ * error that ends this receiver (told on stderr) and after a detach in another thread. Messages
+ * that are refused (unknown identifier, oversize, malformed) do not end the wait. One thread at a
+ * time: a second poll of the same receiver returns -1 and leaves the first alone. */
 int mesh_host_poll(mesh_host_receiver *receiver, int timeout_ms, mesh_host_handler handler,
                    void *context);
 
-/* Ends the attachment; unhandled messages are refused to their senders, not lost silently. */
+/* Ends the attachment; unhandled messages are refused to their senders, not lost silently. A poll
+ * in another thread ends first. */
 void mesh_host_detach(mesh_host_receiver *receiver);
 
-/* Waits until every message this process has sent to `destination` was handled there. */
+/* Waits until every message this process has sent to `destination` was handled there. MESH_HOST_OK,
+ * MESH_HOST_FULL when they were not by then, MESH_HOST_PEER_LOST. */
 uint32_t mesh_host_flush(uint32_t destination, int timeout_ms);
 
-/* What this process refused or could not use, for tests and summaries. */
+/* Flushes all destinations, then calls the registered clean hooks in the order of registration.
+ * MESH_HOST_OK or the first failure of a flush; the hooks are called in either case. */
+uint32_t mesh_host_clean(int timeout_ms);
+
+/* What went through this process and what it refused, for tests and summaries. Bytes are those of
+ * encoded messages, without the frames around them. `sent` counts messages accepted for sending,
+ * `delivered` those handed to a handler. */
 typedef struct mesh_host_counters {
   uint64_t sent, delivered, bytes_sent, bytes_received;
   uint64_t unknown_identifier, oversize, malformed;
 } mesh_host_counters;
 void mesh_host_get_counters(mesh_host_counters *counters);
 
-/* A text for a mesh_host_result, never null. */
+/* A text for a mesh_host_result or any other result of a send operation, never null. */
 const char *mesh_host_result_text(uint32_t result);
 
 #ifdef __cplusplus

@@ -10,7 +10,8 @@
 namespace {
 
 class MemoryCopy : public testing::TestWithParam<decltype(&memcpy_s)> {};
-INSTANTIATE_TEST_SUITE_P(BothNames, MemoryCopy, testing::Values(memcpy_s, memcpy_sOptAsm));
+INSTANTIATE_TEST_SUITE_P(BothNames, MemoryCopy, testing::Values(memcpy_s, memcpy_sOptAsm),
+                         [](const auto &name) { return name.index == 0 ? "plain" : "optimised"; });
 
 TEST(MemorySet, FillsTheCountAndNoMore) {
   std::string area(8, '.');

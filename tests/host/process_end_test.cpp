@@ -23,7 +23,7 @@ TEST_F(ProcessEnd, DeliversWhatASenderSentJustBeforeItEnded) {
 }
 
 TEST_F(ProcessEnd, WaitsNoLongerThanTheTimeOutForAReceiverThatTakesNothing) {
-  set_variable("MESH_HOST_SEND_TIMEOUT_MS", "200");
+  set_variable("MESH_HOST_SEND_TIMEOUT_MS", "1000");
   const captured_stderr told;
   child sender([](conversation &) { return send_samples(0, 3) == 0 ? 0 : 1; });
   collecting_receiver receiver;
@@ -74,6 +74,7 @@ TEST_F(ProcessEnd, EndsWhileAnotherThreadPolls) {
   EXPECT_LT(waited, promptly);
 }
 
+#ifndef __SANITIZE_THREAD__ // which cannot follow threads made after a fork of several threads
 TEST_F(ProcessEnd, GivesAForkedChildAMeshOfItsOwn) {
   child receiver(receiver_of_numbers(4));
   ASSERT_EQ(receiver.talk().hear(), "attached");
@@ -85,6 +86,8 @@ TEST_F(ProcessEnd, GivesAForkedChildAMeshOfItsOwn) {
   EXPECT_EQ(second_sender.wait(), 0);
   EXPECT_EQ(receiver.talk().hear(), "in order");
 }
+
+#endif
 
 TEST_F(ProcessEnd, KeepsAForkedChildFromPollingItsParentsReceiver) {
   collecting_receiver receiver;

@@ -103,7 +103,7 @@ TEST_F(Settings, MakesThePrivateDirectoryWithMode0700) {
 }
 
 TEST_F(Settings, RefusesADirectoryOthersCanReach) {
-  for (const mode_t mode : {0710, 0701, 0770, 0755, 0777}) {
+  for (const mode_t mode : {0710U, 0701U, 0770U, 0755U, 0777U}) {
     mkdir(directory.c_str(), 0700);
     ASSERT_EQ(chmod(directory.c_str(), mode), 0);
     char complaint[64];

@@ -1,0 +1,18 @@
+// fib6-receiver: rebuilds the IPv6 table that a fib6-sender in another terminal sends.
+//
+// Room: examples. Includes this folder only.
+#include "examples/command_line.h"
+#include "examples/receiver.h"
+
+int main(int argc, char **argv) {
+  example::receiver_options options;
+  CLI::App app("Receives IPv6 tables until it is interrupted.\n"
+               "Exit status: 0 ended when asked to, 1 failed, 2 wrong usage.");
+  app.add_option("--destination", options.destination, "Where to attach")->capture_default_str();
+  app.add_option("--write-table", options.table_path,
+                 "Write a complete table to this file as text");
+  app.add_flag("--once", options.once, "End after the first table was withdrawn again");
+  if (const auto status = example::parse_command_line(app, argc, argv))
+    return *status;
+  return example::guarded("fib6-receiver", [&] { return example::run_receiver(options, nullptr); });
+}

@@ -1,0 +1,84 @@
+// Registration.
+//
+// Room: host. Registrations live as long as the process and survive a fork.
+#include "host/hooks.h"
+
+#include "host/mesh_host.h"
+
+#include <algorithm>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+namespace mesh_host {
+namespace {
+
+struct registry {
+  std::mutex lock;
+  std::unordered_map<uint32_t, message_hooks> by_id; // its elements never move
+  std::vector<mesh_clean_hook> clean;
+};
+
+// Never destroyed: messages may arrive while the process ends.
+registry &the_registry() {
+  static registry *const known = new registry;
+  return *known;
+}
+
+} // namespace
+
+uint32_t register_hooks(uint32_t id, mesh_unpack_hook unpack, mesh_free_hook release) {
+  if (unpack == nullptr || release == nullptr)
+    return MESH_HOST_BAD_ARGUMENT;
+  registry &known = the_registry();
+  const std::lock_guard held(known.lock);
+  const auto [entry, added] = known.by_id.try_emplace(id, unpack, release);
+  const bool same = entry->second.unpack == unpack && entry->second.release == release;
+  return added || same ? MESH_HOST_OK : MESH_HOST_DUPLICATE;
+}
+
+uint32_t register_clean_hook(mesh_clean_hook clean) {
+  if (clean == nullptr)
+    return MESH_HOST_BAD_ARGUMENT;
+  registry &known = the_registry();
+  const std::lock_guard held(known.lock);
+  if (std::find(known.clean.begin(), known.clean.end(), clean) == known.clean.end())
+    known.clean.push_back(clean);
+  return MESH_HOST_OK;
+}
+
+message_hooks *find_hooks(uint32_t id) {
+  registry &known = the_registry();
+  const std::lock_guard held(known.lock);
+  const auto entry = known.by_id.find(id);
+  return entry != known.by_id.end() ? &entry->second : nullptr;
+}
+
+uint32_t record_size(message_hooks &hooks, const void *buffer, uint32_t length) {
+  const int64_t learnt = hooks.record_size.load(std::memory_order_relaxed);
+  if (learnt >= 0)
+    return static_cast<uint32_t>(learnt);
+  const uint32_t size = hooks.unpack(buffer, length, nullptr);
+  hooks.record_size.store(size, std::memory_order_relaxed);
+  return size;
+}
+
+void call_clean_hooks() {
+  registry &known = the_registry();
+  std::vector<mesh_clean_hook> hooks;
+  {
+    const std::lock_guard held(known.lock);
+    hooks = known.clean;
+  }
+  for (mesh_clean_hook clean : hooks)
+    clean();
+}
+
+void lock_hooks() {
+  the_registry().lock.lock();
+}
+void unlock_hooks() {
+  the_registry().lock.unlock();
+}
+
+} // namespace mesh_host
