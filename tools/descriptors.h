@@ -1,0 +1,381 @@
+// What the schema says of every message, as values that a program can walk at run time: for tools,
+// tests and documents, which meet a message by its name and not by its type.
+//
+// Room: tools. May include wire/schema.h, wire/layout.h, transport/message.h and the modules'
+// schemas; nothing else of the library. Nothing is written here that the schema says already,
+// except the names of the operations, which only a macro can form.
+//
+// Everything is constexpr. A program that uses only tables needs no library; one that touches
+// `modules` refers to the operations and links it.
+#pragma once
+
+#include "modules/fib6/schema.h"
+#include "modules/fib6_cfg/schema.h"
+#include "modules/fib6_sync/schema.h"
+#include "transport/message.h"
+#include "wire/layout.h"
+#include "wire/schema.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string_view>
+
+namespace mesh_fib6::tools {
+
+using wire::kind;
+
+struct table_descriptor;
+
+// A member of a record (of a vector both members) and the vtable slot it feeds.
+struct field_descriptor {
+  const char *name; // of the member; of the pointer, for a vector
+  wire::kind kind;
+  uint32_t slot;
+  uint32_t offset;               // in the record; of the pointer, for a vector
+  uint32_t width;                // bytes of the scalar, the sub-record or one element
+  uint32_t length;               // elements of a fixed array, otherwise 1
+  uint32_t count_offset;         // of a vector's count member, otherwise 0
+  const table_descriptor *table; // of a sub-record or a vector's element, otherwise null
+
+  constexpr bool is_fixed_array() const { return kind == kind::words || kind == kind::bytes; }
+  constexpr bool is_vector() const {
+    return kind == kind::table_vector || kind == kind::byte_vector;
+  }
+
+  // The member in the record at `record`.
+  const void *member(const void *record) const {
+    return static_cast<const char *>(record) + offset;
+  }
+  void *member(void *record) const { return static_cast<char *>(record) + offset; }
+
+  // Element i of a fixed array or of the array behind a vector's pointer; a scalar or a sub-record
+  // is its own element 0.
+  const void *element(const void *record, uint32_t i) const {
+    return static_cast<const char *>(is_vector() ? pointer(record) : member(record)) +
+           size_t{i} * width;
+  }
+  void *element(void *record, uint32_t i) const {
+    return static_cast<char *>(is_vector() ? pointer(record) : member(record)) + size_t{i} * width;
+  }
+
+  // A vector's count and pointer.
+  uint32_t count(const void *record) const {
+    uint32_t value;
+    memcpy(&value, static_cast<const char *>(record) + count_offset, sizeof value);
+    return value;
+  }
+  void *pointer(const void *record) const {
+    void *value;
+    memcpy(&value, member(record), sizeof value);
+    return value;
+  }
+  void set_vector(void *record, void *array, uint32_t count) const {
+    memcpy(static_cast<char *>(record) + count_offset, &count, sizeof count);
+    memcpy(member(record), &array, sizeof array);
+  }
+
+  // A scalar, or an element of an array of scalars, as a number.
+  uint32_t number(const void *record, uint32_t i = 0) const {
+    const void *const at = element(record, i);
+    return width == 1 ? load<uint8_t>(at) : width == 2 ? load<uint16_t>(at) : load<uint32_t>(at);
+  }
+  void set_number(void *record, uint32_t value, uint32_t i = 0) const {
+    void *const at = element(record, i);
+    if (width == 1)
+      store(at, static_cast<uint8_t>(value));
+    else if (width == 2)
+      store(at, static_cast<uint16_t>(value));
+    else
+      store(at, value);
+  }
+
+private:
+  template <class Value>
+  static Value load(const void *at) {
+    Value value;
+    memcpy(&value, at, sizeof value);
+    return value;
+  }
+  template <class Value>
+  static void store(void *at, Value value) {
+    memcpy(at, &value, sizeof value);
+  }
+};
+
+// A record and its table.
+struct table_descriptor {
+  const char *name; // of the record type: <namespace>_<table>
+  uint32_t record_size;
+  uint32_t base_size; // compact: every scalar zero, every vector empty, sub-tables not counted
+  std::span<const field_descriptor> fields; // in slot order
+};
+
+namespace detail {
+
+constexpr std::array<char, 4> member_name(uint32_t slot) {
+  const char tens = static_cast<char>('0' + slot / 10), ones = static_cast<char>('0' + slot % 10);
+  if (slot < 10)
+    return {'f', ones};
+  return {'f', tens, ones};
+}
+
+template <uint32_t Slot>
+inline constexpr std::array<char, 4> member_name_of = member_name(Slot);
+
+} // namespace detail
+
+template <class Record>
+struct described;
+
+namespace detail {
+
+template <kind Kind, class Value, uint32_t Slot, size_t Offset, uint32_t Length, size_t CountAt>
+constexpr field_descriptor describe(wire::field<Kind, Value, Slot, Offset, Length, CountAt>) {
+  field_descriptor result = {
+      .name = member_name_of<Slot>.data(),
+      .kind = Kind,
+      .slot = Slot,
+      .offset = static_cast<uint32_t>(Offset),
+      .width = static_cast<uint32_t>(sizeof(Value)),
+      .length = Length,
+      .count_offset = static_cast<uint32_t>(CountAt),
+      .table = nullptr,
+  };
+  if constexpr (Kind == kind::table || Kind == kind::table_vector)
+    result.table = &described<Value>::table;
+  return result;
+}
+
+template <class... Fields>
+constexpr std::array<field_descriptor, sizeof...(Fields)> describe(wire::type_list<Fields...>) {
+  return {describe(Fields{})...};
+}
+
+} // namespace detail
+
+// The descriptors of one record.
+template <class Record>
+struct described {
+  static constexpr auto fields = detail::describe(typename wire::table<Record>::fields{});
+  static constexpr table_descriptor table = {
+      .name = wire::schema<Record>::name,
+      .record_size = sizeof(Record),
+      .base_size = wire::compact_base_size<Record>(),
+      .fields = fields,
+  };
+};
+
+// Which arrangement the send operations use.
+enum class shape : uint8_t {
+  tree, // the record holds pointers: compact
+  flat, // fixed image
+};
+
+// A message type. The operations are those of modules/message_api.h with records untyped.
+struct message_descriptor {
+  const char *name;           // of the record type: <namespace>_<message>
+  const char *wire_namespace; // what the identifier is hashed from
+  const char *message;        // name without the namespace
+  const char *module;
+  uint32_t id;
+  tools::shape shape;
+  uint32_t record_size;
+  uint32_t fixed_image_size; // 0 for a tree
+  uint32_t base_size;        // compact: root offset and the root table's base size
+  const table_descriptor *table;
+
+  uint32_t (*pack)(const void *record, uint8_t *buffer, uint32_t *length);
+  uint32_t (*unpack)(const uint8_t *buffer, uint32_t length, void *record);
+  void (*free_unpacked)(void *record);
+  uint32_t (*sendsingle)(uint32_t destination, const void *record, uint32_t ignored,
+                         uint64_t target);
+  uint32_t (*sendbatch)(uint32_t destination, const void *records, uint32_t count, uint64_t target);
+  uint32_t (*sendmsg)(uint32_t destination, const void *records, uint32_t count);
+  uint32_t (*sendtomsg)(uint32_t destination, const void *records, uint32_t count, uint64_t target);
+};
+
+// A module's messages in the order in which they are registered.
+struct module_descriptor {
+  const char *name;
+  const char *wire_namespace;
+  std::span<const message_descriptor> messages;
+};
+
+// The exported functions of a message type; MESH_FIB6_OPERATIONS specialises it.
+template <class Record>
+struct operations;
+
+#define MESH_FIB6_OPERATIONS(M)                                                                    \
+  template <>                                                                                      \
+  struct operations<M> {                                                                           \
+    static constexpr auto pack = &M##__pack;                                                       \
+    static constexpr auto unpack = &M##__unpack;                                                   \
+    static constexpr auto free_unpacked = &M##_free__unpacked;                                     \
+    static constexpr auto sendsingle = &M##__sendsingle;                                           \
+    static constexpr auto sendbatch = &M##__sendbatch;                                             \
+    static constexpr auto sendmsg = &M##__sendmsg;                                                 \
+    static constexpr auto sendtomsg = &M##__sendtomsg;                                             \
+  }
+
+MESH_FIB6_OPERATIONS(feiBrokerFib6_ipv6FwdUpdateMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_ipv6FwdDelMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_nhp6GroupUpdateMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_nhp6GroupDelMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_nhp6UpdateMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_nhp6DelMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_srv6SrListUpdateMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_srv6SrListDelMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_ipv6PathMtuUpdateMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_ipv6PathMtuDelMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_pidStateMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_classItemMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_vrfClassStateMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_vrfClassDataMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_lrClassDataMsg);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_loadBalanceMode);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_loadBalanceReverse);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_dod_enable);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_dod_rule);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_dod_aging);
+MESH_FIB6_OPERATIONS(feiBrokerFib6_special_ip);
+
+MESH_FIB6_OPERATIONS(fib6_cfg_query_fib6_key);
+MESH_FIB6_OPERATIONS(fib6_cfg_query_fib6_rec);
+MESH_FIB6_OPERATIONS(fib6_cfg_query_dfx_key);
+MESH_FIB6_OPERATIONS(fib6_cfg_query_dfx_rec);
+MESH_FIB6_OPERATIONS(fib6_cfg_cfg_ipv6_ttl_expired_forward);
+MESH_FIB6_OPERATIONS(fib6_cfg_query_fib6check_key);
+MESH_FIB6_OPERATIONS(fib6_cfg_query_fib6check_rec);
+
+MESH_FIB6_OPERATIONS(fib6Sync_svcCtxMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_ipv6FwdUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_ipv6FwdDelMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6GroupUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6GroupDelMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6GroupNodeUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6GroupNodeDelMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6UpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6DelMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6StdUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6StdDelMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6ExtUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6VpnUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6VxlanUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6VpnSidUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6ExtSrv6TeUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_ipv6PathMtuUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_ipv6PathMtuDelMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_loadBalanceMode);
+MESH_FIB6_OPERATIONS(fib6Sync_loadBalanceReverse);
+MESH_FIB6_OPERATIONS(fib6Sync_ecmpCfg);
+MESH_FIB6_OPERATIONS(fib6Sync_dod_enable);
+MESH_FIB6_OPERATIONS(fib6Sync_glbCfg);
+MESH_FIB6_OPERATIONS(fib6Sync_srv6SrListUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_srv6SrListDelMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_nhp6_ext_label_update_data);
+MESH_FIB6_OPERATIONS(fib6Sync_dod_rule);
+MESH_FIB6_OPERATIONS(fib6Sync_dod_aging);
+MESH_FIB6_OPERATIONS(fib6Sync_special_ip);
+MESH_FIB6_OPERATIONS(fib6Sync_specialIpUpdateMsg);
+MESH_FIB6_OPERATIONS(fib6Sync_specialIpDeleteMsg);
+#undef MESH_FIB6_OPERATIONS
+
+namespace detail {
+
+// What the schema headers say of a module, as a type.
+struct fib6_module {
+  static constexpr const char *name = "fib6";
+  static constexpr const char *wire_namespace = fib6::wire_namespace;
+  using messages = fib6::messages;
+};
+struct fib6_cfg_module {
+  static constexpr const char *name = "fib6_cfg";
+  static constexpr const char *wire_namespace = fib6_cfg::wire_namespace;
+  using messages = fib6_cfg::messages;
+};
+struct fib6_sync_module {
+  static constexpr const char *name = "fib6_sync";
+  static constexpr const char *wire_namespace = fib6_sync::wire_namespace;
+  using messages = fib6_sync::messages;
+};
+
+template <class M>
+constexpr uint32_t fixed_image_size_of() {
+  if constexpr (wire::is_tree<M>())
+    return 0;
+  else
+    return wire::fixed_image_size<M>;
+}
+
+template <class Module, class M>
+constexpr message_descriptor describe_message() {
+  using op = operations<M>;
+  return {
+      .name = wire::schema<M>::name,
+      .wire_namespace = Module::wire_namespace,
+      .message = wire::schema<M>::name + std::string_view(Module::wire_namespace).size() + 1,
+      .module = Module::name,
+      .id = transport::message_id<M>(Module::wire_namespace),
+      .shape = wire::is_tree<M>() ? shape::tree : shape::flat,
+      .record_size = sizeof(M),
+      .fixed_image_size = fixed_image_size_of<M>(),
+      .base_size = wire::root_offset_size + wire::compact_base_size<M>(),
+      .table = &described<M>::table,
+      .pack =
+          [](const void *record, uint8_t *buffer, uint32_t *length) {
+            return op::pack(static_cast<const M *>(record), buffer, length);
+          },
+      .unpack = [](const uint8_t *buffer, uint32_t length,
+                   void *record) { return op::unpack(buffer, length, static_cast<M *>(record)); },
+      .free_unpacked = [](void *record) { op::free_unpacked(static_cast<M *>(record)); },
+      .sendsingle =
+          [](uint32_t destination, const void *record, uint32_t ignored, uint64_t target) {
+            return op::sendsingle(destination, static_cast<const M *>(record), ignored, target);
+          },
+      .sendbatch =
+          [](uint32_t destination, const void *records, uint32_t count, uint64_t target) {
+            return op::sendbatch(destination, static_cast<const M *>(records), count, target);
+          },
+      .sendmsg =
+          [](uint32_t destination, const void *records, uint32_t count) {
+            return op::sendmsg(destination, static_cast<const M *>(records), count);
+          },
+      .sendtomsg =
+          [](uint32_t destination, const void *records, uint32_t count, uint64_t target) {
+            return op::sendtomsg(destination, static_cast<const M *>(records), count, target);
+          },
+  };
+}
+
+template <class Module, class... Messages>
+constexpr std::array<message_descriptor, sizeof...(Messages)>
+describe_messages(wire::type_list<Messages...>) {
+  return {describe_message<Module, Messages>()...};
+}
+
+template <class Module>
+inline constexpr auto messages_of = describe_messages<Module>(typename Module::messages{});
+
+template <class Module>
+inline constexpr module_descriptor module_of = {Module::name, Module::wire_namespace,
+                                                messages_of<Module>};
+
+} // namespace detail
+
+inline constexpr module_descriptor modules[] = {
+    detail::module_of<detail::fib6_module>,
+    detail::module_of<detail::fib6_cfg_module>,
+    detail::module_of<detail::fib6_sync_module>,
+};
+
+// Calls visit(message) for every message of every module.
+template <class Visit>
+void for_each_message(Visit &&visit) {
+  for (const module_descriptor &module : modules)
+    for (const message_descriptor &message : module.messages)
+      visit(message);
+}
+
+} // namespace mesh_fib6::tools

@@ -1,0 +1,104 @@
+// Writes FlatBuffers schemas; see fbs.h.
+//
+// Room: tools.
+#include "tools/fbs.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+namespace mesh_fib6::tools {
+namespace {
+
+// The tables that `table` refers to, then itself, without those that are listed already.
+void list_tables(const table_descriptor &table, std::vector<const table_descriptor *> &listed) {
+  if (std::find(listed.begin(), listed.end(), &table) != listed.end())
+    return;
+  for (const field_descriptor &field : table.fields)
+    if (field.table != nullptr)
+      list_tables(*field.table, listed);
+  listed.push_back(&table);
+}
+
+std::string number_type(uint32_t width) {
+  return width == 1 ? "ubyte" : width == 2 ? "ushort" : "uint";
+}
+
+std::string type_of(const field_descriptor &field, std::string_view wire_namespace) {
+  switch (field.kind) {
+  case kind::scalar:
+    return number_type(field.width);
+  case kind::words:
+  case kind::bytes:
+  case kind::byte_vector:
+    return "[" + number_type(field.width) + "]";
+  case kind::table:
+    return std::string(table_name(*field.table, wire_namespace));
+  case kind::table_vector:
+    return "[" + std::string(table_name(*field.table, wire_namespace)) + "]";
+  }
+  return {};
+}
+
+std::string line_of(const field_descriptor &field, std::string_view wire_namespace) {
+  std::string line = std::string("  ") + field.name + ":" + type_of(field, wire_namespace) +
+                     " (id: " + std::to_string(field.slot);
+  if (field.is_fixed_array())
+    line += ", length: " + std::to_string(field.length);
+  return line + ");\n";
+}
+
+// A table that is a message says so: nothing in its bytes does.
+std::string message_comment(const message_descriptor &message) {
+  if (message.shape == shape::tree)
+    return "/// A message. Sent in the compact arrangement.\n";
+  return "/// A message. Sent as a fixed image of " + std::to_string(message.fixed_image_size) +
+         " bytes.\n";
+}
+
+std::string message_attribute(const message_descriptor &message) {
+  char text[sizeof " (message_id: \"0x12345678\")"];
+  snprintf(text, sizeof text, " (message_id: \"0x%08X\")", message.id);
+  return text;
+}
+
+std::string text_of(const table_descriptor &table, const module_descriptor &module) {
+  const auto message =
+      std::find_if(module.messages.begin(), module.messages.end(),
+                   [&table](const message_descriptor &each) { return each.table == &table; });
+  const bool is_message = message != module.messages.end();
+  std::string text = is_message ? message_comment(*message) : "";
+  text += "table " + std::string(table_name(table, module.wire_namespace));
+  text += is_message ? message_attribute(*message) : "";
+  text += " {\n";
+  for (const field_descriptor &field : table.fields)
+    text += line_of(field, module.wire_namespace);
+  return text + "}\n";
+}
+
+} // namespace
+
+std::string_view table_name(const table_descriptor &table, std::string_view wire_namespace) {
+  return std::string_view(table.name).substr(wire_namespace.size() + 1);
+}
+
+std::string fbs_of(const module_descriptor &module) {
+  std::vector<const table_descriptor *> tables;
+  for (const message_descriptor &message : module.messages)
+    list_tables(*message.table, tables);
+  std::string text = std::string("// The messages of module ") + module.name +
+                     ", for FlatBuffers tools. Written by tools/write_schemas.\n"
+                     "//\n"
+                     "// What a schema cannot say, docs/interop.md does: buffers are not aligned, "
+                     "and an array with a\n"
+                     "// `length` has exactly that many elements.\n\n"
+                     "attribute \"length\";\n"
+                     "attribute \"message_id\";\n\n"
+                     "namespace " +
+                     module.wire_namespace + ";\n";
+  for (const table_descriptor *table : tables)
+    text += "\n" + text_of(*table, module);
+  return text;
+}
+
+} // namespace mesh_fib6::tools
