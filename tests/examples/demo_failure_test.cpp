@@ -124,6 +124,14 @@ TEST_F(FailingDemo, NamesAReceiverThatNoLongerMoves) {
   EXPECT_TRUE(holds(run.errors(), "fib6-sender: sending to destination 6 failed at message "));
 }
 
+TEST_F(FailingDemo, DoesNotVouchForMemoryThatNobodyCounted) {
+  program_run::settings how = demo({write_table(prefixes(5))});
+  how.variables = {"OSAL_HOST_USE_FLAG=0"}; // decoded records then come from the plain heap
+  program_run run(how);
+  EXPECT_EQ(run.status(), 1);
+  EXPECT_TRUE(holds(run.errors(), "the receiver allocated nothing that was counted"));
+}
+
 TEST_F(FailingDemo, TakesItsProcessesAlongWhenItIsInterrupted) {
   program_run run(slow_demo());
   wait_until_sending(run);
