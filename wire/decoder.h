@@ -68,7 +68,7 @@ public:
   template <root_form Form, class Record>
   void decode_root(Record &record) {
     const uint32_t root = load<uint32_t>(0);
-    table_ref table;
+    table_ref table{};
     if constexpr (Form == root_form::header_first) {
       if (!open_table(unit_, in_, order_, root, names<Record>::unpack.text, table))
         return;
@@ -112,7 +112,7 @@ private:
       else
         return read_array_shared(table, slot, &Field::value(record), Field::length);
     } else {
-      uint32_t at;
+      uint32_t at = 0;
       if (!find(table, slot, at))
         return true;
       if constexpr (Field::of == kind::table)
@@ -136,7 +136,7 @@ private:
 
   template <class Value>
   [[gnu::always_inline]] bool read_scalar(const table_ref &table, uint32_t slot, Value &value) {
-    uint32_t at;
+    uint32_t at = 0;
     if (!find(table, slot, at))
       return true;
     if (!in_.holds(at, sizeof value))
@@ -148,7 +148,7 @@ private:
   template <class Value>
   [[gnu::always_inline]] bool read_array(const table_ref &table, uint32_t slot, Value *values,
                                          uint32_t length) {
-    uint32_t at, items, count;
+    uint32_t at = 0, items = 0, count = 0;
     if (!find(table, slot, at))
       return true;
     if (!open_vector(at, sizeof *values, items, count) || count != length)
@@ -181,7 +181,7 @@ private:
 
   // A vector of `width`-byte items: where the first one lies and how many there are.
   bool open_vector(uint32_t at, uint32_t width, uint32_t &items, uint32_t &count) const {
-    uint32_t vector;
+    uint32_t vector = 0;
     if (!follow(at, vector) || !in_.holds(vector, vector_length_size))
       return false;
     count = load<uint32_t>(vector);
@@ -192,14 +192,14 @@ private:
   template <class Record>
   bool read_table(uint32_t at, Record &record) {
     constexpr const char *function = names<Record>::unpack_non_root.text;
-    uint32_t target;
-    table_ref table;
+    uint32_t target = 0;
+    table_ref table{};
     return follow(at, target) && open_table(unit_, in_, order_, target, function, table) &&
            read_fields(table, record, function);
   }
 
   bool read_bytes(uint32_t at, uint32_t &length, uint8_t *&bytes, const char *decoding) {
-    uint32_t items, count;
+    uint32_t items = 0, count = 0;
     if (!open_vector(at, 1, items, count))
       return false;
     length = count;
@@ -214,7 +214,7 @@ private:
 
   template <class Record>
   bool read_tables(uint32_t at, uint32_t &length, Record *&records, const char *decoding) {
-    uint32_t items, count;
+    uint32_t items = 0, count = 0;
     if (!open_vector(at, uoffset_size, items, count))
       return false;
     length = count;
@@ -242,7 +242,7 @@ private:
   bool read_element(uint32_t word, Record &record) {
     const char *const function = names<Record>::unpack_non_root.text;
     const uint32_t at = word + load<uint32_t>(word);
-    table_ref table;
+    table_ref table{};
     return at >= word && open_table(unit_, in_, order_, at, function, table) &&
            read_fields(table, record, function);
   }

@@ -92,15 +92,18 @@ TEST_F(Tcp, LeavesASlowHandlerItsTimeInSpiteOfHeartbeats) {
   set_variable("MESH_HOST_HEARTBEAT_MS", "100");
   child peer([](conversation &parent) {
     collecting_receiver receiver;
-    receiver.in_handler = [] { std::this_thread::sleep_for(std::chrono::milliseconds(600)); };
+    receiver.in_handler = [&] {
+      if (receiver.messages.size() == 1)
+        std::this_thread::sleep_for(std::chrono::milliseconds(600));
+    };
     receiver.attach();
     parent.say("attached");
-    receiver.collect(1);
+    receiver.collect(50);
     parent.hear();
     return 0;
   });
   ASSERT_EQ(peer.talk().hear(), "attached");
-  ASSERT_EQ(send_samples(0, 1), 0U);
+  ASSERT_EQ(send_samples(0, 50), 0U);
   EXPECT_EQ(mesh_host_flush(destination, 10'000), 0U);
 }
 

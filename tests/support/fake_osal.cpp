@@ -233,7 +233,7 @@ void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category,
   const guard held(s.lock);
   s.lines.push_back({text_of(words->module_name), text_of(words->submodule_name),
                      words->mem_module_id, level, category, text_of(text), line, text_of(function),
-                     text_of(format), std::move(message)});
+                     text_of(format), std::move(message), s.calls.size()});
 }
 #endif
 

@@ -37,6 +37,7 @@ struct log_line {
   std::string function;
   std::string format;  // as passed
   std::string message; // formatted with the trailing arguments
+  size_t calls_before; // how many calls had been recorded when the line was written
 };
 std::ostream &operator<<(std::ostream &, const log_line &);
 

@@ -131,8 +131,8 @@ public:
   // A record of `empty` elements with nothing set, then `full` ones with everything set.
   void add(uint32_t f0, uint32_t empty, uint32_t full) {
     std::vector<element> array(empty + full);
-    memset(array.data(), 0, empty * sizeof(element));
-    memset(array.data() + empty, 0x3B, full * sizeof(element));
+    if (full > 0)
+      memset(array.data() + empty, 0x3B, full * sizeof(element));
     const uint32_t vector_size =
         empty + full == 0 ? 0 : 8 + (empty + full) * element_size + full * layout::element_scalars;
     sizes_.push_back(layout::root + (f0 == 0 ? 0 : 4) + vector_size);
@@ -155,7 +155,6 @@ public:
   }
 
   const M *data() const { return records_.data(); }
-  M *data() { return records_.data(); }
   uint32_t count() const { return static_cast<uint32_t>(records_.size()); }
   uint32_t size(size_t record) const { return sizes_.at(record); }
   element &element_of(size_t record, size_t index) { return arrays_.at(record).at(index); }
@@ -171,7 +170,8 @@ public:
   std::string snapshot() const {
     std::string bytes(reinterpret_cast<const char *>(records_.data()), records_.size() * sizeof(M));
     for (const std::vector<element> &array : arrays_)
-      bytes.append(reinterpret_cast<const char *>(array.data()), array.size() * sizeof(element));
+      if (!array.empty())
+        bytes.append(reinterpret_cast<const char *>(array.data()), array.size() * sizeof(element));
     return bytes;
   }
 

@@ -144,6 +144,8 @@ TYPED_TEST(Release, FollowsEachAllocationThatFails) {
                     "[VARKO]:Malloc unpack data unsuccess, size(" +
                         allocs[failing].substr(std::string("alloc ").size()) + ")",
                     12);
+    // The line comes first, then the releases that the failure causes.
+    EXPECT_EQ(decoded.lines.front().calls_before, failing + 1);
     expect_no_pointers(decoded.record);
     size_t vector = 0;
     for_each_vector(decoded.record, [&]<class E>(uint32_t count, E *) {
@@ -248,6 +250,7 @@ TEST_F(NextHopUpdate, WithAnElementOutOfRangeAtVectorKNamesTheKind) {
                     log_format::table,
                     "[VARKO]:Table offset(" + std::to_string(beyond) + ") is out of range(4 - " +
                         std::to_string(wire.here()) + ")");
+    EXPECT_EQ(decoded.lines.front().calls_before, k - first_vector + 1) << "a release came first";
     expect_refused(decoded, k - first_vector + 1, k - first_vector + 1);
   }
 }

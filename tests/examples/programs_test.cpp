@@ -1,0 +1,104 @@
+// fib6-sender and fib6-receiver by themselves, and what the help texts promise.
+//
+// Room: tests. Includes the examples' helpers; the programs are run, not linked.
+#include "tests/examples/program_run.h"
+
+#include <csignal>
+#include <set>
+#include <sstream>
+
+namespace {
+
+class Programs : public program_test {
+protected:
+  program_run::settings start(const std::string &name, std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), program(name));
+    // Their meeting place is not theirs to remove, so it is not in their temporary directory.
+    return {arguments,
+            "/dev/null",
+            work(),
+            {"MESH_HOST_DIR=" + mine() + "/mesh", "MESH_HOST_SEND_TIMEOUT_MS=500"}};
+  }
+};
+
+std::set<std::string> long_options(const std::string &help) {
+  std::set<std::string> options;
+  std::istringstream words(help);
+  for (std::string word; words >> word;)
+    if (const size_t at = word.find("--"); at != std::string::npos && word.size() > at + 2)
+      options.insert(word.substr(at));
+  return options;
+}
+
+} // namespace
+
+TEST_F(Programs, HandATableOver) {
+  program_run receiver(start("fib6-receiver", {"--once", "--write-table", mine() + "/received"}));
+  receiver.wait_for("receiving as destination 6\n");
+  program_run sender(start("fib6-sender", {"--withdraw", "--write-table", mine() + "/sent",
+                                           write_table(prefixes(1000))}));
+  EXPECT_EQ(sender.status(), 0) << sender.errors();
+  EXPECT_EQ(receiver.status(), 0) << receiver.errors();
+  EXPECT_TRUE(holds(receiver.output(), "table complete: 1,000 routes, 64 next hops, "));
+  EXPECT_TRUE(holds(receiver.output(), "table withdrawn: 0 routes, 0 next hops, 0 groups "));
+  EXPECT_TRUE(holds(read_text(mine() + "/sent"), "end of table : 64 next hops, "));
+  EXPECT_EQ(read_text(mine() + "/sent"), read_text(mine() + "/received"));
+}
+
+TEST_F(Programs, SenderSaysThatNobodyReceives) {
+  program_run sender(start("fib6-sender", {write_table(prefixes(5))}));
+  EXPECT_EQ(sender.status(), 1);
+  EXPECT_TRUE(holds(sender.errors(), "fib6-sender: sending to destination 6 failed at message"));
+}
+
+TEST_F(Programs, SenderEndsWhenTheReceiverIsKilledInTheMiddle) {
+  program_run receiver(start("fib6-receiver", {}));
+  receiver.wait_for("receiving as destination 6\n");
+  program_run sender(
+      start("fib6-sender", {"--batch", "5", "--pause", "20", write_table(prefixes(4000))}));
+  sender.wait_for("sending: ");
+  ASSERT_EQ(kill(receiver.pid(), SIGKILL), 0);
+  EXPECT_EQ(sender.status(10), 1);
+  EXPECT_TRUE(holds(sender.errors(), "fib6-sender: sending to destination 6 failed at message"));
+}
+
+TEST_F(Programs, ReceiverEndsWhenAskedTo) {
+  program_run receiver(start("fib6-receiver", {}));
+  receiver.wait_for("receiving as destination 6\n");
+  ASSERT_EQ(kill(receiver.pid(), SIGINT), 0);
+  EXPECT_EQ(receiver.status(5), 0);
+}
+
+TEST_F(Programs, SecondReceiverOfADestinationIsRefused) {
+  program_run first(start("fib6-receiver", {}));
+  first.wait_for("receiving as destination 6\n");
+  program_run second(start("fib6-receiver", {}));
+  EXPECT_EQ(second.status(), 1);
+  EXPECT_TRUE(holds(second.errors(), "fib6-receiver: cannot receive as destination 6: "));
+}
+
+TEST_F(Programs, SenderSaysThatLinesWereBad) {
+  program_run receiver(start("fib6-receiver", {}));
+  receiver.wait_for("receiving as destination 6\n");
+  program_run sender(start("fib6-sender", {write_table("2001:db8::/32\nbogus\n")}));
+  EXPECT_EQ(sender.status(), 3);
+  EXPECT_TRUE(holds(sender.errors(), "table:2: expected an IPv6 prefix"));
+}
+
+TEST_F(Programs, ShowTheirHelp) {
+  for (const char *name : {"fib6-demo", "fib6-sender", "fib6-receiver"}) {
+    program_run run(start(name, {"--help"}));
+    EXPECT_EQ(run.status(), 0) << name;
+    EXPECT_TRUE(holds(run.output(), "Exit status: 0 ")) << name;
+  }
+}
+
+TEST_F(Programs, ScriptAndDemoKnowTheSameOptions) {
+  program_run script(
+      {{std::string(SCRIPT_DIRECTORY) + "/demo", "--help"}, "/dev/null", work(), {}});
+  EXPECT_EQ(script.status(2), 0) << script.errors();
+  program_run demo_program(demo({"--help"}));
+  EXPECT_EQ(demo_program.status(), 0);
+  EXPECT_EQ(long_options(script.output()), long_options(demo_program.output()));
+  EXPECT_EQ(long_options(script.output()).size(), 7u);
+}
