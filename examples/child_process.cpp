@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <poll.h>
@@ -18,6 +19,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace example {
@@ -30,8 +32,8 @@ constexpr auto polite_wait = std::chrono::seconds(1);
 constexpr int poll_ms = 100;
 
 [[noreturn]] void be_child(const std::string &name, const child_process::body &run, int socket) {
-  std::signal(SIGINT, SIG_DFL);
-  std::signal(SIGTERM, SIG_DFL);
+  (void)std::signal(SIGINT, SIG_DFL);
+  (void)std::signal(SIGTERM, SIG_DFL);
   prctl(PR_SET_NAME, name.c_str());
   report_channel channel(socket);
   std::exit(guarded(name.c_str(), [&] { return run(channel); }));
@@ -52,7 +54,7 @@ child_process::child_process(std::string program, const body &run,
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
     throw failure("cannot start " + name + ": " + error_text(errno));
   report_channel own(ends[0]), theirs(ends[1]);
-  std::fflush(nullptr); // or the child would print it a second time
+  (void)std::fflush(nullptr); // or the child would print it a second time
   process = fork();
   if (process < 0)
     throw failure("cannot start " + name + ": " + error_text(errno));
@@ -100,7 +102,7 @@ report child_process::expect(const std::string &word, std::initializer_list<chil
       throw failure(formatted("%s (process %d) does not answer", name.c_str(), process));
     poll(waiting.data(), waiting.size(), poll_ms);
   }
-  const report first = heard.front();
+  report first = std::move(heard.front());
   heard.pop_front();
   if (first.word != word)
     throw failure(name + " reported " + shown(first.word) + " instead of " + shown(word));

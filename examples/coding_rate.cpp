@@ -8,7 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
-#include <limits>
+#include <span>
 
 namespace example {
 
@@ -27,58 +27,97 @@ private:
   std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 
-struct packed_message {
-  std::vector<uint8_t> buffer;
-  uint32_t length;
-};
-
 uint32_t most_bytes(const feiBrokerFib6_ipv6FwdUpdateMsg &message) {
   return static_cast<uint32_t>(largest_message_frame + message.f1_count * largest_entry);
 }
 
-void pack(const feiBrokerFib6_ipv6FwdUpdateMsg &message, packed_message &packed) {
-  packed.length = static_cast<uint32_t>(packed.buffer.size());
-  if (feiBrokerFib6_ipv6FwdUpdateMsg__pack(&message, packed.buffer.data(), &packed.length) != 0)
+struct packed_message {
+  uint8_t *bytes;
+  uint32_t length;
+};
+
+packed_message pack(const feiBrokerFib6_ipv6FwdUpdateMsg &message, uint8_t *buffer,
+                    size_t capacity) {
+  uint32_t length = static_cast<uint32_t>(capacity);
+  if (feiBrokerFib6_ipv6FwdUpdateMsg__pack(&message, buffer, &length) != 0)
     throw failure("a route message could not be encoded");
+  return {buffer, length};
 }
 
 uint64_t unpacked_entries(const packed_message &packed) {
   feiBrokerFib6_ipv6FwdUpdateMsg message{};
-  feiBrokerFib6_ipv6FwdUpdateMsg__unpack(packed.buffer.data(), packed.length, &message);
+  feiBrokerFib6_ipv6FwdUpdateMsg__unpack(packed.bytes, packed.length, &message);
   const uint32_t entries = message.f1 != nullptr ? message.f1_count : 0;
   feiBrokerFib6_ipv6FwdUpdateMsg_free__unpacked(&message);
   return entries;
 }
 
+// One run over all messages, a buffer full at a time: as when sending, the bytes are still in the
+// processor's cache when they are read, and the clock is not asked for every small message.
+class coding_pass {
+public:
+  explicit coding_pass(std::span<const feiBrokerFib6_ipv6FwdUpdateMsg> all) : left(all) {
+    size_t capacity = largest_batch;
+    for (const auto &message : all)
+      capacity = std::max<size_t>(capacity, most_bytes(message));
+    buffer.resize(capacity);
+  }
+
+  coding_rate run() {
+    while (!left.empty()) {
+      encode_a_buffer_full();
+      decode_it();
+    }
+    return rate;
+  }
+
+  uint64_t decoded_entries() const { return entries; }
+
+private:
+  void encode_a_buffer_full() {
+    packed.clear();
+    size_t used = 0;
+    const stopwatch encoding;
+    while (!left.empty() && most_bytes(left.front()) <= buffer.size() - used) {
+      packed.push_back(pack(left.front(), buffer.data() + used, buffer.size() - used));
+      used += packed.back().length;
+      left = left.subspan(1);
+    }
+    rate.encode_ns += encoding.nanoseconds();
+    rate.bytes += used;
+  }
+
+  void decode_it() {
+    const stopwatch decoding;
+    for (const packed_message &each : packed)
+      entries += unpacked_entries(each);
+    rate.decode_ns += decoding.nanoseconds();
+  }
+
+  std::span<const feiBrokerFib6_ipv6FwdUpdateMsg> left;
+  std::vector<uint8_t> buffer;
+  std::vector<packed_message> packed;
+  coding_rate rate;
+  uint64_t entries = 0;
+};
+
 } // namespace
 
 coding_rate measure_coding(const std::vector<feiBrokerFib6_ipv6FwdUpdateMsg> &messages) {
-  constexpr uint64_t never = std::numeric_limits<uint64_t>::max();
-  coding_rate best{0, never, never};
   uint64_t entries = 0;
-  std::vector<packed_message> packed;
-  for (const auto &message : messages) {
-    packed.push_back({std::vector<uint8_t>(most_bytes(message)), 0});
+  for (const auto &message : messages)
     entries += message.f1_count;
-  }
 
-  for (int pass = 0; pass < passes; pass++) {
-    const stopwatch encoding;
-    for (size_t i = 0; i < messages.size(); i++)
-      pack(messages[i], packed[i]);
-    best.encode_ns = std::min(best.encode_ns, encoding.nanoseconds());
-
-    uint64_t decoded = 0;
-    const stopwatch decoding;
-    for (const packed_message &each : packed)
-      decoded += unpacked_entries(each);
-    best.decode_ns = std::min(best.decode_ns, decoding.nanoseconds());
-    if (decoded != entries)
-      throw failure("of " + grouped(entries) + " encoded routes " + grouped(decoded) +
-                    " could be decoded");
+  coding_rate best{0, UINT64_MAX, UINT64_MAX};
+  for (int i = 0; i < passes; i++) {
+    coding_pass pass(messages);
+    const coding_rate now = pass.run();
+    if (pass.decoded_entries() != entries)
+      throw failure("of " + grouped(entries) + " encoded routes " +
+                    grouped(pass.decoded_entries()) + " could be decoded");
+    best = {now.bytes, std::min(best.encode_ns, now.encode_ns),
+            std::min(best.decode_ns, now.decode_ns)};
   }
-  for (const packed_message &each : packed)
-    best.bytes += each.length;
   return best;
 }
 

@@ -32,7 +32,6 @@ inline void occupy_standard_descriptors() {
 
 // Nothing when the program may go on, otherwise its exit status.
 inline std::optional<int> parse_command_line(CLI::App &app, int argc, char **argv) {
-  occupy_standard_descriptors();
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError &error) {
@@ -43,18 +42,19 @@ inline std::optional<int> parse_command_line(CLI::App &app, int argc, char **arg
 
 // Runs the body of a process and turns whatever it throws into a message and an exit status.
 template <class Body>
-int guarded(const char *program, Body body) {
-  std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error to report, not a reason to vanish
+int guarded(const char *program, Body body) noexcept {
+  occupy_standard_descriptors();
+  (void)std::signal(SIGPIPE,
+                    SIG_IGN); // a closed pipe is an error to report, not a reason to vanish
   int status = failed_status;
   try {
     status = body();
   } catch (const std::exception &error) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s: %s\n", program, error.what());
+    complain("%s: %s\n", program, error.what());
   }
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
     return status;
-  std::fprintf(stderr, "%s: cannot write to standard output\n", program);
+  complain("%s: cannot write to standard output\n", program);
   return failed_status;
 }
 

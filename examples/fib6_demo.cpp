@@ -51,9 +51,8 @@ public:
   }
   bool good() const { return complaints.empty(); }
   void print() const {
-    std::fflush(stdout);
     for (const std::string &complaint : complaints)
-      std::fprintf(stderr, "fib6-demo: %s\n", complaint.c_str());
+      complain("fib6-demo: %s\n", complaint.c_str());
   }
 
 private:
@@ -61,7 +60,7 @@ private:
 };
 
 void print_row(const char *label, const std::string &text) {
-  std::printf("  %-18s %s\n", label, text.c_str());
+  print("  %-18s %s\n", label, text.c_str());
 }
 
 // "12.3 million" and the like, for rates that nobody reads to the last digit.
@@ -85,20 +84,19 @@ std::string contents_text(const report &told) {
 
 void print_loaded(const sender_options &options, const report &loaded) {
   const std::string name = options.input == "-" ? "standard input" : options.input;
-  std::printf("%s: %s\n", name.c_str(), contents_text(loaded).c_str());
+  print("%s: %s\n", name.c_str(), contents_text(loaded).c_str());
   if (loaded["duplicates"] > 0)
-    std::printf("%s overridden by a later line with the same prefix\n",
-                counted(loaded["duplicates"], "route").c_str());
-  std::fflush(stdout);
+    print("%s overridden by a later line with the same prefix\n",
+          counted(loaded["duplicates"], "route").c_str());
 }
 
 table_difference compare(const std::string &expected, const std::string &found) {
   table_difference result = compare_tables(expected, found);
   for (const std::string &text : result.texts)
-    std::fprintf(stderr, "%s\n", text.c_str());
+    complain("%s\n", text.c_str());
   if (result.differences > result.texts.size())
-    std::fprintf(stderr, "%s in addition\n",
-                 counted(result.differences - result.texts.size(), "difference").c_str());
+    complain("%s in addition\n",
+             counted(result.differences - result.texts.size(), "difference").c_str());
   return result;
 }
 
@@ -127,7 +125,7 @@ void print_summary(const report &loaded, const report &sent, const report &recei
                    const table_difference &difference) {
   const uint64_t routes = loaded["routes"];
   const double seconds = static_cast<double>(sent["send_ns"]) / 1e9;
-  std::printf("\nsummary\n");
+  print("\nsummary\n");
   print_row("routes", grouped(routes));
   print_row("messages", grouped(sent["messages"]) + " (" + grouped(sent["route_messages"]) +
                             " of them with routes)");
@@ -143,8 +141,7 @@ void print_summary(const report &loaded, const report &sent, const report &recei
   print_row("blocks leaked", grouped(sent["live_blocks"] + received["live_blocks"]) + " of " +
                                  grouped(sent["allocations"] + received["allocations"]) +
                                  " in both processes");
-  std::printf("\n");
-  std::fflush(stdout);
+  print("\n");
 }
 
 // The table is gone at the receiver, entry by entry, not only by its own count.
@@ -153,7 +150,7 @@ void judge_withdrawal(verdict &result, const table_files &files, const report &l
   const table_difference difference = compare(files.nothing, files.left);
   result.require(difference.differences == 0, "the receiver's table is not empty");
   if (difference.differences == 0)
-    std::printf("deleted: the receiver's table is empty, %s\n", contents_text(left).c_str());
+    print("deleted: the receiver's table is empty, %s\n", contents_text(left).c_str());
 }
 
 void prepare_keep(const std::string &directory) {
@@ -185,8 +182,7 @@ int run_demo(const demo_options &options) {
   child_process sender("fib6-sender",
                        [&](report_channel &judge) { return run_sender(sending, &judge); },
                        {&receiver});
-  std::printf("sender: process %d, receiver: process %d\n", sender.pid(), receiver.pid());
-  std::fflush(stdout);
+  print("sender: process %d, receiver: process %d\n", sender.pid(), receiver.pid());
 
   verdict result;
   const report loaded = sender.expect("loaded", {&receiver});
@@ -215,8 +211,8 @@ int run_demo(const demo_options &options) {
     return failed_status;
   if (loaded["bad_lines"] == 0)
     return 0;
-  std::fprintf(stderr, "fib6-demo: %s of the input skipped\n",
-               counted(loaded["bad_lines"], "bad line").c_str());
+  complain("fib6-demo: %s of the input skipped\n",
+           counted(loaded["bad_lines"], "bad line").c_str());
   return bad_input_status;
 }
 
@@ -238,24 +234,28 @@ void add_options(CLI::App &app, demo_options &options) {
                "Change one route at the receiver, to see that it is noticed");
 }
 
+int run(int argc, char **argv) {
+  demo_options options;
+  options.sender.input = FIB6_DEFAULT_TABLE;
+  CLI::App app("Sends an IPv6 table from one process to another, compares both tables entry by\n"
+               "entry, and deletes it again.\n"
+               "Exit status: 0 all is well, 1 failed or different, 2 wrong usage,\n"
+               "3 all is well, but lines of the input were bad and skipped, 130 interrupted.");
+  add_options(app, options);
+  if (const auto status = parse_command_line(app, argc, argv))
+    return *status;
+
+  (void)std::signal(SIGINT, note_interrupt);
+  (void)std::signal(SIGTERM, note_interrupt);
+  child_process::interrupted = [] { return interrupt != 0; };
+  return run_demo(options);
+}
+
 } // namespace
 
 } // namespace example
 
 int main(int argc, char **argv) {
-  example::demo_options options;
-  options.sender.input = FIB6_DEFAULT_TABLE;
-  CLI::App app("Sends an IPv6 table from one process to another, compares both tables entry by\n"
-               "entry, and deletes it again.\n"
-               "Exit status: 0 all is well, 1 failed or different, 2 wrong usage,\n"
-               "3 all is well, but lines of the input were bad and skipped.");
-  example::add_options(app, options);
-  if (const auto status = example::parse_command_line(app, argc, argv))
-    return *status;
-
-  std::signal(SIGINT, example::note_interrupt);
-  std::signal(SIGTERM, example::note_interrupt);
-  example::child_process::interrupted = [] { return example::interrupt != 0; };
-  const int status = example::guarded("fib6-demo", [&] { return example::run_demo(options); });
+  const int status = example::guarded("fib6-demo", [&] { return example::run(argc, argv); });
   return example::interrupt != 0 ? example::interrupted_status : status;
 }

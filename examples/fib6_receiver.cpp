@@ -4,7 +4,9 @@
 #include "examples/command_line.h"
 #include "examples/receiver.h"
 
-int main(int argc, char **argv) {
+namespace {
+
+int run(int argc, char **argv) {
   example::receiver_options options;
   CLI::App app("Receives IPv6 tables until it is interrupted.\n"
                "Exit status: 0 ended when asked to, 1 failed, 2 wrong usage.");
@@ -14,5 +16,11 @@ int main(int argc, char **argv) {
   app.add_flag("--once", options.once, "End after the first table was withdrawn again");
   if (const auto status = example::parse_command_line(app, argc, argv))
     return *status;
-  return example::guarded("fib6-receiver", [&] { return example::run_receiver(options, nullptr); });
+  return example::run_receiver(options, nullptr);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+  return example::guarded("fib6-receiver", [&] { return run(argc, argv); });
 }

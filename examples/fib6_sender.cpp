@@ -4,7 +4,9 @@
 #include "examples/command_line.h"
 #include "examples/sender.h"
 
-int main(int argc, char **argv) {
+namespace {
+
+int run(int argc, char **argv) {
   example::sender_options options;
   options.input = FIB6_DEFAULT_TABLE;
   CLI::App app(
@@ -24,5 +26,11 @@ int main(int argc, char **argv) {
   app.add_flag("--withdraw", options.withdraw, "Delete everything again at the end");
   if (const auto status = example::parse_command_line(app, argc, argv))
     return *status;
-  return example::guarded("fib6-sender", [&] { return example::run_sender(options, nullptr); });
+  return example::run_sender(options, nullptr);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+  return example::guarded("fib6-sender", [&] { return run(argc, argv); });
 }

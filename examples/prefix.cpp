@@ -38,8 +38,7 @@ std::string parse_prefix(std::string_view text, prefix &destination) {
   if (!parse_address(text.substr(0, slash), result.address).empty())
     return "expected an IPv6 prefix such as 2001:db8::/32, found " + shown(text);
   if (slash != std::string_view::npos)
-    if (const std::string problem = parse_length(text.substr(slash + 1), result.length);
-        !problem.empty())
+    if (std::string problem = parse_length(text.substr(slash + 1), result.length); !problem.empty())
       return problem;
 
   const prefix network{masked(result.address, result.length), result.length};

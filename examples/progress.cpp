@@ -6,7 +6,6 @@
 #include "examples/text.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <utility>
@@ -60,24 +59,21 @@ void progress::draw_bar(uint64_t done) {
     return;
   next_draw = now + redraw_after;
   // Erase to the end of the line: the text may have become shorter.
-  std::printf("\r%s\033[K", bar_text(verb, done, all, terminal_columns()).c_str());
-  std::fflush(stdout);
+  print("\r%s\033[K", bar_text(verb, done, all, terminal_columns()).c_str());
   bar_open = true;
 }
 
 void progress::print_line(uint64_t done) {
   if (done < next_line_at)
     return;
-  std::printf("%s: %s of %s routes\n", verb.c_str(), grouped(done).c_str(), grouped(all).c_str());
-  std::fflush(stdout);
+  print("%s: %s of %s routes\n", verb.c_str(), grouped(done).c_str(), grouped(all).c_str());
   next_line_at =
       done < all ? std::min(all, done + std::max<uint64_t>(1, all / plain_lines)) : all + 1;
 }
 
 void progress::finish() {
   if (std::exchange(bar_open, false))
-    std::printf("\n");
-  std::fflush(stdout);
+    print("\n");
 }
 
 } // namespace example

@@ -11,7 +11,6 @@
 #include "modules/fib6/fib6.h"
 
 #include <csignal>
-#include <cstdio>
 #include <exception>
 #include <functional>
 #include <iterator>
@@ -215,11 +214,9 @@ void end_phase(phase ended, table_receiver &received, const receiver_options &op
   add_counters(told);
   if (parent != nullptr)
     return parent->tell(told);
-  std::printf(
-      "%s: %s, %s, %s after %s\n", sent ? "table complete" : "table withdrawn",
-      counted(told["routes"], "route").c_str(), counted(told["next_hops"], "next hop").c_str(),
-      counted(told["groups"], "group").c_str(), counted(told["messages"], "message").c_str());
-  std::fflush(stdout);
+  print("%s: %s, %s, %s after %s\n", sent ? "table complete" : "table withdrawn",
+        counted(told["routes"], "route").c_str(), counted(told["next_hops"], "next hop").c_str(),
+        counted(told["groups"], "group").c_str(), counted(told["messages"], "message").c_str());
 }
 
 // Whether the parent said that it is over, or is gone itself.
@@ -233,14 +230,13 @@ bool parent_has_ended(report_channel *parent) {
 } // namespace
 
 int run_receiver(const receiver_options &options, report_channel *parent) {
-  std::signal(SIGINT, ask_to_stop);
-  std::signal(SIGTERM, ask_to_stop);
+  (void)std::signal(SIGINT, ask_to_stop);
+  (void)std::signal(SIGTERM, ask_to_stop);
   const attachment attached = attach(options.destination);
   if (parent != nullptr)
     parent->tell({"ready", {}});
   else
-    std::printf("receiving as destination %u\n", options.destination);
-  std::fflush(stdout);
+    print("receiving as destination %u\n", options.destination);
 
   bool done = false;
   handler_context context{table_receiver([&](table_receiver &received, phase ended) {

@@ -234,7 +234,7 @@ void route_line_reader::take_overlong_line() {
 std::string route_line_reader::take_words(const word_list &words) {
   if (words.front() == "nexthop")
     return take_further_hop(words);
-  const std::string problem = take_route(words);
+  std::string problem = take_route(words);
   after_route = problem.empty();
   return problem;
 }
@@ -279,7 +279,7 @@ route_feed read_routes(const std::string &path) {
 
   route_line_reader reader(name);
   line_cutter cutter(reader);
-  std::vector<char> buffer(64 * 1024);
+  std::vector<char> buffer(65536);
   for (;;) {
     errno = 0;
     const int count = gzread(file.get(), buffer.data(), static_cast<unsigned>(buffer.size()));

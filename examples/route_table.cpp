@@ -16,8 +16,8 @@ constexpr uint32_t pool_interfaces = 8;
 constexpr uint32_t pool_largest_group = 4;
 constexpr uint32_t pool_groups = pool_next_hops * pool_largest_group; // every size from every hop
 
-// Devices that the input names are numbered in the order of their first appearance; their numbers
-// on the machine that printed them are not in the text.
+// Devices that lines name are numbered in the order in which the sorted routes name them; the
+// numbers that they have on the machine that printed them are not in the text.
 constexpr uint32_t first_named_interface = 101;
 
 // Numbers each different thing once, from 1.

@@ -15,7 +15,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <functional>
 #include <span>
 #include <thread>
@@ -240,11 +239,10 @@ report withdraw_table(message_sender &sender, const route_table &table,
 
 void name_bad_lines(const route_feed &feed) {
   for (const std::string &text : feed.bad_line_texts)
-    std::fprintf(stderr, "%s\n", text.c_str());
+    complain("%s\n", text.c_str());
   const uint64_t unnamed = feed.bad_lines - feed.bad_line_texts.size();
   if (unnamed > 0)
-    std::fprintf(stderr, "%s: %s in addition\n", feed.name.c_str(),
-                 counted(unnamed, "bad line").c_str());
+    complain("%s: %s in addition\n", feed.name.c_str(), counted(unnamed, "bad line").c_str());
 }
 
 // Whether the table is to be deleted: the parent's word, or the option of one who runs alone.
@@ -287,8 +285,8 @@ int run_sender(const sender_options &options, report_channel *parent) {
   message_sender sender(options.destination, options.pause_ms);
   const report sent = send_table(sender, table, options);
   if (parent == nullptr)
-    std::printf("sent %s in %s\n", counted(table.routes.size(), "route").c_str(),
-                counted(sent["messages"], "message").c_str());
+    print("sent %s in %s\n", counted(table.routes.size(), "route").c_str(),
+          counted(sent["messages"], "message").c_str());
   tell(parent, sent);
 
   if (asked_to_withdraw(options, parent))

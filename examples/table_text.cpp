@@ -86,13 +86,14 @@ table_difference compare_tables(const std::string &expected_path, const std::str
   const entries found = read_entries(found_path);
 
   table_difference result;
-  result.entries = expected.size();
+  result.entries = expected.size() - 1; // the end is a line, but no entry
   for (const auto &[name, value] : expected) {
     const auto same = found.find(name);
     if (same == found.end())
       count_difference(result, name + ": missing at the receiver");
     else if (same->second != value)
-      count_difference(result, name + ": sent '" + value + "', received '" + same->second + "'");
+      count_difference(result, formatted("%s: sent '%s', received '%s'", name.c_str(),
+                                         value.c_str(), same->second.c_str()));
   }
   for (const auto &[name, value] : found)
     if (!expected.contains(name)) {

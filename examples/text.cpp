@@ -11,15 +11,31 @@
 namespace example {
 
 std::string formatted(const char *format, ...) {
-  va_list arguments, again;
+  va_list arguments;
   va_start(arguments, format);
-  va_copy(again, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, arguments);
+  va_end(arguments);
+
   std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, again);
-  va_end(again);
+  va_start(arguments, format);
+  (void)std::vsnprintf(text.data(), text.size() + 1, format, arguments);
   va_end(arguments);
   return text;
+}
+
+void print(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  (void)std::vfprintf(stdout, format, arguments);
+  va_end(arguments);
+  (void)std::fflush(stdout);
+}
+
+void complain(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  (void)std::vfprintf(stderr, format, arguments);
+  va_end(arguments);
 }
 
 std::string grouped(uint64_t number) {

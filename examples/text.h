@@ -19,6 +19,11 @@ struct failure : std::runtime_error {
 // printf into a string.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char *format, ...);
 
+// Writes to standard output at once; to standard error. Whether standard output took everything is
+// asked once, at the end of the process (see guarded).
+[[gnu::format(printf, 1, 2)]] void print(const char *format, ...);
+[[gnu::format(printf, 1, 2)]] void complain(const char *format, ...);
+
 // 1234567 -> "1,234,567".
 std::string grouped(uint64_t number);
 

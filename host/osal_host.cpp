@@ -31,6 +31,8 @@ namespace {
 
 constexpr uint32_t cache_module = 12;
 
+thread_local bool log_held = false;
+
 struct block {
   uint32_t size;
   uint32_t module;
@@ -219,8 +221,14 @@ void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category,
     const std::lock_guard held(host().shards[0].lock);
     host().counts.log_lines++;
   }
+  if (log_held)
+    return;
   say("%s/%s level %u category %u %s:%u: %s%s", or_none(from.module), or_none(from.submodule),
       level, category, or_none(function), line, text != nullptr ? text : "", message);
+}
+
+void osal_host_hold_log(int hold) {
+  log_held = hold != 0;
 }
 
 void osal_host_get_accounts(osal_host_accounts *accounts) {

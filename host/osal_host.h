@@ -24,6 +24,11 @@ typedef struct osal_host_accounts {
 /* A consistent snapshot; any thread. */
 void osal_host_get_accounts(osal_host_accounts *accounts);
 
+/* While `hold` is not 0, log lines of the calling thread are counted and not written. The mesh
+ * stand-in looks this up by name and uses it around the one call per message type that asks a
+ * decoder for its record size, which decoders answer with a parameter line. */
+void osal_host_hold_log(int hold);
+
 #ifdef __cplusplus
 }
 #endif

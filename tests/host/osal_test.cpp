@@ -154,6 +154,23 @@ TEST(Osal, WritesALogLineWithItsOrigin) {
   EXPECT_EQ(accounts().log_lines, 1U);
 }
 
+TEST(Osal, HoldsTheLinesOfOneThreadBackAndStillCountsThem) {
+  osal_host_accounts before, after;
+  osal_host_get_accounts(&before);
+  const captured_stderr told;
+  osal_host_hold_log(1);
+  VRX_OsalLogWrite(nullptr, 2, 22, "", 7, "held", "x");
+  std::thread([] { VRX_OsalLogWrite(nullptr, 2, 22, "", 7, "other_thread", "x"); }).join();
+  osal_host_hold_log(0);
+  VRX_OsalLogWrite(nullptr, 2, 22, "", 7, "later", "x");
+  osal_host_get_accounts(&after);
+  const std::string text = told.text();
+  EXPECT_EQ(text.find("held"), std::string::npos);
+  EXPECT_NE(text.find("other_thread"), std::string::npos);
+  EXPECT_NE(text.find("later"), std::string::npos);
+  EXPECT_EQ(after.log_lines - before.log_lines, 3U);
+}
+
 TEST(Osal, SurvivesALogCallWithoutNames) {
   const captured_stderr told;
   VRX_OsalLogWrite(nullptr, 2, 22, nullptr, 1, nullptr, "text");
