@@ -15,50 +15,36 @@
 
 namespace mesh_fib6::wire {
 
+// The table being written: where it and its vtable begin.
+struct table_place {
+  uint8_t *vtable;
+  uint8_t *start;
+};
+
+// The steps that tables are written in, at a cursor that only advances.
 template <class Order>
-class compact_writer {
+class compact_steps {
 public:
-  compact_writer(Order order, uint8_t *buffer) : order_(order), buffer_(buffer) {}
+  compact_steps(Order order, uint8_t *at) : order_(order), cursor_(at) {}
 
-  template <class Record>
-  uint32_t write_message(const Record &record) {
-    cursor_ = buffer_ + root_offset_size;
-    const uint8_t *const root = write_table(record);
-    store_offset(buffer_, root);
-    return static_cast<uint32_t>(cursor_ - buffer_);
+  const uint8_t *cursor() const { return cursor_; }
+
+  void put_offset(uint8_t *word, const uint8_t *target) {
+    order_.store(word, static_cast<uint32_t>(target - word));
   }
 
-private:
-  // The table being written: where it and its vtable begin.
-  struct table_place {
-    uint8_t *vtable;
-    uint8_t *start;
-  };
-
-  // The same, with what is filled in later: the offset words of a record's slots; null when the
-  // slot is absent.
-  template <class Record>
-  struct table_state : table_place {
-    uint8_t *offset_word[table<Record>::slots];
-  };
-
-  template <class Value>
-  void store(uint8_t *at, Value value) {
-    order_.store(at, value);
+  [[gnu::always_inline]] table_place begin_table(uint32_t slots) {
+    const table_place place{cursor_, cursor_ + 4 + 2 * slots};
+    clear_memory(place.vtable + 4, 2 * slots);
+    cursor_ = place.start + soffset_size;
+    return place;
   }
 
-  void store_offset(uint8_t *word, const uint8_t *target) {
-    store(word, static_cast<uint32_t>(target - word));
-  }
-
-  template <class Value>
-  void append(Value value) {
-    store(cursor_, value);
-    cursor_ += sizeof value;
-  }
-
-  void set_slot(const table_place &place, uint32_t slot) {
-    store(place.vtable + 4 + 2 * slot, static_cast<uint16_t>(cursor_ - place.start));
+  [[gnu::always_inline]] void end_table(const table_place &place) {
+    const auto vtable_size = static_cast<uint32_t>(place.start - place.vtable);
+    order_.store(place.vtable, static_cast<uint16_t>(vtable_size));
+    order_.store(place.vtable + 2, static_cast<uint16_t>(cursor_ - place.start));
+    order_.store(place.start, vtable_size); // the vtable lies right before the table
   }
 
   template <class Value>
@@ -69,11 +55,18 @@ private:
     append(value);
   }
 
+  // Makes room for the offset word of a slot and returns it.
+  [[gnu::always_inline]] uint8_t *reserve_offset(const table_place &place, uint32_t slot) {
+    set_slot(place, slot);
+    uint8_t *const word = cursor_;
+    cursor_ += uoffset_size;
+    return word;
+  }
+
   template <class Value>
   [[gnu::always_inline]] void put_array(uint8_t *offset_word, const Value *values,
                                         uint32_t length) {
-    store_offset(offset_word, cursor_);
-    append(length);
+    put_length(offset_word, length);
     if constexpr (sizeof(Value) == 4)
       order_.store_words(cursor_, values, length);
     else
@@ -81,47 +74,102 @@ private:
     cursor_ += sizeof(Value) * length;
   }
 
-  // The same two steps as calls that all messages share: in the rare order size counts, not speed.
+  void put_bytes(uint8_t *offset_word, const uint8_t *bytes, uint32_t length) {
+    put_length(offset_word, length);
+    copy_memory(cursor_, bytes, length);
+    cursor_ += length;
+  }
+
+  // A vector of tables: its count and room for its offset words, of which the first is returned.
+  uint8_t *put_table_count(uint8_t *offset_word, uint32_t count) {
+    put_length(offset_word, count);
+    uint8_t *const words = cursor_;
+    cursor_ += size_t{uoffset_size} * count;
+    return words;
+  }
+
+private:
   template <class Value>
-  [[gnu::noinline]] void put_scalar_shared(const table_place &place, uint32_t slot, Value value) {
-    put_scalar(place, slot, value);
+  void append(Value value) {
+    order_.store(cursor_, value);
+    cursor_ += sizeof value;
+  }
+
+  void set_slot(const table_place &place, uint32_t slot) {
+    order_.store(place.vtable + 4 + 2 * slot, static_cast<uint16_t>(cursor_ - place.start));
+  }
+
+  void put_length(uint8_t *offset_word, uint32_t length) {
+    put_offset(offset_word, cursor_);
+    append(length);
+  }
+
+  Order order_;
+  uint8_t *cursor_;
+};
+
+// The same steps as calls that all messages share: for the rare order, where size counts and speed
+// does not.
+template <class Order>
+class shared_compact_steps : public compact_steps<Order> {
+  using steps = compact_steps<Order>;
+
+public:
+  using steps::steps;
+
+  [[gnu::noinline]] table_place begin_table(uint32_t slots) { return steps::begin_table(slots); }
+  [[gnu::noinline]] void end_table(const table_place &place) { steps::end_table(place); }
+  template <class Value>
+  [[gnu::noinline]] void put_scalar(const table_place &place, uint32_t slot, Value value) {
+    steps::put_scalar(place, slot, value);
+  }
+  [[gnu::noinline]] uint8_t *reserve_offset(const table_place &place, uint32_t slot) {
+    return steps::reserve_offset(place, slot);
   }
   template <class Value>
-  [[gnu::noinline]] void put_array_shared(uint8_t *offset_word, const Value *values,
-                                          uint32_t length) {
-    put_array(offset_word, values, length);
+  [[gnu::noinline]] void put_array(uint8_t *offset_word, const Value *values, uint32_t length) {
+    steps::put_array(offset_word, values, length);
   }
+};
+
+template <class Order>
+class compact_writer {
+public:
+  compact_writer(Order order, uint8_t *buffer)
+      : buffer_(buffer), steps_(order, buffer + root_offset_size) {}
+
+  template <class Record>
+  uint32_t write_message(const Record &record) {
+    const uint8_t *const root = write_table(record);
+    steps_.put_offset(buffer_, root);
+    return static_cast<uint32_t>(steps_.cursor() - buffer_);
+  }
+
+private:
+  // What is filled in later: the offset words of a record's slots, and of a vector of tables the
+  // first word of its elements. Null when the slot is absent.
+  template <class Record>
+  struct pending {
+    uint8_t *word[table<Record>::slots];
+  };
 
   // Vtable and table of one record, then the tables behind it. Returns the table's start.
   template <class Record>
   const uint8_t *write_table(const Record &record) {
-    constexpr uint32_t vtable_size = table<Record>::vtable_size;
-    table_state<Record> state;
-    state.vtable = cursor_;
-    state.start = cursor_ + vtable_size;
-    clear_memory(state.vtable + 4, 2 * table<Record>::slots);
-    cursor_ = state.start + soffset_size;
-
-    for_each_field<Record>([&](auto field) { write_scalar(field, record, state); });
-    for_each_field<Record>([&](auto field) { reserve_offset(field, record, state); });
-    for_each_field<Record>([&](auto field) { write_body(field, record, state); });
-
-    store(state.vtable, static_cast<uint16_t>(vtable_size));
-    store(state.vtable + 2, static_cast<uint16_t>(cursor_ - state.start));
-    store(state.start, vtable_size); // the vtable lies right before the table
-
-    for_each_field<Record>([&](auto field) { write_tables_behind(field, record, state); });
-    return state.start;
+    pending<Record> later;
+    const table_place place = steps_.begin_table(table<Record>::slots);
+    for_each_field<Record>([&](auto field) { write_scalar(field, record, place); });
+    for_each_field<Record>([&](auto field) { reserve_offset(field, record, place, later); });
+    for_each_field<Record>([&](auto field) { write_body(field, record, later); });
+    steps_.end_table(place);
+    for_each_field<Record>([&](auto field) { write_tables_behind(field, record, later); });
+    return place.start;
   }
 
   template <class Field, class Record>
-  void write_scalar(Field, const Record &record, const table_state<Record> &state) {
-    if constexpr (Field::is_scalar) {
-      if constexpr (Order::is_common)
-        put_scalar(state, Field::slot, Field::value(record));
-      else
-        put_scalar_shared(state, Field::slot, Field::value(record));
-    }
+  void write_scalar(Field, const Record &record, const table_place &place) {
+    if constexpr (Field::is_scalar)
+      steps_.put_scalar(place, Field::slot, Field::value(record));
   }
 
   template <class Field, class Record>
@@ -132,62 +180,44 @@ private:
   }
 
   template <class Field, class Record>
-  void reserve_offset(Field, const Record &record, table_state<Record> &state) {
-    if constexpr (!Field::is_scalar) {
-      state.offset_word[Field::slot] = nullptr;
-      if (!is_present<Field>(record))
-        return;
-      set_slot(state, Field::slot);
-      state.offset_word[Field::slot] = cursor_;
-      cursor_ += uoffset_size;
+  void reserve_offset(Field, const Record &record, const table_place &place,
+                      pending<Record> &later) {
+    if constexpr (!Field::is_scalar)
+      later.word[Field::slot] =
+          is_present<Field>(record) ? steps_.reserve_offset(place, Field::slot) : nullptr;
+  }
+
+  template <class Field, class Record>
+  void write_body(Field, const Record &record, pending<Record> &later) {
+    uint8_t *&word = later.word[Field::slot];
+    if constexpr (Field::is_fixed_array) {
+      steps_.put_array(word, &Field::value(record), Field::length);
+    } else if constexpr (Field::of == kind::byte_vector) {
+      if (word != nullptr)
+        steps_.put_bytes(word, Field::pointer(record), Field::count(record));
+    } else if constexpr (Field::of == kind::table_vector) {
+      if (word != nullptr)
+        word = steps_.put_table_count(word, Field::count(record));
     }
   }
 
   template <class Field, class Record>
-  void write_body(Field, const Record &record, const table_state<Record> &state) {
-    if constexpr (!Field::is_scalar && Field::of != kind::table) {
-      uint8_t *const word = state.offset_word[Field::slot];
+  void write_tables_behind(Field, const Record &record, const pending<Record> &later) {
+    if constexpr (Field::of == kind::table) {
+      steps_.put_offset(later.word[Field::slot], write_table(Field::value(record)));
+    } else if constexpr (Field::of == kind::table_vector) {
+      uint8_t *word = later.word[Field::slot];
       if (word == nullptr)
         return;
-      if constexpr (Field::is_fixed_array) {
-        if constexpr (Order::is_common)
-          put_array(word, &Field::value(record), Field::length);
-        else
-          put_array_shared(word, &Field::value(record), Field::length);
-      } else {
-        store_offset(word, cursor_);
-        const uint32_t count = Field::count(record);
-        append(count);
-        if constexpr (Field::of == kind::byte_vector) {
-          copy_memory(cursor_, Field::pointer(record), count);
-          cursor_ += count;
-        } else {
-          cursor_ += size_t{uoffset_size} * count; // filled in when the elements are written
-        }
-      }
-    }
-  }
-
-  template <class Field, class Record>
-  void write_tables_behind(Field, const Record &record, const table_state<Record> &state) {
-    if constexpr (Field::of == kind::table) {
-      uint8_t *const word = state.offset_word[Field::slot];
-      store_offset(word, write_table(Field::value(record)));
-    } else if constexpr (Field::of == kind::table_vector) {
-      if (state.offset_word[Field::slot] == nullptr)
-        return;
-      uint8_t *word = state.offset_word[Field::slot];
-      word += order_.template load<uint32_t>(word) + vector_length_size;
       const auto *const elements = Field::pointer(record);
       const uint32_t count = Field::count(record);
       for (uint32_t i = 0; i < count; i++, word += uoffset_size)
-        store_offset(word, write_table(elements[i]));
+        steps_.put_offset(word, write_table(elements[i]));
     }
   }
 
-  Order order_;
   uint8_t *buffer_;
-  uint8_t *cursor_ = nullptr;
+  std::conditional_t<Order::is_common, compact_steps<Order>, shared_compact_steps<Order>> steps_;
 };
 
 // Whether there is something to write and somewhere to write it to; logs under `function` if not.

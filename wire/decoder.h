@@ -59,69 +59,15 @@ bool open_table(runtime::unit &unit, const received &in, Order order, uint32_t a
   return true;
 }
 
+// The steps that fields are read in.
 template <class Order>
-class decoder {
+class decode_steps {
 public:
-  decoder(runtime::unit &unit, Order order, const received &in)
-      : unit_(unit), order_(order), in_(in) {}
+  decode_steps(Order order, const received &in) : order_(order), in_(in) {}
 
-  template <root_form Form, class Record>
-  void decode_root(Record &record) {
-    const uint32_t root = load<uint32_t>(0);
-    table_ref table{};
-    if constexpr (Form == root_form::header_first) {
-      if (!open_table(unit_, in_, order_, root, names<Record>::unpack.text, table))
-        return;
-      runtime::bind_cache(unit_);
-      clear_memory(&record, sizeof record);
-    } else {
-      runtime::bind_cache(unit_);
-      clear_memory(&record, sizeof record);
-      if (!open_table(unit_, in_, order_, root, names<Record>::unpack_non_root.text, table))
-        return;
-    }
-    if (!read_fields(table, record, names<Record>::unpack.text))
-      release(unit_, &record);
-  }
-
-private:
   template <class Value>
   Value load(uint32_t at) const {
     return order_.template load<Value>(in_.bytes + at);
-  }
-
-  // Fields of a table into a zeroed record. `decoding` names the function on whose behalf members
-  // are allocated.
-  template <class Record>
-  bool read_fields(const table_ref &table, Record &record, const char *decoding) {
-    return all_fields<Record>(
-        [&](auto field) { return read_field(field, table, record, decoding); });
-  }
-
-  template <class Field, class Record>
-  bool read_field(Field, const table_ref &table, Record &record, const char *decoding) {
-    constexpr uint32_t slot = Field::slot;
-    if constexpr (Field::is_scalar) {
-      if constexpr (Order::is_common)
-        return read_scalar(table, slot, Field::value(record));
-      else
-        return read_scalar_shared(table, slot, Field::value(record));
-    } else if constexpr (Field::is_fixed_array) {
-      if constexpr (Order::is_common)
-        return read_array(table, slot, &Field::value(record), Field::length);
-      else
-        return read_array_shared(table, slot, &Field::value(record), Field::length);
-    } else {
-      uint32_t at = 0;
-      if (!find(table, slot, at))
-        return true;
-      if constexpr (Field::of == kind::table)
-        return read_table(at, Field::value(record));
-      else if constexpr (Field::of == kind::byte_vector)
-        return read_bytes(at, Field::count(record), Field::pointer(record), decoding);
-      else
-        return read_tables(at, Field::count(record), Field::pointer(record), decoding);
-    }
   }
 
   // Where the field of a slot lies. A vtable shorter than the schema comes from an older peer: what
@@ -132,43 +78,6 @@ private:
     const uint32_t entry = load<uint16_t>(table.vtable + 4 + 2 * slot);
     at = table.at + entry;
     return entry != 0;
-  }
-
-  template <class Value>
-  [[gnu::always_inline]] bool read_scalar(const table_ref &table, uint32_t slot, Value &value) {
-    uint32_t at = 0;
-    if (!find(table, slot, at))
-      return true;
-    if (!in_.holds(at, sizeof value))
-      return false;
-    value = load<Value>(at);
-    return true;
-  }
-
-  template <class Value>
-  [[gnu::always_inline]] bool read_array(const table_ref &table, uint32_t slot, Value *values,
-                                         uint32_t length) {
-    uint32_t at = 0, items = 0, count = 0;
-    if (!find(table, slot, at))
-      return true;
-    if (!open_vector(at, sizeof *values, items, count) || count != length)
-      return false;
-    if constexpr (sizeof(Value) == 4)
-      order_.load_words(values, in_.bytes + items, length);
-    else
-      memcpy(values, in_.bytes + items, length);
-    return true;
-  }
-
-  // The same two steps as calls that all messages share: in the rare order size counts, not speed.
-  template <class Value>
-  [[gnu::noinline]] bool read_scalar_shared(const table_ref &table, uint32_t slot, Value &value) {
-    return read_scalar(table, slot, value);
-  }
-  template <class Value>
-  [[gnu::noinline]] bool read_array_shared(const table_ref &table, uint32_t slot, Value *values,
-                                           uint32_t length) {
-    return read_array(table, slot, values, length);
   }
 
   // Follows the uoffset at `at`.
@@ -189,18 +98,128 @@ private:
     return (width == 1 || count <= max_word_count) && in_.holds(items, width * count);
   }
 
+  template <class Value>
+  [[gnu::always_inline]] bool read_scalar(const table_ref &table, uint32_t slot,
+                                          Value &value) const {
+    uint32_t at = 0;
+    if (!find(table, slot, at))
+      return true;
+    if (!in_.holds(at, sizeof value))
+      return false;
+    value = load<Value>(at);
+    return true;
+  }
+
+  template <class Value>
+  [[gnu::always_inline]] bool read_array(const table_ref &table, uint32_t slot, Value *values,
+                                         uint32_t length) const {
+    uint32_t at = 0, items = 0, count = 0;
+    if (!find(table, slot, at))
+      return true;
+    if (!open_vector(at, sizeof *values, items, count) || count != length)
+      return false;
+    if constexpr (sizeof(Value) == 4)
+      order_.load_words(values, in_.bytes + items, length);
+    else
+      memcpy(values, in_.bytes + items, length);
+    return true;
+  }
+
+protected:
+  Order order_;
+  received in_;
+};
+
+// The same steps as calls that all messages share: for the rare order, where size counts and speed
+// does not.
+template <class Order>
+class shared_decode_steps : public decode_steps<Order> {
+  using steps = decode_steps<Order>;
+
+public:
+  using steps::steps;
+
+  template <class Value>
+  [[gnu::noinline]] bool read_scalar(const table_ref &table, uint32_t slot, Value &value) const {
+    return steps::read_scalar(table, slot, value);
+  }
+  template <class Value>
+  [[gnu::noinline]] bool read_array(const table_ref &table, uint32_t slot, Value *values,
+                                    uint32_t length) const {
+    return steps::read_array(table, slot, values, length);
+  }
+};
+
+template <class Order>
+class decoder
+    : std::conditional_t<Order::is_common, decode_steps<Order>, shared_decode_steps<Order>> {
+  using steps =
+      std::conditional_t<Order::is_common, decode_steps<Order>, shared_decode_steps<Order>>;
+  using steps::in_;
+  using steps::order_;
+
+public:
+  decoder(runtime::unit &unit, Order order, const received &in) : steps(order, in), unit_(unit) {}
+
+  template <root_form Form, class Record>
+  void decode_root(Record &record) {
+    const auto root = this->template load<uint32_t>(0);
+    table_ref table{};
+    if constexpr (Form == root_form::header_first) {
+      if (!open_table(unit_, in_, order_, root, names<Record>::unpack.text, table))
+        return;
+      runtime::bind_cache(unit_);
+      clear_memory(&record, sizeof record);
+    } else {
+      runtime::bind_cache(unit_);
+      clear_memory(&record, sizeof record);
+      if (!open_table(unit_, in_, order_, root, names<Record>::unpack_non_root.text, table))
+        return;
+    }
+    if (!read_fields(table, record, names<Record>::unpack.text))
+      release(unit_, &record);
+  }
+
+private:
+  // Fields of a table into a zeroed record. `decoding` names the function on whose behalf members
+  // are allocated.
+  template <class Record>
+  bool read_fields(const table_ref &table, Record &record, const char *decoding) {
+    return all_fields<Record>(
+        [&](auto field) { return read_field(field, table, record, decoding); });
+  }
+
+  template <class Field, class Record>
+  bool read_field(Field, const table_ref &table, Record &record, const char *decoding) {
+    if constexpr (Field::is_scalar) {
+      return this->read_scalar(table, Field::slot, Field::value(record));
+    } else if constexpr (Field::is_fixed_array) {
+      return this->read_array(table, Field::slot, &Field::value(record), Field::length);
+    } else {
+      uint32_t at = 0;
+      if (!this->find(table, Field::slot, at))
+        return true;
+      if constexpr (Field::of == kind::table)
+        return read_table(at, Field::value(record));
+      else if constexpr (Field::of == kind::byte_vector)
+        return read_bytes(at, Field::count(record), Field::pointer(record), decoding);
+      else
+        return read_tables(at, Field::count(record), Field::pointer(record), decoding);
+    }
+  }
+
   template <class Record>
   bool read_table(uint32_t at, Record &record) {
     constexpr const char *function = names<Record>::unpack_non_root.text;
     uint32_t target = 0;
     table_ref table{};
-    return follow(at, target) && open_table(unit_, in_, order_, target, function, table) &&
+    return this->follow(at, target) && open_table(unit_, in_, order_, target, function, table) &&
            read_fields(table, record, function);
   }
 
   bool read_bytes(uint32_t at, uint32_t &length, uint8_t *&bytes, const char *decoding) {
     uint32_t items = 0, count = 0;
-    if (!open_vector(at, 1, items, count))
+    if (!this->open_vector(at, 1, items, count))
       return false;
     length = count;
     if (count == 0)
@@ -215,7 +234,7 @@ private:
   template <class Record>
   bool read_tables(uint32_t at, uint32_t &length, Record *&records, const char *decoding) {
     uint32_t items = 0, count = 0;
-    if (!open_vector(at, uoffset_size, items, count))
+    if (!this->open_vector(at, uoffset_size, items, count))
       return false;
     length = count;
     if (count == 0)
@@ -241,7 +260,7 @@ private:
   template <class Record>
   bool read_element(uint32_t word, Record &record) {
     const char *const function = names<Record>::unpack_non_root.text;
-    const uint32_t at = word + load<uint32_t>(word);
+    const uint32_t at = word + this->template load<uint32_t>(word);
     table_ref table{};
     return at >= word && open_table(unit_, in_, order_, at, function, table) &&
            read_fields(table, record, function);
@@ -260,8 +279,6 @@ private:
   }
 
   runtime::unit &unit_;
-  Order order_;
-  received in_;
 };
 
 // Whether there is something to decode and somewhere to decode it to; logs under `function` if not.
