@@ -1,4 +1,5 @@
-/* Module fib6: routes, next hops, next-hop groups, segment lists and path MTU in batches.
+/* Module fib6: routes, next hops, next-hop groups, segment lists and path MTU in batches; control
+ * messages.
  *
  * Room: modules (public header). Plain C99, also valid C++. The seven operations of a message type
  * are documented in message_api.h, the wire format in docs/wire-format.md.
