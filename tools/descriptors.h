@@ -131,20 +131,21 @@ struct described;
 
 namespace detail {
 
-template <kind Kind, class Value, uint32_t Slot, size_t Offset, uint32_t Length, size_t CountAt>
-constexpr field_descriptor describe(wire::field<Kind, Value, Slot, Offset, Length, CountAt>) {
+template <class Field>
+constexpr field_descriptor describe(Field) {
+  using value_type = typename Field::value_type;
   field_descriptor result = {
-      .name = member_name_of<Slot>.data(),
-      .kind = Kind,
-      .slot = Slot,
-      .offset = static_cast<uint32_t>(Offset),
-      .width = static_cast<uint32_t>(sizeof(Value)),
-      .length = Length,
-      .count_offset = static_cast<uint32_t>(CountAt),
+      .name = member_name_of<Field::slot>.data(),
+      .kind = Field::of,
+      .slot = Field::slot,
+      .offset = static_cast<uint32_t>(Field::offset),
+      .width = static_cast<uint32_t>(sizeof(value_type)),
+      .length = Field::length,
+      .count_offset = static_cast<uint32_t>(Field::count_offset),
       .table = nullptr,
   };
-  if constexpr (Kind == kind::table || Kind == kind::table_vector)
-    result.table = &described<Value>::table;
+  if constexpr (Field::of == kind::table || Field::of == kind::table_vector)
+    result.table = &described<value_type>::table;
   return result;
 }
 

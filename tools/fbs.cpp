@@ -4,7 +4,8 @@
 #include "tools/fbs.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <iomanip>
+#include <sstream>
 #include <vector>
 
 namespace mesh_fib6::tools {
@@ -57,9 +58,10 @@ std::string message_comment(const message_descriptor &message) {
 }
 
 std::string message_attribute(const message_descriptor &message) {
-  char text[sizeof " (message_id: \"0x12345678\")"];
-  snprintf(text, sizeof text, " (message_id: \"0x%08X\")", message.id);
-  return text;
+  std::ostringstream text;
+  text << " (message_id: \"0x" << std::hex << std::uppercase << std::setw(8) << std::setfill('0')
+       << message.id << "\")";
+  return text.str();
 }
 
 std::string text_of(const table_descriptor &table, const module_descriptor &module) {

@@ -3,12 +3,12 @@
 // Room: tools. Run it on schemas/ after a change of a message; a test compares.
 #include "tools/fbs.h"
 
-#include <cstdio>
 #include <fstream>
+#include <iostream>
 
 int main(int argc, char **argv) {
   if (argc != 2) {
-    fprintf(stderr, "usage: write_schemas FOLDER\n");
+    std::cerr << "usage: write_schemas FOLDER\n";
     return 2;
   }
   for (const mesh_fib6::tools::module_descriptor &module : mesh_fib6::tools::modules) {
@@ -16,7 +16,7 @@ int main(int argc, char **argv) {
     std::ofstream file(path, std::ios::binary);
     file << mesh_fib6::tools::fbs_of(module) << std::flush;
     if (!file) {
-      fprintf(stderr, "write_schemas: cannot write %s\n", path.c_str());
+      std::cerr << "write_schemas: cannot write " << path << "\n";
       return 1;
     }
   }

@@ -39,6 +39,7 @@ struct field {
   static constexpr uint32_t slot = Slot;
   static constexpr size_t offset = Offset;
   static constexpr uint32_t length = Length;
+  static constexpr size_t count_offset = CountAt;
 
   static constexpr bool is_scalar = Kind == kind::scalar;
   static constexpr bool is_fixed_array = Kind == kind::words || Kind == kind::bytes;

@@ -126,7 +126,7 @@ private:
 bytes load_schema(const std::string &module) {
   const std::string path = MESH_FIB6_BFBS_DIR "/" + module + ".bfbs";
   std::ifstream file(path, std::ios::binary);
-  const bytes schema{std::istreambuf_iterator<char>(file), {}};
+  bytes schema{std::istreambuf_iterator<char>(file), {}};
   flatbuffers::Verifier verifier(schema.data(), schema.size());
   if (!reflection::VerifySchemaBuffer(verifier))
     throw std::runtime_error(path + " is no schema");

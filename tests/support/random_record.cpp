@@ -3,7 +3,7 @@
 // Room: tests.
 #include "tests/support/random_record.h"
 
-#include <cstdio>
+#include <sstream>
 
 namespace random_record {
 namespace {
@@ -77,9 +77,9 @@ uint32_t elements(const field_descriptor &field, const void *record) {
 }
 
 std::string hex(uint32_t number) {
-  char text[sizeof "0x12345678"];
-  snprintf(text, sizeof text, "0x%X", number);
-  return text;
+  std::ostringstream text;
+  text << "0x" << std::hex << std::uppercase << number;
+  return text.str();
 }
 
 std::string mismatch(uint32_t expected, uint32_t actual) {
@@ -143,7 +143,7 @@ bool is_zero(const table_descriptor &table, const void *record) {
 
 std::string difference(const table_descriptor &table, const void *expected, const void *actual) {
   for (const field_descriptor &field : table.fields) {
-    const std::string found = field_difference(field, expected, actual);
+    std::string found = field_difference(field, expected, actual);
     if (!found.empty())
       return found;
   }

@@ -1,0 +1,63 @@
+# Removes what `cmake --install` put there last, read from the lists it left in the build folder.
+# usage: [DESTDIR=...] cmake -DBUILD=<build folder> "-DFOLDERS=<folder>;..." -P uninstall.cmake
+#
+# Files go when they are listed, folders when they are empty and in FOLDERS (told from the prefix):
+# the others (lib, include, ...) are not only ours.
+
+# is_ours(FOLDER RESULT): whether it is one of FOLDERS or in one.
+function(is_ours folder result)
+  set(${result} FALSE PARENT_SCOPE)
+  foreach(our_folder IN LISTS FOLDERS)
+    string(FIND "${folder}/" "/${our_folder}/" position)
+    if(NOT position EQUAL -1)
+      set(${result} TRUE PARENT_SCOPE)
+    endif()
+  endforeach()
+endfunction()
+
+# remove_empty(FOLDER): and those above it, as far as they are ours.
+function(remove_empty folder)
+  is_ours("${folder}" ours)
+  file(GLOB content "${folder}/*") # hidden files as well
+  if(content OR NOT ours OR NOT IS_DIRECTORY "${folder}")
+    return()
+  endif()
+  message(STATUS "Removing ${folder}")
+  file(REMOVE_RECURSE "${folder}")
+  cmake_path(GET folder PARENT_PATH above)
+  remove_empty("${above}")
+endfunction()
+
+function(remove_listed manifest)
+  set(folders "")
+  file(STRINGS "${manifest}" files)
+  list(TRANSFORM files PREPEND "$ENV{DESTDIR}")
+  foreach(file IN LISTS files)
+    if(EXISTS "${file}" OR IS_SYMLINK "${file}")
+      message(STATUS "Removing ${file}")
+      file(REMOVE "${file}")
+    else()
+      message(STATUS "Gone already: ${file}")
+    endif()
+    if(EXISTS "${file}" OR IS_SYMLINK "${file}")
+      message(FATAL_ERROR "Cannot remove ${file}")
+    endif()
+    cmake_path(GET file PARENT_PATH folder)
+    list(APPEND folders "${folder}")
+  endforeach()
+
+  list(REMOVE_DUPLICATES folders)
+  foreach(folder IN LISTS folders)
+    remove_empty("${folder}")
+  endforeach()
+  file(REMOVE "${manifest}") # so that what somebody else installs later is not removed by mistake
+endfunction()
+
+# One list for everything, one for each component that was installed by itself.
+file(GLOB manifests "${BUILD}/install_manifest*.txt")
+if(NOT manifests)
+  message(FATAL_ERROR "${BUILD} has no list of installed files")
+endif()
+foreach(manifest IN LISTS manifests)
+  remove_listed("${manifest}")
+endforeach()

@@ -1,0 +1,133 @@
+// What a message is: its row, its identifier, its record and what a decode always answers.
+//
+// Room: tests.
+#include "tests/catalogue/every_message.h"
+#include "tests/catalogue/records.h"
+
+#include <set>
+#include <string>
+#include <vector>
+
+using namespace catalogue;
+
+namespace {
+
+// The layouts: the compact one of every message, and the fixed one of flat messages.
+std::vector<bytes> both_layouts(const message &message, const void *record) {
+  std::vector<bytes> layouts = {packed(message, record)};
+  if (!message.is_tree())
+    layouts.push_back(sent(message, record));
+  return layouts;
+}
+
+TEST_F(EveryMessage, HasOneRowWithAnIdentifierOfItsOwn) {
+  std::set<std::string> names;
+  std::set<uint32_t> identifiers;
+  for (const module_row &module : modules)
+    for (size_t i = 0; i < module.messages.size(); i++) {
+      EXPECT_EQ(module.messages[i].position, i + 1) << module.messages[i].name;
+      names.insert(module.messages[i].name);
+      identifiers.insert(module.messages[i].id);
+    }
+  EXPECT_EQ(names.size(), message_count);
+  EXPECT_EQ(identifiers.size(), message_count);
+}
+
+TEST_F(EveryMessage, IsInTheSchemaWhatItIsInTheTable) {
+  size_t described = 0;
+  mesh_fib6::tools::for_each_message([&described](const message_descriptor &) { ++described; });
+  EXPECT_EQ(described, message_count);
+  for_each_message([](const message &message, const module_row &module) {
+    const message_descriptor &descriptor = descriptor_of(message);
+    EXPECT_STREQ(descriptor.module, module.name);
+    EXPECT_EQ(std::string(descriptor.wire_namespace) + "." + descriptor.message, message.hashed);
+    EXPECT_EQ(descriptor.id, message.id);
+    EXPECT_EQ(descriptor.record_size, message.record_size);
+    EXPECT_EQ(descriptor.shape == mesh_fib6::tools::shape::tree, message.is_tree());
+    EXPECT_EQ(descriptor.fixed_image_size, message.is_tree() ? 0 : message.wire_size);
+    EXPECT_EQ(message.type_size, message.record_size);
+  });
+}
+
+TEST_F(EveryMessage, HasItsSubTablesWhereTheTableSaysSo) {
+  each([](const message &message) {
+    std::vector<std::string> in_schema, in_table;
+    for (const field_descriptor &field : table_of(message).fields)
+      if (field.table != nullptr)
+        in_schema.push_back(std::to_string(field.slot) + " " + field.table->name +
+                            (field.is_vector() ? "[]" : ""));
+    for (const sub_table &table : message.sub_tables())
+      in_table.push_back(std::to_string(table.slot) + " " + table.name +
+                         (table.held == held::in_vector ? "[]" : ""));
+    EXPECT_EQ(in_schema, in_table);
+  });
+}
+
+TEST_F(EveryMessage, AnswersADecodeWithItsRecordSizeWhenItSucceeds) {
+  each([](const message &message) {
+    for (const owned_record &record : {full_record(message), owned_record(table_of(message))})
+      for (const bytes &wire : both_layouts(message, record.get())) {
+        decoding decoded(message, wire); // compares the answer
+        EXPECT_EQ(difference(message, record.get(), decoded.record()), "");
+        EXPECT_TRUE(decoded.lines.empty());
+      }
+  });
+}
+
+TEST_F(EveryMessage, AnswersADecodeWithItsRecordSizeWhenItFails) {
+  each([](const message &message) {
+    for (const uint8_t filler : {0x00, 0x04, 0x7F, 0xFF})
+      for (const uint32_t size : {4U, 5U, 8U, 64U, 600U}) {
+        decoding decoded(message, bytes(size, filler));
+        EXPECT_TRUE(decoded.untouched() || decoded.zeroed());
+      }
+  });
+}
+
+TEST_F(EveryMessage, AnswersADecodeWithoutARecordWithTheRecordSize) {
+  each([](const message &message) {
+    const owned_record zero(table_of(message));
+    const bytes wire = packed(message, zero.get());
+    const auto size = static_cast<uint32_t>(wire.size());
+    EXPECT_EQ(message.unpack(wire.data(), size, nullptr), message.record_size);
+    EXPECT_EQ(message.unpack(nullptr, 0, nullptr), message.record_size);
+    EXPECT_TRUE(fake_osal::calls().empty());
+  });
+}
+
+// Asked under the sender's own name of the record, not under a number that a list might repeat.
+TEST_F(EveryMessage, ToldApartByItsIdentifierOnlyWhereTwinsLookTheSame) {
+  struct twins {
+    const char *one, *other;
+  };
+  constexpr twins pairs[] = {
+      {"fib6Sync_glbCfg", "fib6Sync_dod_enable"},
+      {"feiBrokerFib6_dod_rule", "fib6Sync_dod_rule"},
+      {"feiBrokerFib6_dod_aging", "fib6Sync_dod_aging"},
+      {"feiBrokerFib6_special_ip", "fib6Sync_special_ip"},
+  };
+  const auto find = [](const std::string &name) {
+    const message *found = nullptr;
+    for_each_message([&](const message &message, const module_row &) {
+      if (message.name == name)
+        found = &message;
+    });
+    return found;
+  };
+  for (const auto &[one, other] : pairs) {
+    SCOPED_TRACE(one);
+    const message *a = find(one), *b = find(other);
+    ASSERT_TRUE(a != nullptr && b != nullptr);
+    EXPECT_NE(a->id, b->id);
+    ASSERT_EQ(a->record_size, b->record_size);
+    for (uint32_t round = 0; round < 8; round++) {
+      const owned_record record = some_record(*a, round);
+      EXPECT_EQ(sent(*a, record.get()), sent(*b, record.get()));
+      EXPECT_EQ(packed(*a, record.get()), packed(*b, record.get()));
+      decoding decoded(*b, sent(*a, record.get()));
+      EXPECT_EQ(difference(*b, record.get(), decoded.record()), "");
+    }
+  }
+}
+
+} // namespace

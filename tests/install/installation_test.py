@@ -1,0 +1,335 @@
+"""The installed tree as its users find it: what is in it, whether it serves them, whether it goes.
+
+Room: tests. Runs cmake, pkg-config and compilers; knows the library only as an installed tree.
+
+usage: installation_test.py SETTINGS_JSON CASE
+"""
+
+import json
+import os
+import pathlib
+import shlex
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+HERE = pathlib.Path(__file__).resolve().parent
+CONSUMER = HERE / "consumer"
+COMPONENTS = ("runtime", "development", "host")
+STRICT = ["-pedantic", "-Wall", "-Wextra", "-Werror"]
+# What round_trip prints: the development host takes registrations, platform_mesh.c does not.
+STAND_IN_ANSWERS = "the mesh answers 0 0 0\n"
+PLATFORM_ANSWERS = "the mesh answers 77 77 77\n"
+OTHER_VERSION = "compatible with requested version"
+SETTINGS = {}
+
+
+def run(*command, environment=None, succeeds=True, text=None):
+    """The command's end and what it wrote."""
+    done = subprocess.run([str(word) for word in command], input=text, text=True,
+                          env={**os.environ, **(environment or {})}, check=False,
+                          capture_output=True)
+    if (done.returncode == 0) != succeeds:
+        raise AssertionError(f"{shlex.join(map(str, command))} ended with {done.returncode}\n"
+                             f"{done.stdout}{done.stderr}")
+    return done
+
+
+def files_below(folder):
+    """The paths of all files below a folder, told from it."""
+    return sorted(str(path.relative_to(folder))
+                  for path in folder.rglob("*") if not path.is_dir())
+
+
+def major_version():
+    return int(SETTINGS["version"].split(".")[0])
+
+
+def expected_files(*components):
+    """What files.txt lists for these components."""
+    names = {"lib": SETTINGS["lib"], "include": SETTINGS["include"],
+             "config": SETTINGS["config"].lower() or "noconfig"}
+    lines = (HERE / "files.txt").read_text(encoding="ascii").splitlines()
+    rows = [line.split() for line in lines if not line.startswith("#")]
+    return sorted(path.format(**names) for component, path in rows if component in components)
+
+
+class Tree:
+    """An installed tree: its prefix, and where things are in it."""
+
+    def __init__(self, prefix):
+        self.prefix = prefix
+        self.lib = prefix / SETTINGS["lib"]
+        self.include = prefix / SETTINGS["include"] / "mesh_fib6"
+
+    def headers(self):
+        return [path for path in files_below(self.include) if path.endswith(".h")]
+
+    def flags(self, package):
+        """What pkg-config tells a compiler; it sees this tree and no other."""
+        environment = {"PKG_CONFIG_LIBDIR": str(self.lib / "pkgconfig"), "PKG_CONFIG_PATH": ""}
+        version = run(SETTINGS["pkg_config"], "--modversion", package, environment=environment)
+        assert version.stdout.strip() == SETTINGS["version"], version.stdout
+        flags = run(SETTINGS["pkg_config"], "--cflags", "--libs", package, environment=environment)
+        return flags.stdout.split()
+
+
+class Installation(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="mesh-fib6-install.")
+        self.addCleanup(folder.cleanup)
+        self.work = pathlib.Path(folder.name)
+        self.set_manifests_aside()
+
+    def manifests(self):
+        return pathlib.Path(SETTINGS["build"]).glob("install_manifest*.txt")
+
+    def set_manifests_aside(self):
+        """What this build's user installed is his to remove after the tests, too."""
+        kept = self.work / "manifests"
+        kept.mkdir()
+        for manifest in self.manifests():
+            shutil.move(manifest, kept)
+
+        def put_back():
+            for manifest in self.manifests():
+                manifest.unlink()
+            for manifest in kept.iterdir():
+                shutil.move(manifest, SETTINGS["build"])
+        self.addCleanup(put_back)
+
+    def install(self, name, *components, destdir=None):
+        """Installs these components, or the whole, and gives the tree."""
+        prefix = self.work / name
+        environment = {"DESTDIR": str(destdir) if destdir else ""}
+        command = [SETTINGS["cmake"], "--install", SETTINGS["build"], "--prefix", prefix]
+        for component in components:
+            run(*command, "--component", component, environment=environment)
+        if not components:
+            run(*command, environment=environment)
+        return Tree(destdir / prefix.relative_to("/") if destdir else prefix)
+
+    def install_and_move(self):
+        """A whole tree at another place than it was installed to."""
+        tree = self.install("before")
+        return Tree(tree.prefix.rename(self.work / "after"))
+
+    def uninstall(self, **how):
+        return run(SETTINGS["cmake"], "--build", SETTINGS["build"], "--target", "uninstall", **how)
+
+    def check_output(self, expected, program, library_path=""):
+        """Runs a program of a user, which is to print this; what it wrote to stderr."""
+        environment = {"LD_LIBRARY_PATH": str(library_path), "OSAL_HOST_REPORT": "1",
+                       "MESH_HOST_DIR": str(self.work / "mesh")}
+        done = run(*SETTINGS["emulator"].split(), program, environment=environment)
+        self.assertEqual(done.stdout, expected)
+        return done.stderr
+
+    def compile(self, compiler, source, *options, output):
+        run(compiler, *SETTINGS["consumer_options"].split(), *STRICT, source, "-o", output, *options)
+
+    def configure(self, project, *options, **how):
+        """Configures a project of a user in a build folder of its own; what cmake said."""
+        command = [SETTINGS["cmake"], "-S", project, "-B", self.work / "build",
+                   "-G", SETTINGS["generator"],
+                   f"-DCMAKE_C_FLAGS={shlex.join(STRICT)} {SETTINGS['consumer_options']}",
+                   f"-DCMAKE_CXX_FLAGS={shlex.join(STRICT)} {SETTINGS['consumer_options']}",
+                   f"-DCMAKE_C_COMPILER={SETTINGS['c']}", f"-DCMAKE_CXX_COMPILER={SETTINGS['cxx']}"]
+        if SETTINGS["toolchain"]:
+            command.append(f"-DCMAKE_TOOLCHAIN_FILE={SETTINGS['toolchain']}")
+        return run(*command, *options, **how)
+
+    def build(self):
+        run(SETTINGS["cmake"], "--build", self.work / "build")
+        return self.work / "build"
+
+    def build_platform_mesh(self, tree):
+        """A folder with a libtolvimesh.so that is not the development host's."""
+        folder = self.work / "platform"
+        folder.mkdir()
+        self.compile(SETTINGS["c"], HERE / "platform_mesh.c", "-std=c99", "-shared", "-fPIC",
+                     f"-I{tree.include}", "-Wl,-soname,libtolvimesh.so",
+                     output=folder / "libtolvimesh.so")
+        return folder
+
+    def check_headers(self, compiler):
+        headers = self.install("tree").headers()
+        self.assertIn("modules/fib6/fib6.h", headers)
+        for header in headers:
+            for language in (["c", "-std=c99"], ["c++", "-std=c++98"], ["c++", "-std=c++20"]):
+                with self.subTest(header=header, language=language):
+                    run(*compiler.split(), "-x", *language, *STRICT, "-fsyntax-only",
+                        f"-I{self.work / 'tree' / SETTINGS['include'] / 'mesh_fib6'}", "-",
+                        text=f'#include "{header}"\n')
+
+    # What is in the tree.
+
+    def test_PutsExactlyTheListedFilesIntoATree(self):
+        tree = self.install("tree")
+        self.assertEqual(files_below(tree.prefix), expected_files(*COMPONENTS))
+
+    def test_PutsEachComponentsFilesIntoATreeOfItsOwn(self):
+        for component in COMPONENTS:
+            tree = self.install(component, component)
+            self.assertEqual(files_below(tree.prefix), expected_files(component))
+
+    def test_PutsAStagedTreeBelowDestdirAndNothingBesideIt(self):
+        stage = self.work / "stage"
+        tree = self.install("prefix", destdir=stage)
+        self.assertEqual(files_below(tree.prefix), expected_files(*COMPONENTS))
+        self.assertEqual(len(files_below(stage)), len(files_below(tree.prefix)))
+        self.assertFalse((self.work / "prefix").exists())
+
+    def test_NamesNoFolderOfTheBuildNorThePrefix(self):
+        tree = self.install("tree")
+        folders = [str(folder).encode()
+                   for folder in (SETTINGS["build"], SETTINGS["source"], tree.prefix)]
+        looked_at = [path for path in files_below(tree.prefix)
+                     if not (path.endswith(".so") and SETTINGS["libraries_name_sources"])]
+        self.assertTrue(looked_at)
+        telling = [path for path in looked_at
+                   if any(folder in (tree.prefix / path).read_bytes() for folder in folders)]
+        self.assertEqual(telling, [])
+
+    def test_CompilesEachHeaderAloneWithGcc(self):
+        self.check_headers(SETTINGS["gcc"])
+
+    def test_CompilesEachHeaderAloneWithClang(self):
+        self.check_headers(SETTINGS["clang"])
+
+    # Programs of users, from a tree that is no longer where it was installed.
+
+    def build_by_pkg_config(self, package, tree, *options):
+        program = self.work / "round_trip"
+        self.compile(SETTINGS["c"], CONSUMER / "round_trip.c", "-std=c99", *options,
+                     *tree.flags(package), output=program)
+        return program
+
+    def test_BuildsAndRunsAC99ConsumerByPkgConfigFromAMovedTree(self):
+        tree = self.install_and_move()
+        program = self.build_by_pkg_config("mesh_fib6", tree)
+        self.check_output(STAND_IN_ANSWERS, program, tree.lib)
+
+    def test_BuildsAndRunsACxxConsumerByPkgConfigFromAMovedTree(self):
+        tree = self.install_and_move()
+        program = self.work / "delivery"
+        self.compile(SETTINGS["cxx"], CONSUMER / "delivery.cpp", "-std=c++20",
+                     *tree.flags("mesh_fib6_host"), output=program)
+        self.check_output("delivered\n", program, tree.lib)
+
+    def test_BuildsAndRunsBothConsumersByFindPackageFromAMovedTree(self):
+        tree = self.install_and_move()
+        self.configure(CONSUMER, f"-DCMAKE_PREFIX_PATH={tree.prefix}")
+        programs = self.build()
+        # The loader finds everything by itself.
+        self.check_output(STAND_IN_ANSWERS, programs / "round_trip")
+        self.check_output("delivered\n", programs / "delivery")
+
+    def test_LinksTheOsalByPkgConfigThoughNothingRefersToIt(self):
+        tree = self.install("tree")
+        for package, reports in (("mesh_fib6", False), ("mesh_fib6_host", True)):
+            program = self.build_by_pkg_config(package, tree, "-Wl,--as-needed")
+            said = self.check_output(STAND_IN_ANSWERS, program, tree.lib)
+            self.assertEqual("allocations" in said, reports, said)
+
+    # The mesh of a platform.
+
+    def test_LinksThePlatformsMeshByFindPackageWhereTheHostIsMissing(self):
+        tree = self.install("tree", "runtime", "development")
+        platform = self.build_platform_mesh(tree)
+        self.configure(CONSUMER, f"-DCMAKE_PREFIX_PATH={tree.prefix}",
+                       f"-DCMAKE_LIBRARY_PATH={platform}")
+        self.check_output(PLATFORM_ANSWERS, self.build() / "round_trip", platform)
+
+    def test_LinksThePlatformsMeshByPkgConfigWhereTheHostIsMissing(self):
+        tree = self.install("tree", "runtime", "development")
+        platform = self.build_platform_mesh(tree)
+        program = self.build_by_pkg_config("mesh_fib6", tree, f"-Wl,-rpath-link,{platform}")
+        self.check_output(PLATFORM_ANSWERS, program, f"{tree.lib}:{platform}")
+
+    # What find_package is asked for.
+
+    def ask(self, wanted, *components, **how):
+        """What find_package says of a tree in which these components are installed."""
+        tree = self.install("tree", *components)
+        done = self.configure(HERE / "asking", f"-DWANTED={wanted}",
+                              f"-DCMAKE_PREFIX_PATH={tree.prefix}", **how)
+        return " ".join((done.stdout + done.stderr).split())  # cmake breaks its lines where it likes
+
+    def check_found(self, wanted, *components):
+        self.assertIn("mesh_fib6_FOUND is 1", self.ask(wanted, *components))
+
+    def check_refused(self, reason, wanted, *components):
+        self.assertIn(reason, self.ask(f"{wanted};REQUIRED", *components, succeeds=False))
+
+    def test_IsFoundWhenAskedForAnEarlierVersionOfTheSameMajorVersion(self):
+        self.check_found(f"{major_version()}.0")
+
+    def test_IsNotFoundWhenAskedForAnotherMajorVersion(self):
+        self.check_refused(OTHER_VERSION, f"{major_version() + 1}.0")
+
+    def test_IsNotFoundWhenAskedForALaterVersion(self):
+        self.check_refused(OTHER_VERSION, f"{major_version()}.999")
+
+    def test_IsFoundWithTheComponentHostWhereItIsInstalled(self):
+        self.check_found("COMPONENTS;host")
+
+    def test_IsNotFoundWithTheComponentHostWhereItIsMissing(self):
+        (self.work / "libtolvimesh.so").touch()  # a platform's; nothing is linked here
+        self.check_refused("missing required component: host",
+                           f"COMPONENTS;host;PATHS;{self.work}", "runtime", "development")
+
+    def test_IsNotFoundWithoutAnyMeshAndTellsWhatToDo(self):
+        self.check_refused("Install the component `host`", "", "runtime", "development")
+
+    # Its end.
+
+    def test_UninstallRemovesWhatWasInstalledAndNothingElse(self):
+        foreign = [self.work / "tree" / path for path in (
+            f"{SETTINGS['include']}/other.h", f"{SETTINGS['include']}/mesh_fib6/host/mine.h",
+            f"{SETTINGS['lib']}/libother.so", f"{SETTINGS['lib']}/pkgconfig/.hidden")]
+        for path in foreign:
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text("mine", encoding="ascii")
+        tree = self.install("tree")
+        self.uninstall()
+        self.assertEqual(files_below(tree.prefix),
+                         sorted(str(path.relative_to(tree.prefix)) for path in foreign))
+        # Folders that are the library's alone go with their last file.
+        self.assertFalse((tree.lib / "cmake" / "mesh_fib6").exists())
+        self.assertFalse((tree.include / "modules").exists())
+
+    def test_UninstallRemovesWhatWasInstalledByComponents(self):
+        tree = self.install("tree", "runtime", "development")
+        self.assertTrue(files_below(tree.prefix))
+        self.uninstall()
+        self.assertEqual(files_below(tree.prefix), [])
+
+    def test_UninstallRemovesAStagedTree(self):
+        stage = self.work / "stage"
+        installed = self.install("tree")
+        staged = self.install("tree", destdir=stage)
+        self.uninstall(environment={"DESTDIR": str(stage)})
+        self.assertEqual(files_below(staged.prefix), [])
+        self.assertEqual(files_below(installed.prefix), expected_files(*COMPONENTS))
+
+    def test_UninstallFailsWhenNothingIsInstalled(self):
+        self.install("tree")
+        self.uninstall()
+        done = self.uninstall(succeeds=False)
+        self.assertIn("has no list of installed files", done.stdout + done.stderr)
+
+
+def main():
+    settings, case = sys.argv[1:]
+    SETTINGS.update(json.loads(pathlib.Path(settings).read_text(encoding="utf-8")))
+    suite = unittest.TestSuite([Installation("test_" + case)])
+    return 0 if unittest.TextTestRunner().run(suite).wasSuccessful() else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
