@@ -1,6 +1,6 @@
 // What the thread checker must know of the programs that use ZeroMQ.
 //
-// Room: tests. Empty unless the build is one with the thread sanitizer.
+// Room: host. For executables; empty unless the build is one with the thread sanitizer.
 #ifdef __SANITIZE_THREAD__
 
 extern "C" const char *__tsan_default_suppressions();
