@@ -53,11 +53,13 @@ struct field_descriptor {
   // Element i of a fixed array or of the array behind a vector's pointer; a scalar or a sub-record
   // is its own element 0.
   const void *element(const void *record, uint32_t i) const {
-    return static_cast<const char *>(is_vector() ? pointer(record) : member(record)) +
-           size_t{i} * width;
+    const auto *const first =
+        static_cast<const char *>(is_vector() ? pointer(record) : member(record));
+    return first + size_t{i} * width;
   }
   void *element(void *record, uint32_t i) const {
-    return static_cast<char *>(is_vector() ? pointer(record) : member(record)) + size_t{i} * width;
+    auto *const first = static_cast<char *>(is_vector() ? pointer(record) : member(record));
+    return first + size_t{i} * width;
   }
 
   // A vector's count and pointer.
