@@ -55,11 +55,11 @@ struct field_descriptor {
   const void *element(const void *record, uint32_t i) const {
     const auto *const first =
         static_cast<const char *>(is_vector() ? pointer(record) : member(record));
-    return first + size_t{i} * width;
+    return &first[size_t{i} * width];
   }
   void *element(void *record, uint32_t i) const {
     auto *const first = static_cast<char *>(is_vector() ? pointer(record) : member(record));
-    return first + size_t{i} * width;
+    return &first[size_t{i} * width];
   }
 
   // A vector's count and pointer.
