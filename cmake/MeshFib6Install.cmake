@@ -1,7 +1,7 @@
 # What `cmake --install` puts where, and how others find it there.
 #
-# Three components. A device takes `runtime`; somebody who builds programs for it adds `development`;
-# `host` holds the stand-ins of the platform, which on a device would stand in the platform's way.
+# Three components. A device takes `runtime`; who builds programs for it adds `development`; `host`
+# holds the stand-ins of the platform, which on a device would stand in the platform's way.
 
 include(CMakePackageConfigHelpers)
 
@@ -40,8 +40,8 @@ function(install_targets_file component export)
   install(EXPORT ${export} NAMESPACE mesh_fib6:: DESTINATION ${package_dir} COMPONENT ${component})
 endfunction()
 
-# install_pkgconfig(COMPONENT NAME): from cmake/NAME.pc.in. Folders are told relative to the file, so
-# that the tree can be moved.
+# install_pkgconfig(COMPONENT NAME): from cmake/NAME.pc.in. Folders are told from the file, so that
+# the tree can be moved.
 function(install_pkgconfig component name)
   cmake_path(SET up /)
   cmake_path(RELATIVE_PATH up BASE_DIRECTORY /${pkgconfig_dir})
