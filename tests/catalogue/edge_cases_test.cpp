@@ -6,7 +6,6 @@
 #include "tests/catalogue/image.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <string>
 #include <vector>
@@ -14,17 +13,6 @@
 using namespace catalogue;
 
 namespace {
-
-const message &row_of(const std::string &name) {
-  const message *found = nullptr;
-  for_each_message([&](const message &message, const module_row &) {
-    if (message.name == name)
-      found = &message;
-  });
-  if (found == nullptr)
-    throw std::runtime_error(name + " is not in the table");
-  return *found;
-}
 
 #define ROW_OF(M) row_of(#M)
 
@@ -150,22 +138,6 @@ TEST_F(EdgeCase, ANextHopUpdateOfTheLastKindOnlyHasSlotsZeroOneAndSeven) {
       EXPECT_EQ(image::entry_at(wire, root, slot) != 0, present) << "slot " << slot;
     }
   }
-}
-
-// ---- caller errors
-
-void pack_without_core_dump(const message &message, const void *record) {
-  const rlimit none{0, 0};
-  setrlimit(RLIMIT_CORE, &none);
-  uint8_t buffer[512];
-  uint32_t length = sizeof buffer;
-  message.pack(record, buffer, &length);
-}
-
-using EdgeCaseDeathTest = EdgeCase;
-TEST_F(EdgeCaseDeathTest, ANullArrayWithANonZeroCountIsNotSurvived) {
-  const feiBrokerFib6_ipv6FwdUpdateMsg record{0, 1, nullptr};
-  EXPECT_DEATH(pack_without_core_dump(ROW_OF(feiBrokerFib6_ipv6FwdUpdateMsg), &record), "");
 }
 
 TEST_F(EdgeCase, ANullArrayWithCountZeroLeavesItsSlotAbsent) {

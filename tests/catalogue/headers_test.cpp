@@ -62,25 +62,6 @@ std::vector<spoiled_header> spoil(const wire_builder &sound, uint32_t reference)
   return all;
 }
 
-std::vector<bytes> layouts_of(const message &message) {
-  const owned_record record = full_record(message);
-  std::vector<bytes> layouts = {packed(message, record.get())};
-  if (!message.is_tree())
-    layouts.push_back(sent(message, record.get()));
-  return layouts;
-}
-
-// Everything that was taken has gone back, and what was read before the stop is what is left.
-void expect_stopped(const message &message, decoding &decoded, const owned_record &expected) {
-  EXPECT_FALSE(has_array(table_of(message), decoded.record()));
-  clear_vectors(table_of(message), decoded.record());
-  EXPECT_EQ(difference(message, expected.get(), decoded.record()), "");
-  ptrdiff_t blocks_held = 0;
-  for (const fake_osal::call &call : decoded.calls)
-    blocks_held += call.kind == fake_osal::call_kind::free ? -1 : 1;
-  EXPECT_EQ(blocks_held, 0);
-}
-
 // The word that leads to a sub-table, or to the first of a vector of them.
 uint32_t reference_to(const wire_builder &wire, const sub_table &table) {
   const uint32_t word = image::field_of(wire, image::root_of(wire), table.slot);
@@ -91,7 +72,7 @@ uint32_t reference_to(const wire_builder &wire, const sub_table &table) {
 // that among all tables, the root being 0.
 template <class Check>
 void each_sub_table(const message &message, Check check) {
-  for (const bytes &layout : layouts_of(message)) {
+  for (const bytes &layout : full_layouts(message)) {
     const wire_builder wire(layout);
     for (size_t i = 0; i < message.sub_tables().size(); i++) {
       SCOPED_TRACE(message.sub_tables()[i].name);
@@ -102,7 +83,7 @@ void each_sub_table(const message &message, Check check) {
 
 TEST_F(EveryMessage, RefusesBadParametersUnderItsUnpackNameAndLeavesTheRecordAlone) {
   each([](const message &message) {
-    const bytes wire = layouts_of(message).back();
+    const bytes wire = full_layouts(message).back();
     const std::string name = std::string(message.name) + "_unpack";
     const auto refused = [&](const uint8_t *buffer, uint32_t length, const std::string &shown) {
       decoding decoded(message, buffer, length);
@@ -126,7 +107,7 @@ TEST_F(EveryMessage, RefusesBadParametersUnderItsUnpackNameAndLeavesTheRecordAlo
 
 TEST_F(EveryMessage, ReportsABadRootHeaderUnderTheNameOfItsForm) {
   each([](const message &message) {
-    for (const bytes &layout : layouts_of(message))
+    for (const bytes &layout : full_layouts(message))
       for (const spoiled_header &spoiled : spoil(wire_builder(layout), 0)) {
         SCOPED_TRACE(spoiled.message);
         decoding decoded(message, spoiled.wire);
@@ -138,11 +119,11 @@ TEST_F(EveryMessage, ReportsABadRootHeaderUnderTheNameOfItsForm) {
 
 TEST_F(EveryMessage, WithABadRootHeaderLeavesTheRecordAsItsFormSays) {
   each([](const message &message) {
-    for (const bytes &layout : layouts_of(message))
+    for (const bytes &layout : full_layouts(message))
       for (const spoiled_header &spoiled : spoil(wire_builder(layout), 0)) {
         SCOPED_TRACE(spoiled.message);
         decoding decoded(message, spoiled.wire);
-        if (message.form == root_form::header_first)
+        if (message.form == catalogue::root_form::header_first)
           EXPECT_TRUE(decoded.untouched());
         else
           EXPECT_TRUE(decoded.zeroed());
@@ -195,7 +176,7 @@ TEST_F(EveryMessage, WhoseSubTableOffsetWrapsStopsThereSilently) {
 
 TEST_F(EveryMessage, WithAVtableWithoutSlotsIsARecordOfZeros) {
   each([](const message &message) {
-    for (const bytes &layout : layouts_of(message))
+    for (const bytes &layout : full_layouts(message))
       for (const uint32_t length : {0U, 1U, 3U, 4U, 5U}) {
         wire_builder wire(layout);
         wire.set_u16(image::vtable_of(wire, image::root_of(wire)), length);
@@ -212,7 +193,7 @@ TEST_F(EveryMessage, TheGlobalConfigurationReportsUnderTheDodSwitchsName) {
   each([](const message &message) {
     if (std::string(message.name) != "fib6Sync_glbCfg")
       return;
-    wire_builder wire(layouts_of(message).back());
+    wire_builder wire(full_layouts(message).back());
     const uint32_t word = image::field_of(wire, image::root_of(wire), 2);
     decoding decoded(message, wire.refer(word, wire.here()).bytes());
     ASSERT_EQ(decoded.lines.size(), 1U);

@@ -28,10 +28,10 @@ bool has_everything(const table_descriptor &table, const void *record) {
 // Reverses an image in place, table by table.
 class reversal {
 public:
-  reversal(const std::vector<uint8_t> &image, bool words_too)
+  reversal(const bytes &image, bool words_too)
       : sound_(image), bytes_(image), words_too_(words_too) {}
 
-  std::vector<uint8_t> of(const table_descriptor &root) {
+  bytes of(const table_descriptor &root) {
     word(0);
     table(root, image::root_of(sound_));
     return bytes_;
@@ -77,7 +77,7 @@ private:
   }
 
   wire_builder sound_;
-  std::vector<uint8_t> bytes_;
+  bytes bytes_;
   bool words_too_;
 };
 
@@ -113,6 +113,14 @@ owned_record some_record(const message &message, uint32_t round) {
                               .max_elements = round % 8 == 7 ? 40U : 4U,
                               .max_bytes = round % 8 == 7 ? 1000U : 40U,
                               .pointers_to_empty = round % 2 == 1});
+}
+
+std::vector<bytes> full_layouts(const message &message) {
+  const owned_record record = full_record(message);
+  std::vector<bytes> layouts = {packed(message, record.get())};
+  if (!message.is_tree())
+    layouts.push_back(sent(message, record.get()));
+  return layouts;
 }
 
 void clear_member(const table_descriptor &table, void *record, uint32_t slot) {
@@ -176,8 +184,18 @@ owned_record stopped_record(const message &message, const wire_builder &wire, si
   return record;
 }
 
-std::vector<uint8_t> reversed(const message &message, const std::vector<uint8_t> &image,
-                              bool words_too) {
+void expect_stopped(const message &message, decoding &decoded, const owned_record &expected) {
+  EXPECT_FALSE(has_array(table_of(message), decoded.record()));
+  clear_vectors(table_of(message), decoded.record());
+  EXPECT_EQ(difference(message, expected.get(), decoded.record()), "");
+  ptrdiff_t blocks_held = 0;
+  for (const fake_osal::call &call : decoded.calls)
+    if (call.block != nullptr)
+      blocks_held += call.kind == fake_osal::call_kind::free ? -1 : 1;
+  EXPECT_EQ(blocks_held, 0);
+}
+
+bytes reversed(const message &message, const bytes &image, bool words_too) {
   return reversal(image, words_too).of(table_of(message));
 }
 

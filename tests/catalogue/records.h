@@ -3,7 +3,7 @@
 // Room: tests. Takes what a record consists of from the schema's descriptors.
 #pragma once
 
-#include "tests/catalogue/catalogue.h"
+#include "tests/catalogue/every_message.h"
 #include "tests/support/random_record.h"
 #include "tests/support/wire_builder.h"
 
@@ -26,6 +26,9 @@ const table_descriptor &table_of(const message &message);
 owned_record full_record(const message &message);
 // From full to almost bare; the same for the same message and round.
 owned_record some_record(const message &message, uint32_t round);
+
+// The full record in the compact layout and, of a flat message, in the fixed one.
+std::vector<bytes> full_layouts(const message &message);
 
 // Zeroes the members of a table's record: one, or all from a slot on.
 void clear_member(const table_descriptor &table, void *record, uint32_t slot);
@@ -56,8 +59,11 @@ std::vector<visited_table> tables_in(const message &message, owned_record &recor
 owned_record stopped_record(const message &message, const wire_builder &wire, size_t table,
                             uint32_t slot);
 
+// That a decode ended there: this record is left and every block that was asked for has gone back.
+// Empties the vectors of the decoded record.
+void expect_stopped(const message &message, decoding &decoded, const owned_record &expected);
+
 // The image with every multi-byte value reversed, words of fixed arrays only if told to.
-std::vector<uint8_t> reversed(const message &message, const std::vector<uint8_t> &image,
-                              bool words_too);
+bytes reversed(const message &message, const bytes &image, bool words_too);
 
 } // namespace catalogue

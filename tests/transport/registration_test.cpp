@@ -2,78 +2,22 @@
 //
 // Room: tests. Public headers only, so that the same cases run against the objects and against the
 // shared library as it ships.
-#include "modules/fib6/fib6.h"
-#include "modules/fib6_cfg/fib6_cfg.h"
-#include "modules/fib6_sync/fib6_sync.h"
+#include "tests/catalogue/catalogue.h"
 #include "tests/support/fake_mesh.h"
 #include "tests/support/fake_osal.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <set>
-#include <string>
+#include <span>
 #include <string_view>
 #include <vector>
 
+using catalogue::message;
+using catalogue::module_row;
+using catalogue::modules;
+
 namespace {
-
-struct expected_message {
-  const char *full_name; // what the identifier is a hash of
-  uint32_t id;
-  mesh_unpack_hook unpack;
-  mesh_free_hook release;
-  uint32_t record_size;
-};
-
-#define HOOKS(M)                                                                                   \
-  reinterpret_cast<mesh_unpack_hook>(&M##__unpack),                                                \
-      reinterpret_cast<mesh_free_hook>(&M##_free__unpacked)
-
-struct module_entries {
-  const char *name;
-  uint32_t (*recv_init)();
-  uint32_t (*send_init)();
-  void (*clean)();
-  std::vector<expected_message> messages; // in the order of registration
-};
-
-std::vector<module_entries> modules() {
-  return {
-      {"fib6",
-       fib6_recv_init,
-       fib6_send_init,
-       fib6__send_resource_clean,
-       {
-           {"feiBrokerFib6.ipv6FwdUpdateMsg", 0x5026A923, HOOKS(feiBrokerFib6_ipv6FwdUpdateMsg),
-            16},
-           {"feiBrokerFib6.ipv6FwdDelMsg", 0x0B394879, HOOKS(feiBrokerFib6_ipv6FwdDelMsg), 16},
-           {"feiBrokerFib6.nhp6GroupUpdateMsg", 0x12BA2120, HOOKS(feiBrokerFib6_nhp6GroupUpdateMsg),
-            40},
-           {"feiBrokerFib6.nhp6GroupDelMsg", 0xE0BBBCA0, HOOKS(feiBrokerFib6_nhp6GroupDelMsg), 16},
-           {"feiBrokerFib6.nhp6UpdateMsg", 0x5FFC4D23, HOOKS(feiBrokerFib6_nhp6UpdateMsg), 144},
-           {"feiBrokerFib6.nhp6DelMsg", 0xEE8FB479, HOOKS(feiBrokerFib6_nhp6DelMsg), 16},
-           {"feiBrokerFib6.srv6SrListUpdateMsg", 0x44FD956B,
-            HOOKS(feiBrokerFib6_srv6SrListUpdateMsg), 16},
-           {"feiBrokerFib6.srv6SrListDelMsg", 0x03FB3FE1, HOOKS(feiBrokerFib6_srv6SrListDelMsg),
-            16},
-           {"feiBrokerFib6.ipv6PathMtuUpdateMsg", 0x08C4DDE3,
-            HOOKS(feiBrokerFib6_ipv6PathMtuUpdateMsg), 16},
-           {"feiBrokerFib6.ipv6PathMtuDelMsg", 0x6718B739, HOOKS(feiBrokerFib6_ipv6PathMtuDelMsg),
-            16},
-           {"feiBrokerFib6.pidStateMsg", 0x2DAF16C2, HOOKS(feiBrokerFib6_pidStateMsg), 16},
-       }},
-      {"fib6_cfg",
-       fib6_cfg_recv_init,
-       fib6_cfg_send_init,
-       fib6_cfg__send_resource_clean,
-       {
-           {"fib6_cfg.cfg_ipv6_ttl_expired_forward", 0x863B570C,
-            HOOKS(fib6_cfg_cfg_ipv6_ttl_expired_forward), 32},
-       }},
-      {"fib6_sync", fib6_sync_recv_init, fib6_sync_send_init, fib6_sync__send_resource_clean, {}},
-  };
-}
 
 class Registration : public ::testing::Test {
 protected:
@@ -83,11 +27,11 @@ protected:
   }
 };
 
-void expect_offered(const std::vector<expected_message> &messages, size_t count) {
+void expect_offered(std::span<const message> messages, size_t count) {
   const std::vector<fake_mesh::registration> offered = fake_mesh::registrations();
   ASSERT_EQ(offered.size(), count);
   for (size_t i = 0; i < count; ++i) {
-    SCOPED_TRACE(messages[i].full_name);
+    SCOPED_TRACE(messages[i].name);
     EXPECT_EQ(offered[i].id, messages[i].id);
     EXPECT_EQ(offered[i].unpack, messages[i].unpack);
     EXPECT_EQ(offered[i].release, messages[i].release);
@@ -95,7 +39,7 @@ void expect_offered(const std::vector<expected_message> &messages, size_t count)
 }
 
 TEST_F(Registration, RecvInitOffersEveryMessageOfItsModuleInOrder) {
-  for (const module_entries &module : modules()) {
+  for (const module_row &module : modules) {
     SCOPED_TRACE(module.name);
     fake_mesh::reset();
     EXPECT_EQ(module.recv_init(), 0u);
@@ -105,7 +49,7 @@ TEST_F(Registration, RecvInitOffersEveryMessageOfItsModuleInOrder) {
 }
 
 TEST_F(Registration, ARefusalAtAnyPositionEndsTheRegistrationAndIsReturned) {
-  for (const module_entries &module : modules())
+  for (const module_row &module : modules)
     for (uint32_t refused = 1; refused <= module.messages.size(); ++refused)
       for (const uint32_t code : {1u, 0x4D480007u, 0xFFFFFFFFu}) {
         SCOPED_TRACE(module.name);
@@ -116,8 +60,18 @@ TEST_F(Registration, ARefusalAtAnyPositionEndsTheRegistrationAndIsReturned) {
       }
 }
 
+TEST_F(Registration, ARefusedDiagnosticQueryLeavesItsAnswerAndAllLaterMessagesUnoffered) {
+  fake_mesh::refuse_registration(3, 0x4D480007);
+  EXPECT_EQ(fib6_cfg_recv_init(), 0x4D480007u);
+  const std::vector<fake_mesh::registration> offered = fake_mesh::registrations();
+  ASSERT_EQ(offered.size(), 3u);
+  EXPECT_EQ(offered[0].id, 0x727C4D11u);
+  EXPECT_EQ(offered[1].id, 0x8B27C60Cu);
+  EXPECT_EQ(offered[2].id, 0x244EBB6Au);
+}
+
 TEST_F(Registration, RecvInitMayBeCalledAgainAndOffersEverythingAgain) {
-  for (const module_entries &module : modules()) {
+  for (const module_row &module : modules) {
     SCOPED_TRACE(module.name);
     fake_mesh::reset();
     module.recv_init();
@@ -128,12 +82,12 @@ TEST_F(Registration, RecvInitMayBeCalledAgainAndOffersEverythingAgain) {
 
 TEST_F(Registration, EveryUnpackHookTellsTheRecordSizeWhenAskedWithoutARecord) {
   const uint8_t bytes[4] = {};
-  for (const module_entries &module : modules()) {
+  for (const module_row &module : modules) {
     module.recv_init();
     const std::vector<fake_mesh::registration> offered = fake_mesh::registrations();
     ASSERT_EQ(offered.size(), module.messages.size());
     for (size_t i = 0; i < offered.size(); ++i) {
-      SCOPED_TRACE(module.messages[i].full_name);
+      SCOPED_TRACE(module.messages[i].name);
       EXPECT_EQ(offered[i].unpack(bytes, sizeof bytes, nullptr), module.messages[i].record_size);
       EXPECT_EQ(offered[i].unpack(nullptr, 0, nullptr), module.messages[i].record_size);
     }
@@ -142,7 +96,7 @@ TEST_F(Registration, EveryUnpackHookTellsTheRecordSizeWhenAskedWithoutARecord) {
 }
 
 TEST_F(Registration, EveryReleaseHookIgnoresANullRecord) {
-  for (const module_entries &module : modules())
+  for (const module_row &module : modules)
     module.recv_init();
   for (const fake_mesh::registration &offered : fake_mesh::registrations())
     offered.release(nullptr);
@@ -150,7 +104,7 @@ TEST_F(Registration, EveryReleaseHookIgnoresANullRecord) {
 }
 
 TEST_F(Registration, SendInitRegistersTheModulesCleanFunctionAndReturnsTheAnswer) {
-  for (const module_entries &module : modules())
+  for (const module_row &module : modules)
     for (const uint32_t answer : {0u, 1u, 0x4D480007u, 0xFFFFFFFFu}) {
       SCOPED_TRACE(module.name);
       fake_mesh::reset();
@@ -162,7 +116,7 @@ TEST_F(Registration, SendInitRegistersTheModulesCleanFunctionAndReturnsTheAnswer
 }
 
 TEST_F(Registration, CleaningDoesNothing) {
-  for (const module_entries &module : modules()) {
+  for (const module_row &module : modules) {
     module.send_init();
     module.clean();
     module.clean();
@@ -175,13 +129,22 @@ TEST_F(Registration, CleaningDoesNothing) {
 
 TEST_F(Registration, RegisteringAsksTheOsalForNothingAndLogsNothing) {
   fake_mesh::refuse_registration(5, 1);
-  for (const module_entries &module : modules()) {
+  for (const module_row &module : modules) {
     module.recv_init();
     module.send_init();
     module.clean();
   }
   EXPECT_TRUE(fake_osal::calls().empty());
   EXPECT_TRUE(fake_osal::log_lines().empty());
+}
+
+TEST_F(Registration, EveryMessageOfAModuleIsOfferedOnceAndToNoOtherModule) {
+  std::set<uint32_t> offered;
+  for (const module_row &module : modules)
+    module.recv_init();
+  for (const fake_mesh::registration &registration : fake_mesh::registrations())
+    EXPECT_TRUE(offered.insert(registration.id).second) << registration.id;
+  EXPECT_EQ(offered.size(), 59u);
 }
 
 uint32_t fnv1a(std::string_view text) {
@@ -191,16 +154,29 @@ uint32_t fnv1a(std::string_view text) {
   return hash;
 }
 
+TEST_F(Registration, TheFirstMessageOfEachModuleIsOfferedUnderTheHashOfItsName) {
+  const auto expect_first = [](uint32_t (*recv_init)(), std::string_view name, uint32_t id) {
+    fake_mesh::reset();
+    recv_init();
+    ASSERT_FALSE(fake_mesh::registrations().empty());
+    EXPECT_EQ(fake_mesh::registrations().front().id, id);
+    EXPECT_EQ(fnv1a(name), id);
+  };
+  expect_first(fib6_recv_init, "feiBrokerFib6.ipv6FwdUpdateMsg", 0x5026A923);
+  expect_first(fib6_cfg_recv_init, "fib6_cfg.query_fib6_key", 0x727C4D11);
+  expect_first(fib6_sync_recv_init, "fib6Sync.svcCtxMsg", 0x43B81539);
+}
+
 TEST_F(Registration, EveryIdentifierIsTheHashOfItsNameAndDistinct) {
   std::set<uint32_t> ids;
   size_t count = 0;
-  for (const module_entries &module : modules())
-    for (const expected_message &message : module.messages) {
-      EXPECT_EQ(fnv1a(message.full_name), message.id) << message.full_name;
+  for (const module_row &module : modules)
+    for (const message &message : module.messages) {
+      EXPECT_EQ(fnv1a(message.hashed), message.id) << message.hashed;
       ids.insert(message.id);
       ++count;
     }
-  EXPECT_EQ(count, 12u);
+  EXPECT_EQ(count, 59u);
   EXPECT_EQ(ids.size(), count);
 }
 
