@@ -34,8 +34,9 @@ public:
   }
 
   [[gnu::always_inline]] table_place begin_table(uint32_t slots) {
-    const table_place place{cursor_, cursor_ + 4 + 2 * slots};
-    clear_memory(place.vtable + 4, 2 * slots);
+    const size_t slot_bytes = size_t{2} * slots;
+    const table_place place{cursor_, cursor_ + 4 + slot_bytes};
+    clear_memory(place.vtable + 4, slot_bytes);
     cursor_ = place.start + soffset_size;
     return place;
   }
@@ -96,7 +97,7 @@ private:
   }
 
   void set_slot(const table_place &place, uint32_t slot) {
-    order_.store(place.vtable + 4 + 2 * slot, static_cast<uint16_t>(cursor_ - place.start));
+    order_.store(place.vtable + 4 + size_t{2} * slot, static_cast<uint16_t>(cursor_ - place.start));
   }
 
   void put_length(uint8_t *offset_word, uint32_t length) {
