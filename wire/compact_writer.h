@@ -12,6 +12,7 @@
 #include "wire/names.h"
 #include "wire/platform_memory.h"
 #include "wire/sizer.h"
+#include "wire/table_writer.h"
 
 namespace mesh_fib6::wire {
 
@@ -27,7 +28,8 @@ class compact_steps {
 public:
   compact_steps(Order order, uint8_t *at) : order_(order), cursor_(at) {}
 
-  const uint8_t *cursor() const { return cursor_; }
+  uint8_t *cursor() const { return cursor_; }
+  void move_to(uint8_t *cursor) { cursor_ = cursor; }
 
   void put_offset(uint8_t *word, const uint8_t *target) {
     order_.store(word, static_cast<uint32_t>(target - word));
@@ -212,6 +214,12 @@ private:
         return;
       const auto *const elements = Field::pointer(record);
       const uint32_t count = Field::count(record);
+#ifdef MESH_FIB6_LANES
+      if constexpr (Order::is_common) {
+        steps_.move_to(write_elements(steps_.cursor(), word, elements, count));
+        return;
+      }
+#endif
       for (uint32_t i = 0; i < count; i++, word += uoffset_size)
         steps_.put_offset(word, write_table(elements[i]));
     }

@@ -12,6 +12,7 @@
 #include "wire/names.h"
 #include "wire/platform_memory.h"
 #include "wire/release.h"
+#include "wire/table_reader.h"
 
 namespace mesh_fib6::wire {
 
@@ -20,13 +21,6 @@ namespace mesh_fib6::wire {
 enum class root_form : uint8_t {
   header_first, // header, then binding, then the record is zeroed; logged as <message>_unpack
   table,        // binding and zeroing first; logged as <message>_unpack_non_root
-};
-
-// A table whose vtable is inside the buffer.
-struct table_ref {
-  uint32_t at;
-  uint32_t vtable;
-  uint32_t vtable_size;
 };
 
 // More elements than this could not have their offset words inside any buffer.
@@ -150,16 +144,17 @@ public:
   }
 };
 
-template <class Order>
-class decoder
-    : std::conditional_t<Order::is_common, decode_steps<Order>, shared_decode_steps<Order>> {
-  using steps =
-      std::conditional_t<Order::is_common, decode_steps<Order>, shared_decode_steps<Order>>;
-  using steps::in_;
-  using steps::order_;
+template <class Order, class Steps = std::conditional_t<Order::is_common, decode_steps<Order>,
+                                                       shared_decode_steps<Order>>>
+class decoder : Steps {
+  using Steps::in_;
+  using Steps::order_;
+
+  template <class, class>
+  friend class decoder;
 
 public:
-  decoder(runtime::unit &unit, Order order, const received &in) : steps(order, in), unit_(unit) {}
+  decoder(runtime::unit &unit, Order order, const received &in) : Steps(order, in), unit_(unit) {}
 
   template <root_form Form, class Record>
   void decode_root(Record &record) {
@@ -251,8 +246,17 @@ private:
       return false;
     clear_memory(block, size);
     records = block;
+    return read_elements(items, block, count);
+  }
+
+  template <class Record>
+  bool read_elements(uint32_t word, Record *records, uint32_t count) {
+#ifdef MESH_FIB6_LANES
+    if constexpr (Order::is_common)
+      return read_known_elements(unit_, in_, word, records, count);
+#endif
     for (uint32_t i = 0; i < count; i++)
-      if (!read_element(items + uoffset_size * i, block[i]))
+      if (!read_element(word + uoffset_size * i, records[i]))
         return false;
     return true;
   }
@@ -264,6 +268,38 @@ private:
     table_ref table{};
     return at >= word && open_table(unit_, in_, order_, at, function, table) &&
            read_fields(table, record, function);
+  }
+
+  // The same, learning from each element how to read the next.
+  template <class Record>
+  [[gnu::noinline]] static bool read_known_elements(runtime::unit &unit, const received in,
+                                                    uint32_t word, Record *records,
+                                                    uint32_t count) {
+    table_reader<Record> reader(in);
+    for (uint32_t i = 0; i < count; i++, word += uoffset_size) {
+      const uint32_t at = word + Order::template load<uint32_t>(in.bytes + word);
+      if (at < word)
+        return false;
+      if (__builtin_expect(!reader.knows(at), false)) {
+        constexpr const char *function = names<Record>::unpack_non_root.text;
+        table_ref table{};
+        if (!open_table(unit, in, Order{}, at, function, table))
+          return false;
+        if (!reader.learn(table)) {
+          if (!field_by_field(unit, in).read_fields(table, records[i], function))
+            return false;
+          continue;
+        }
+      }
+      if (!reader.read(at, records[i]))
+        return false;
+    }
+    return true;
+  }
+
+  // Elements that nothing can be learnt from are rare: by the shared steps, where size counts.
+  static auto field_by_field(runtime::unit &unit, const received &in) {
+    return decoder<Order, shared_decode_steps<Order>>(unit, Order{}, in);
   }
 
   void *allocate(uint32_t size, const char *decoding) {

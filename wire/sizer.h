@@ -5,6 +5,7 @@
 #pragma once
 
 #include "wire/layout.h"
+#include "wire/table_writer.h"
 
 namespace mesh_fib6::wire {
 
@@ -31,8 +32,12 @@ uint64_t compact_table_size(const Record &record) {
       if (count != 0)
         size += uoffset_size + vector_length_size + uint64_t{uoffset_size} * count;
       const value_type *const elements = Field::pointer(record);
+#ifdef MESH_FIB6_LANES
+      size += uint64_t{compact_base_size<value_type>()} * count + scalar_bytes(elements, count);
+#else
       for (uint32_t i = 0; i < count; i++)
         size += compact_table_size(elements[i]);
+#endif
     }
   });
   return size;
