@@ -134,7 +134,11 @@ public:
       const half_lanes from = (away & ~absent) | (absent & no_lane);
       control_[index] = shuffled(reinterpret_cast<lanes>(from), slots::spread.value()) +
                         slots::within.value();
-      start_[index] = first != 0xFFFF ? first : 0;
+      start_[index] = first;
+      if (first == 0xFFFF) { // none is present, or one is that far away
+        start_[index] = 0;
+        astray |= ~absent;
+      }
       reach = start_[index] > reach ? start_[index] : reach;
     });
     reach += lane_count;
