@@ -86,38 +86,38 @@ protected:
   }
 };
 
-// One decode, right before an inaccessible page, into a record that was filled with a pattern. What
-// the record owns goes back at the end.
+// One decode of bytes right before an inaccessible page, after one right behind such a page, into a
+// record that was filled with a pattern and ends at one too. What the record owns goes back at the
+// end.
 class decoding {
 public:
   static constexpr uint8_t pattern = 0xA5;
 
   explicit decoding(const message &message, const bytes &wire, uint32_t byte_swap = 0,
                     uint32_t failing_allocation = 0)
-      : message_(message), record_((message.record_size + 7) / 8) {
-    guarded_buffer buffer(wire);
-    run(buffer.data(), buffer.size(), byte_swap, failing_allocation);
+      : message_(message), record_(message.record_size) {
+    guarded_buffer behind(wire, edge::before), before(wire, edge::behind);
+    run(behind.data(), behind.size(), byte_swap, failing_allocation);
+    const size_t calls_before = calls.size(), lines_before = lines.size();
+    give_back();
+    run(before.data(), before.size(), byte_swap, failing_allocation);
+    EXPECT_EQ(calls.size(), calls_before) << "the outcome depends on where the bytes lie";
+    EXPECT_EQ(lines.size(), lines_before) << "the outcome depends on where the bytes lie";
   }
 
-  // In place, with any length.
-  decoding(const message &message, const uint8_t *buffer, uint32_t length)
-      : message_(message), record_((message.record_size + 7) / 8) {
-    run(buffer, length, 0, 0);
+  // In place, with any length; blocks of more than so many bytes are refused.
+  decoding(const message &message, const uint8_t *buffer, uint32_t length,
+           uint32_t refuse_above = UINT32_MAX)
+      : message_(message), record_(message.record_size) {
+    run(buffer, length, 0, 0, refuse_above);
   }
 
   decoding(const decoding &) = delete;
   decoding &operator=(const decoding &) = delete;
-  ~decoding() {
-    if (fake_osal::live_blocks() != live_before_)
-      message_.release(record());
-    EXPECT_EQ(fake_osal::live_blocks(), live_before_);
-  }
+  ~decoding() { give_back(); }
 
   void *record() { return record_.data(); }
-  bytes record_bytes() const {
-    const auto *first = reinterpret_cast<const uint8_t *>(record_.data());
-    return {first, first + message_.record_size};
-  }
+  bytes record_bytes() const { return record_.bytes(); }
   template <class M>
   const M &as() const {
     return *reinterpret_cast<const M *>(record_.data());
@@ -130,23 +130,31 @@ public:
   std::vector<fake_osal::log_line> lines;
 
 private:
-  void run(const uint8_t *buffer, uint32_t length, uint32_t byte_swap,
-           uint32_t failing_allocation) {
-    std::memset(record(), pattern, record_.size() * sizeof record_[0]);
+  void give_back() {
+    if (fake_osal::live_blocks() != live_before_)
+      message_.release(record());
+    EXPECT_EQ(fake_osal::live_blocks(), live_before_);
+  }
+
+  void run(const uint8_t *buffer, uint32_t length, uint32_t byte_swap, uint32_t failing_allocation,
+           uint32_t refuse_above = UINT32_MAX) {
+    std::memset(record(), pattern, record_.size());
     fake_osal::reset();
     live_before_ = fake_osal::live_blocks();
     fake_osal::fail_allocation(failing_allocation);
+    fake_osal::refuse_above(refuse_above);
     {
       const swapped_unit swapped(units_of(message_).recv, byte_swap);
       EXPECT_EQ(message_.unpack(buffer, length, record()), message_.record_size);
     }
     fake_osal::fail_allocation(0);
+    fake_osal::refuse_above(UINT32_MAX);
     calls = fake_osal::calls();
     lines = fake_osal::log_lines();
   }
 
   const message &message_;
-  std::vector<uint64_t> record_; // aligned for any record
+  guarded_buffer record_;
   size_t live_before_ = 0;
 };
 

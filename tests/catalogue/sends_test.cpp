@@ -18,28 +18,26 @@ constexpr uint32_t arena_data_size = 65536;
 constexpr uint32_t destination = 0x0A0B0C0D;
 constexpr uint64_t targets[] = {0, 1, UINT64_C(1) << 32, UINT64_MAX};
 
-// Records of one message back to back, as a batch wants them; what their pointers lead to lives as
-// long as this.
+// Records of one message back to back, as a batch wants them, right before an inaccessible page;
+// what their pointers lead to lives as long as this.
 class record_array {
 public:
-  record_array(const message &message, uint32_t count) {
+  record_array(const message &message, uint32_t count)
+      : array_(size_t{count} * message.record_size) {
     for (uint32_t i = 0; i < count; i++) {
       owned_.push_back(some_record(message, i));
-      const auto *first = static_cast<const uint8_t *>(owned_.back().get());
-      flat_.insert(flat_.end(), first, first + message.record_size);
+      std::memcpy(array_.data() + size_t{i} * message.record_size, owned_.back().get(),
+                  message.record_size);
       encoded_.push_back(sent(message, owned_.back().get()));
     }
-    aligned_.resize(flat_.size() / 8 + 1);
-    std::memcpy(aligned_.data(), flat_.data(), flat_.size());
   }
-  const void *get() const { return aligned_.data(); }
+  const void *get() const { return array_.data(); }
   const std::vector<bytes> &encoded() const { return encoded_; } // each as it is sent alone
 
 private:
   std::vector<owned_record> owned_;
   std::vector<bytes> encoded_;
-  bytes flat_;
-  std::vector<uint64_t> aligned_;
+  guarded_buffer array_;
 };
 
 // The block that a send of some records needs; 0 when it needs none.

@@ -53,10 +53,10 @@ void each_random_record(Visit visit) {
 inline bytes packed(const message_descriptor &message, const void *record) {
   uint32_t length = UINT32_MAX;
   EXPECT_EQ(message.pack(record, nullptr, &length), 0U); // asks for the size
-  bytes buffer(length);
+  guarded_buffer buffer(length);
   EXPECT_EQ(message.pack(record, buffer.data(), &length), 0U);
   EXPECT_EQ(length, buffer.size());
-  return buffer;
+  return buffer.bytes();
 }
 
 // The record as it is sent: compact for trees, a fixed image for flat messages.
@@ -75,10 +75,12 @@ inline bytes sent(const message_descriptor &message, const void *record) {
 // What unpack makes of a buffer, given back to the library at the end.
 class unpacked {
 public:
+  // The buffer is read right behind an inaccessible page, then right before one.
   unpacked(const message_descriptor &message, const bytes &buffer)
       : message_(message), record_(*message.table) {
-    EXPECT_EQ(message.unpack(buffer.data(), static_cast<uint32_t>(buffer.size()), get()),
-              message.record_size);
+    unpack(guarded_buffer(buffer, edge::before));
+    message_.free_unpacked(get());
+    unpack(guarded_buffer(buffer, edge::behind));
   }
   unpacked(const unpacked &) = delete;
   unpacked &operator=(const unpacked &) = delete;
@@ -87,6 +89,10 @@ public:
   void *get() { return record_.get(); }
 
 private:
+  void unpack(const guarded_buffer &buffer) {
+    EXPECT_EQ(message_.unpack(buffer.data(), buffer.size(), get()), message_.record_size);
+  }
+
   const message_descriptor &message_;
   owned_record record_;
 };

@@ -4,6 +4,7 @@
 #include "tests/support/fake_osal.h"
 
 #include "runtime/osal.h"
+#include "tests/support/guarded_buffer.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <mutex>
 
 namespace fake_osal {
@@ -22,18 +24,42 @@ namespace {
 constexpr int fresh_byte = 0xA5;
 constexpr int stale_byte = 0xDE;
 
-// Every block is followed by bytes that must still be there when it is released. The address
-// sanitizer guards more than that, if it is let.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr size_t guard_size = 0;
+// A block ends at an inaccessible page, which leaves it no better aligned than its size is; before
+// it lie bytes that must still be there when it is released. The sanitizers keep their own books of
+// the heap, so theirs are blocks of it.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+class block_memory {
+public:
+  explicit block_memory(size_t size) : memory_(malloc(size), free) {}
+  void *first() { return memory_.get(); }
+  bool guard_is_intact() { return true; }
+
+private:
+  std::unique_ptr<void, void (*)(void *)> memory_;
+};
 #else
-constexpr size_t guard_size = 64;
+class block_memory {
+public:
+  explicit block_memory(size_t size) : memory_(guard_size + size) {
+    memset(memory_.data(), guard_byte, guard_size);
+  }
+  void *first() { return memory_.data() + guard_size; }
+  bool guard_is_intact() {
+    return std::all_of(memory_.data(), memory_.data() + guard_size,
+                       [](uint8_t b) { return b == guard_byte; });
+  }
+
+private:
+  static constexpr size_t guard_size = 64;
+  static constexpr uint8_t guard_byte = 0x5C;
+  guarded_buffer memory_;
+};
 #endif
-constexpr uint8_t guard_byte = 0x5C;
 
 struct live_block {
   uint32_t size;
   uint32_t module;
+  block_memory memory;
 };
 
 struct state {
@@ -66,24 +92,16 @@ bool must_fail(state &s, uint32_t size) {
   return planned || size > s.largest_allowed;
 }
 
-void set_guard(void *block, size_t size) {
-  memset(static_cast<uint8_t *>(block) + size, guard_byte, guard_size);
-}
-
-bool guard_is_intact(const void *block, size_t size) {
-  const auto *first = static_cast<const uint8_t *>(block) + size;
-  return std::all_of(first, first + guard_size, [](uint8_t b) { return b == guard_byte; });
-}
-
 [[maybe_unused]] void *allocate(call_kind kind, uint32_t size, uint32_t module,
                                 const char *caller) {
   state &s = the_state();
   const guard held(s.lock);
-  void *block = must_fail(s, size) ? nullptr : malloc(size + guard_size);
-  if (block != nullptr) {
+  void *block = nullptr;
+  if (!must_fail(s, size)) {
+    block_memory memory(size);
+    block = memory.first();
     memset(block, fresh_byte, size);
-    set_guard(block, size);
-    s.live[block] = {size, module};
+    s.live.emplace(block, live_block{size, module, std::move(memory)});
   }
   s.calls.push_back({kind, size, module, text_of(caller), block});
   return block;
@@ -100,11 +118,10 @@ bool guard_is_intact(const void *block, size_t size) {
     ++s.wrong_frees;
   if (!known)
     return;
-  if (!guard_is_intact(block, size))
-    ADD_FAILURE() << "somebody wrote behind the " << size << " bytes of " << text_of(caller);
-  s.live.erase(found);
+  if (!found->second.memory.guard_is_intact())
+    ADD_FAILURE() << "somebody wrote before the " << size << " bytes of " << text_of(caller);
   memset(block, stale_byte, size);
-  free(block);
+  s.live.erase(found);
 }
 
 [[maybe_unused]] std::string format_message(const char *format, va_list arguments) {

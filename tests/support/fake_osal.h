@@ -3,9 +3,10 @@
 // Room: tests. Linked into a test executable (whose symbols CMake exports), it is what the library
 // binds to. It records every call in order, can make the n-th allocation fail, formats log lines,
 // and knows which block came from which allocator. VRX_OsalMemUseFlagGet answers 1 unless told
-// otherwise before the first binding. Thread-safe. Release poisons and really frees, so that
-// sanitizers see use after free; new blocks hold garbage, so that a byte nobody wrote shows,
-// and a write behind a block fails the test when the block is released.
+// otherwise before the first binding. Thread-safe. Release poisons and, under a sanitizer, really
+// frees, so that use after free is seen; new blocks hold garbage, so that a byte nobody wrote
+// shows. A block ends at an inaccessible page: whoever writes or reads behind it faults, and a
+// write before it fails the test when the block is released.
 #pragma once
 
 #include <cstddef>

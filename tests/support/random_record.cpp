@@ -127,7 +127,7 @@ owned_record::owned_record(const table_descriptor &table) {
 }
 
 void *owned_record::add_block(size_t size) {
-  return blocks_.emplace_back(std::make_unique<uint8_t[]>(size)).get();
+  return blocks_.emplace_back(size).data();
 }
 
 owned_record make(const table_descriptor &table, generator &random, const density &density) {

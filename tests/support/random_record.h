@@ -4,10 +4,10 @@
 // every architecture.
 #pragma once
 
+#include "tests/support/guarded_buffer.h"
 #include "tools/descriptors.h"
 
 #include <cstdint>
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -22,20 +22,20 @@ using generator = std::mt19937_64;
 uint32_t below(generator &random, uint32_t bound);
 bool chance(generator &random, uint32_t percent);
 
-// A record and whatever its pointers lead to; every block is exactly as long as it must be, so that
-// sanitizers see a read behind it.
+// A record and whatever its pointers lead to; every block ends at an inaccessible page, so that a
+// read behind it is a fault.
 class owned_record {
 public:
   explicit owned_record(const table_descriptor &table); // all zero
 
-  void *get() { return blocks_.front().get(); }
-  const void *get() const { return blocks_.front().get(); }
+  void *get() { return blocks_.front().data(); }
+  const void *get() const { return blocks_.front().data(); }
 
   // Zeroed memory that lives as long as the record.
   void *add_block(size_t size);
 
 private:
-  std::vector<std::unique_ptr<uint8_t[]>> blocks_;
+  std::vector<guarded_buffer> blocks_;
 };
 
 struct density {

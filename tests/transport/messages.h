@@ -5,6 +5,7 @@
 
 #include "modules/fib6/fib6.h"
 #include "modules/fib6_cfg/fib6_cfg.h"
+#include "tests/support/guarded_buffer.h"
 
 #include <gtest/gtest.h>
 
@@ -221,14 +222,15 @@ tree_records<M> exactly_full() {
   return records;
 }
 
-// The compact bytes of a record, by M__pack into a buffer of exactly the expected size.
+// The compact bytes of a record, by M__pack into a buffer of exactly the expected size that ends at
+// an inaccessible page.
 template <class M>
 std::vector<uint8_t> packed(const M &record, uint32_t size) {
-  std::vector<uint8_t> bytes(size);
+  guarded_buffer buffer(size);
   uint32_t length = size;
-  EXPECT_EQ(operations<M>::pack(&record, bytes.data(), &length), 0u);
+  EXPECT_EQ(operations<M>::pack(&record, buffer.data(), &length), 0u);
   EXPECT_EQ(length, size);
-  return bytes;
+  return buffer.bytes();
 }
 
 // A flat message: the length of its fixed image, and records beside their images.

@@ -8,7 +8,6 @@
 #include "tests/wire/operations.h"
 
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -26,17 +25,14 @@ public:
   static constexpr uint8_t pattern = 0xA5;
   using op = operations<M>;
 
-  // Bytes are decoded twice: from a heap block of exactly their size (where sanitizers watch both
-  // ends), then right before an inaccessible page. What is kept is the second.
-  explicit decoding(const std::vector<uint8_t> &wire, const conditions &given = {})
-      : guarded_(std::make_unique<guarded_buffer>(wire)) {
-    const std::unique_ptr<uint8_t[]> heap(new uint8_t[wire.size()]);
-    if (!wire.empty())
-      std::memcpy(heap.get(), wire.data(), wire.size());
-    run(heap.get(), static_cast<uint32_t>(wire.size()), given);
+  // Bytes are decoded twice: right behind an inaccessible page, then right before one. What is kept
+  // is the second.
+  explicit decoding(const std::vector<uint8_t> &wire, const conditions &given = {}) {
+    guarded_buffer bytes_behind(wire, edge::before), bytes_before(wire, edge::behind);
+    run(bytes_behind.data(), bytes_behind.size(), given);
     const size_t calls_before = calls.size(), lines_before = lines.size();
     release();
-    run(guarded_->data(), guarded_->size(), given);
+    run(bytes_before.data(), bytes_before.size(), given);
     EXPECT_EQ(calls.size(), calls_before) << "the outcome depends on where the bytes lie";
     EXPECT_EQ(lines.size(), lines_before) << "the outcome depends on where the bytes lie";
   }
@@ -65,7 +61,11 @@ public:
   bool zeroed() const { return consists_of(0); }
   bool silent() const { return lines.empty(); }
 
-  M record;
+private:
+  guarded_buffer memory_{sizeof(M)}; // whoever stores behind the record faults
+
+public:
+  M &record = memory_.as<M>();
   std::vector<fake_osal::call> calls; // of the decode alone
   std::vector<fake_osal::log_line> lines;
 
@@ -93,7 +93,6 @@ private:
     return std::memcmp(&record, expected.data(), sizeof record) == 0;
   }
 
-  std::unique_ptr<guarded_buffer> guarded_;
   size_t live_before_ = 0;
   bool owns_ = false;
 };

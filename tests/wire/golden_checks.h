@@ -25,14 +25,33 @@ std::vector<annotated::image> file_of() {
   return annotated::load(std::string(MESH_FIB6_GOLDEN_DIR "/") + operations<M>::name + ".txt");
 }
 
-// Encodes into exactly `capacity` bytes that end at an inaccessible page and stand between canaries
-// as far as they are not written. Returns the written part.
+// A copy of a record in which it and each of its arrays touches an inaccessible page.
 template <class M>
-std::vector<uint8_t> packed(const M &record, uint32_t capacity) {
+class guarded_record {
+public:
+  explicit guarded_record(const M &record, edge touched = edge::behind)
+      : root_(&record, sizeof(M), touched) {
+    for_each_vector(root_.template as<M>(), [this, touched]<class E>(uint32_t count, E *&array) {
+      if (array != nullptr)
+        array = &blocks_.emplace_back(array, count * sizeof(E), touched).template as<E>();
+    });
+  }
+  const M *get() { return &root_.template as<M>(); }
+
+private:
+  guarded_buffer root_;
+  std::vector<guarded_buffer> blocks_;
+};
+
+// Encodes into exactly `capacity` bytes that touch an inaccessible page, as the record does, and
+// stand between canaries as far as they are not written. Returns the written part.
+template <class M>
+std::vector<uint8_t> packed(const M &original, uint32_t capacity, edge touched) {
   constexpr uint8_t canary = 0xC7;
-  guarded_buffer buffer(std::vector<uint8_t>(capacity, canary));
+  guarded_record<M> record(original, touched);
+  guarded_buffer buffer(std::vector<uint8_t>(capacity, canary), touched);
   uint32_t length = capacity;
-  EXPECT_EQ(operations<M>::pack(&record, buffer.data(), &length), 0U);
+  EXPECT_EQ(operations<M>::pack(record.get(), buffer.data(), &length), 0U);
   std::vector<uint8_t> bytes = buffer.bytes();
   EXPECT_LE(length, capacity);
   length = std::min(length, capacity);
@@ -40,6 +59,14 @@ std::vector<uint8_t> packed(const M &record, uint32_t capacity) {
     return byte == canary;
   })) << "written beyond the encoded size";
   bytes.resize(length);
+  return bytes;
+}
+
+// The same at both edges.
+template <class M>
+std::vector<uint8_t> packed(const M &record, uint32_t capacity) {
+  const std::vector<uint8_t> bytes = packed(record, capacity, edge::before);
+  EXPECT_EQ(packed(record, capacity, edge::behind), bytes);
   return bytes;
 }
 
@@ -117,7 +144,8 @@ TYPED_TEST_P(Golden, SendsingleHandsExactlyTheseBytesToTheMesh) {
     SCOPED_TRACE(image.name);
     const swapped_unit swapped(operations<TypeParam>::send_unit(), image.byte_swap);
     fake_mesh::reset();
-    EXPECT_EQ(operations<TypeParam>::sendsingle(9, image.record, 0, 0), 0U);
+    guarded_record<TypeParam> record(*image.record);
+    EXPECT_EQ(operations<TypeParam>::sendsingle(9, record.get(), 0, 0), 0U);
     const auto sends = fake_mesh::sends();
     ASSERT_EQ(sends.size(), 1U);
     ASSERT_EQ(sends.front().messages.size(), 1U);

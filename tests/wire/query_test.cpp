@@ -40,11 +40,12 @@ const M &record_of(const char *name) {
 
 template <class M>
 bytes packed(const M &record) {
-  bytes buffer(1024);
+  bytes ample(1024);
   uint32_t length = 1024;
-  EXPECT_EQ(operations<M>::pack(&record, buffer.data(), &length), 0U);
-  buffer.resize(length);
-  return buffer;
+  EXPECT_EQ(operations<M>::pack(&record, ample.data(), &length), 0U);
+  guarded_buffer exact(length);
+  EXPECT_EQ(operations<M>::pack(&record, exact.data(), &length), 0U);
+  return exact.bytes();
 }
 
 // ---- the way through a message, found by following the message itself
