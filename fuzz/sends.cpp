@@ -31,10 +31,13 @@ constexpr uint32_t failed = 0xFFFFFFFF;
 constexpr uint32_t data_area = 65536; // of a batch of records with pointers
 constexpr uint32_t max_real_count = 255;
 
-// The last four exceed what blocks may hold, some of them 32 bits: no record is read then.
-constexpr uint32_t counts[32] = {
-    0, 1, 1, 1, 1, 1, 2, 2,  2,  2,  3,   3,   3,          3,          4,          4,
-    4, 5, 5, 6, 7, 8, 9, 16, 17, 40, 100, 255, 0x00100000, 0x0FFFFFFF, 0x10000000, 0xFFFFFFFF};
+// Mostly few. 255 large records overflow the data area. The four counts above that exceed what blocks
+// may hold, all but the smallest of them 32 bits as well: no record is read then.
+constexpr uint32_t counts[64] = {0,          1,          2, 3, 4, 5, 6, 7, 8, 9, 16, 17, 255,
+                                 0x00100000, 0x0FFFFFFF, 0, 1, 2, 3, 4, 1, 1, 1, 1,  1,  0x10000000,
+                                 0xFFFFFFFF, 1,          1, 1, 1, 1, 1, 1, 1, 1, 1,  1,  2,
+                                 2,          2,          2, 2, 2, 2, 2, 2, 2, 2, 2,  2,  2,
+                                 3,          3,          3, 3, 3, 3, 3, 3, 4, 4, 4,  4};
 
 enum class operation : uint8_t { single, batch, msg, to_msg };
 
