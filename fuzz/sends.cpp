@@ -31,8 +31,8 @@ constexpr uint32_t failed = 0xFFFFFFFF;
 constexpr uint32_t data_area = 65536; // of a batch of records with pointers
 constexpr uint32_t max_real_count = 255;
 
-// Mostly few. 255 large records overflow the data area. The four counts above that exceed what blocks
-// may hold, all but the smallest of them 32 bits as well: no record is read then.
+// Mostly few. 255 large records overflow the data area. The four counts above that exceed what
+// blocks may hold, all but the smallest of them 32 bits as well: no record is read then.
 constexpr uint32_t counts[64] = {0,          1,          2, 3, 4, 5, 6, 7, 8, 9, 16, 17, 255,
                                  0x00100000, 0x0FFFFFFF, 0, 1, 2, 3, 4, 1, 1, 1, 1,  1,  0x10000000,
                                  0xFFFFFFFF, 1,          1, 1, 1, 1, 1, 1, 1, 1, 1,  1,  2,
