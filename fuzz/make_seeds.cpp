@@ -1,0 +1,93 @@
+// Makes the seeds of every target from the golden files of the tests.
+//
+// Room: attacks. Reads text, writes files; executes nothing. Seeds are made when they are needed
+// and never kept in the repository: the golden files are, once.
+#include "fuzz/messages.h"
+#include "tests/support/annotated.h"
+
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char *usage =
+    "usage: %s GOLDEN_FOLDER OUTPUT_FOLDER\n"
+    "Writes OUTPUT_FOLDER/<target>/<message>-<image> for each image of each golden file.\n";
+
+void write(const fs::path &path, const std::vector<uint8_t> &bytes) {
+  fs::create_directories(path.parent_path());
+  std::ofstream file(path, std::ios::binary);
+  file.write(reinterpret_cast<const char *>(bytes.data()),
+             static_cast<std::streamsize>(bytes.size()));
+  if (!file.flush())
+    throw std::runtime_error(path.string() + ": cannot be written");
+}
+
+// The second byte of decode's input (decode.cpp): the byte order that the image is in.
+uint8_t circumstances_of(std::string_view image) {
+  if (image.ends_with("_swap_1"))
+    return 5 << 1;
+  if (image.ends_with("_swap_2"))
+    return 6 << 1;
+  return 0;
+}
+
+std::vector<uint8_t> joined(std::vector<uint8_t> head, const std::vector<uint8_t> &tail) {
+  head.insert(head.end(), tail.begin(), tail.end());
+  return head;
+}
+
+uint32_t make_seeds_of(const fs::path &golden, const fs::path &output) {
+  const std::string name = golden.stem();
+  const auto number = static_cast<uint8_t>(fuzz::number_of(name.c_str()));
+  uint32_t count = 0;
+  for (const annotated::image &image : annotated::load(golden)) {
+    const std::string file = name + "-" + image.name;
+    write(output / "decode" / file, joined({number, circumstances_of(image.name)}, image.bytes));
+    // To the others the bytes are material that records, mutations and answers are made from.
+    for (const char *target : {"mutated", "round_trip", "sends"})
+      write(output / target / file, joined({number}, image.bytes));
+    count++;
+  }
+  return count;
+}
+
+int run(const fs::path &golden_folder, const fs::path &output) {
+  uint32_t files = 0, images = 0;
+  for (const fs::directory_entry &entry : fs::directory_iterator(golden_folder))
+    if (entry.path().extension() == ".txt") {
+      images += make_seeds_of(entry.path(), output);
+      files++;
+    }
+  if (files < fuzz::message_count)
+    throw std::runtime_error(golden_folder.string() + ": " + std::to_string(files) +
+                             " golden files, expected one for each of " +
+                             std::to_string(fuzz::message_count) + " messages");
+  printf("%u images of %u messages\n", images, files);
+  return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+  const bool help = argc == 2 && (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0);
+  if (argc != 3) {
+    fprintf(help ? stdout : stderr, usage, argv[0]);
+    return help ? 0 : 2;
+  }
+  try {
+    return run(argv[1], argv[2]);
+  } catch (const std::exception &failure) {
+    fprintf(stderr, "make_seeds: %s\n", failure.what());
+    return 1;
+  }
+}

@@ -1,0 +1,57 @@
+// The 59 messages as targets see them: what their descriptors say, and what only peers know.
+//
+// Room: attacks. Includes descriptors and the units of the modules. Everything is worked out once,
+// before the first execution.
+#pragma once
+
+#include "runtime/unit.h"
+#include "tools/descriptors.h"
+
+#include <cstdint>
+
+namespace fuzz {
+
+using mesh_fib6::tools::field_descriptor;
+using mesh_fib6::tools::kind;
+using mesh_fib6::tools::message_descriptor;
+using mesh_fib6::tools::table_descriptor;
+
+inline constexpr uint32_t message_count = 59;
+inline constexpr uint32_t max_vectors = 8;       // of one message, embedded records included
+inline constexpr uint32_t max_record_size = 288; // of any message
+
+// A vector that a decoded record owns: in the message's record or in one that is embedded in it.
+struct vector_place {
+  const table_descriptor *owner; // whose release names the block
+  bool embedded;
+  uint32_t count_at, pointer_at; // in the message's record
+  uint32_t width;
+};
+
+struct message : message_descriptor {
+  bool table_form; // a bad header leaves the record zeroed, not untouched
+  mesh_fib6::runtime::unit *recv_unit, *send_unit;
+  vector_place vectors[max_vectors];
+  uint32_t vector_count;
+  void *storage; // a heap block of exactly record_size bytes, for the record under test
+
+  bool is_tree() const { return shape == mesh_fib6::tools::shape::tree; }
+
+  // Decoding n bytes allocates at most this many times n: each byte of the buffer can be part of
+  // one offset word in each vector, and a word stands for one element.
+  uint32_t amplification() const;
+
+  // What the byte_swap flags of both of its units hold.
+  void set_byte_swap(uint32_t flag) const;
+};
+
+// `number` modulo 59: a byte of input always means a message.
+const message &message_at(uint32_t number);
+
+// The number of the message of that name. Throws when there is none.
+uint32_t number_of(const char *name);
+
+// Whether `text` is `name` followed by `suffix`.
+bool is_name(const char *text, const char *name, const char *suffix);
+
+} // namespace fuzz
