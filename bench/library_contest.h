@@ -21,15 +21,17 @@ class library_peer {
 public:
   library_peer(capacity room, const pool<Record> &records)
       : bytes_(records.entry_count() * 512 + 4096), first_(records.records().data()) {
-    for (const Record &record : records.records()) {
-      lengths_.push_back(static_cast<uint32_t>(bytes_.size()));
-      if (room == capacity::exact)
-        lengths_.back() = static_cast<uint32_t>(encode(record).size);
-    }
+    if (room == capacity::ample)
+      return;
+    std::vector<uint32_t> sizes;
+    for (const Record &record : records.records())
+      sizes.push_back(static_cast<uint32_t>(encode(record).size));
+    exact_sizes_ = std::move(sizes);
   }
 
   encoded encode(const Record &record) {
-    uint32_t length = lengths_[static_cast<size_t>(&record - first_)];
+    auto length = exact_sizes_.empty() ? static_cast<uint32_t>(bytes_.size())
+                                       : exact_sizes_[static_cast<size_t>(&record - first_)];
     if (call::pack(&record, bytes_.data(), &length) != 0)
       give_up("library", "a record cannot be encoded");
     return {bytes_.data(), length};
@@ -43,7 +45,7 @@ public:
 private:
   std::vector<uint8_t> bytes_;
   const Record *first_;
-  std::vector<uint32_t> lengths_;
+  std::vector<uint32_t> exact_sizes_; // none: all the room there is
 };
 
 // Decodes what a send puts on the wire: of flat records the fixed image.
