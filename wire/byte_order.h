@@ -73,20 +73,9 @@ struct reversed_order {
   }
 };
 
-// The slow half of in_unit_order, kept out of the way of the straight one.
-template <class Work>
-[[gnu::cold, gnu::noinline]] auto in_reversed_order(uint32_t flag, Work &work) {
-  return work(reversed_order{flag == 1});
-}
-
-// Calls work(order) with the order that the unit's flag asks for. The flag is read once, so one
-// call never mixes orders.
-template <class Work>
-auto in_unit_order(const runtime::unit &unit, Work &&work) {
-  const uint32_t flag = __atomic_load_n(&unit.byte_swap, __ATOMIC_RELAXED);
-  if (__builtin_expect(flag != 0, false))
-    return in_reversed_order(flag, work);
-  return work(native_order{});
+// The unit's flag, read once per call: one call never mixes orders.
+inline uint32_t byte_swap_of(const runtime::unit &unit) {
+  return __atomic_load_n(&unit.byte_swap, __ATOMIC_RELAXED);
 }
 
 } // namespace mesh_fib6::wire

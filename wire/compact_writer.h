@@ -159,6 +159,13 @@ private:
   // Vtable and table of one record, then the tables behind it. Returns the table's start.
   template <class Record>
   const uint8_t *write_table(const Record &record) {
+#ifdef MESH_FIB6_LANES
+    if constexpr (Order::is_common && is_written_by_groups<Record>()) {
+      const uint8_t *const start = steps_.cursor() + table<Record>::vtable_size;
+      steps_.move_to(write_single(steps_.cursor(), record));
+      return start;
+    }
+#endif
     pending<Record> later;
     const table_place place = steps_.begin_table(table<Record>::slots);
     for_each_field<Record>([&](auto field) { write_scalar(field, record, place); });
@@ -229,9 +236,24 @@ private:
   std::conditional_t<Order::is_common, compact_steps<Order>, shared_compact_steps<Order>> steps_;
 };
 
+void report_unwritable(runtime::unit &unit, const uint8_t *buffer, uint32_t capacity,
+                       const void *record, const char *function);
+
 // Whether there is something to write and somewhere to write it to; logs under `function` if not.
-bool writable(runtime::unit &unit, const uint8_t *buffer, uint32_t capacity, const void *record,
-              const char *function);
+inline bool writable(runtime::unit &unit, const uint8_t *buffer, uint32_t capacity,
+                     const void *record, const char *function) {
+  if (__builtin_expect(buffer != nullptr && capacity >= root_offset_size && record != nullptr,
+                       true))
+    return true;
+  report_unwritable(unit, buffer, capacity, record, function);
+  return false;
+}
+
+template <class Record>
+[[gnu::cold, gnu::noinline]] uint32_t write_reversed(uint32_t flag, uint8_t *buffer,
+                                                     const Record &record) {
+  return compact_writer(reversed_order{flag == 1}, buffer).write_message(record);
+}
 
 // The write pass of a message: returns the bytes written, or 0 after a log line. `record` points to
 // a Record.
@@ -241,9 +263,10 @@ uint32_t write_compact(runtime::unit &unit, uint8_t *buffer, uint32_t capacity,
   if (!writable(unit, buffer, capacity, record, names<Record>::pack.text))
     return 0;
   runtime::bind_cache(unit);
-  return in_unit_order(unit, [&](auto order) {
-    return compact_writer(order, buffer).write_message(*static_cast<const Record *>(record));
-  });
+  const uint32_t flag = byte_swap_of(unit);
+  if (__builtin_expect(flag != 0, false))
+    return write_reversed(flag, buffer, *static_cast<const Record *>(record));
+  return compact_writer(native_order{}, buffer).write_message(*static_cast<const Record *>(record));
 }
 
 // Encodes *record into a caller's buffer; see M__pack in modules/message_api.h for the contract.

@@ -8,6 +8,7 @@
 
 #include "wire/bounds.h"
 #include "wire/byte_order.h"
+#include "wire/fixed_image.h"
 #include "wire/layout.h"
 #include "wire/names.h"
 #include "wire/platform_memory.h"
@@ -145,7 +146,7 @@ public:
 };
 
 template <class Order, class Steps = std::conditional_t<Order::is_common, decode_steps<Order>,
-                                                       shared_decode_steps<Order>>>
+                                                        shared_decode_steps<Order>>>
 class decoder : Steps {
   using Steps::in_;
   using Steps::order_;
@@ -317,17 +318,48 @@ private:
   runtime::unit &unit_;
 };
 
+void report_refused(runtime::unit &unit, const uint8_t *buffer, int32_t length, const void *record,
+                    const char *function);
+
 // Whether there is something to decode and somewhere to decode it to; logs under `function` if not.
-bool accept(runtime::unit &unit, const uint8_t *buffer, uint32_t length, const void *record,
-            const char *function);
+inline bool accept(runtime::unit &unit, const uint8_t *buffer, uint32_t length, const void *record,
+                   const char *function) {
+  const auto signed_length = static_cast<int32_t>(length);
+  if (__builtin_expect(buffer != nullptr && signed_length >= 4 && record != nullptr, true))
+    return true;
+  report_refused(unit, buffer, signed_length, record, function);
+  return false;
+}
+
+template <root_form Form, class Record>
+[[gnu::cold, gnu::noinline]] void decode_reversed(runtime::unit &unit, uint32_t flag,
+                                                  const received in, Record &record) {
+  decoder(unit, reversed_order{flag == 1}, in).template decode_root<Form>(record);
+}
+
+template <root_form Form, class Record>
+[[gnu::noinline]] void decode_native(runtime::unit &unit, const received in, Record &record) {
+  decoder(unit, native_order{}, in).template decode_root<Form>(record);
+}
 
 // Decodes into *record; see M__unpack in modules/message_api.h for the contract.
 template <root_form Form, class Record>
 uint32_t unpack(runtime::unit &unit, const uint8_t *buffer, uint32_t length, Record *record) {
-  if (accept(unit, buffer, length, record, names<Record>::unpack.text))
-    in_unit_order(unit, [&](auto order) {
-      decoder(unit, order, received{buffer, length}).template decode_root<Form>(*record);
-    });
+  if (!accept(unit, buffer, length, record, names<Record>::unpack.text))
+    return sizeof(Record);
+  const received in{buffer, length};
+  const uint32_t flag = byte_swap_of(unit);
+  if constexpr (!is_tree<Record>()) {
+    // Flat messages mostly come from a peer's send operation.
+    if (__builtin_expect(flag == 0, true) && read_image(buffer, length, *record)) {
+      runtime::bind_cache(unit);
+      return sizeof(Record);
+    }
+  }
+  if (__builtin_expect(flag != 0, false))
+    decode_reversed<Form>(unit, flag, in, *record);
+  else
+    decode_native<Form>(unit, in, *record);
   return sizeof(Record);
 }
 

@@ -77,14 +77,27 @@ template <uint32_t Count>
     store_lane(at + (Count & 8), words[(Count & 8) / 4]);
 }
 
+template <class Lanes>
+[[gnu::always_inline]] inline bool any_set(Lanes flags) {
+#if defined(MESH_FIB6_LANES) && defined(__SSE4_1__)
+  const auto bits = reinterpret_cast<__m128i>(flags);
+  return _mm_testz_si128(bits, bits) == 0;
+#elif defined(MESH_FIB6_LANES)
+  return vmaxvq_u32(reinterpret_cast<word_lanes>(flags)) != 0;
+#else
+  const auto doubles = reinterpret_cast<double_lanes>(flags);
+  return (doubles[0] | doubles[1]) != 0;
+#endif
+}
+
 #ifdef MESH_FIB6_LANES
 
 // Lane i of the result is lane control[i] of the values, or zero where control has no_lane. Other
 // bits of a control lane are clear.
 [[gnu::always_inline]] inline lanes shuffled(lanes values, lanes control) {
 #ifdef __SSE4_1__
-  return reinterpret_cast<lanes>(_mm_shuffle_epi8(reinterpret_cast<__m128i>(values),
-                                                  reinterpret_cast<__m128i>(control)));
+  return reinterpret_cast<lanes>(
+      _mm_shuffle_epi8(reinterpret_cast<__m128i>(values), reinterpret_cast<__m128i>(control)));
 #else
   return vqtbl1q_u8(values, control);
 #endif
@@ -116,16 +129,6 @@ template <uint32_t Count>
       _mm_cvtsi128_si32(_mm_minpos_epu16(reinterpret_cast<__m128i>(values))));
 #else
   return vminvq_u16(values);
-#endif
-}
-
-template <class Lanes>
-[[gnu::always_inline]] inline bool any_set(Lanes flags) {
-#ifdef __SSE4_1__
-  const auto bits = reinterpret_cast<__m128i>(flags);
-  return _mm_testz_si128(bits, bits) == 0;
-#else
-  return vmaxvq_u32(reinterpret_cast<word_lanes>(flags)) != 0;
 #endif
 }
 

@@ -31,7 +31,9 @@ struct group_shape {
   grouped_scalar field[max_group_fields];
 
   constexpr uint32_t begin() const { return field[0].at; }
-  constexpr uint32_t end() const { return uint32_t{field[fields - 1].at} + field[fields - 1].width; }
+  constexpr uint32_t end() const {
+    return uint32_t{field[fields - 1].at} + field[fields - 1].width;
+  }
 };
 
 struct scalar_group {
@@ -76,9 +78,9 @@ consteval group_list group_scalars() {
           last->shape.fields == max_group_fields || Field::slot - last->first_slot > 6)
         list.group[list.count++] = {window_of(at, sizeof(Record)), Field::slot, 0, {}};
       scalar_group &group = list.group[list.count - 1];
-      group.shape.field[group.shape.fields++] = {static_cast<uint8_t>(at - group.window),
-                                                 static_cast<uint8_t>(width),
-                                                 static_cast<uint8_t>(Field::slot - group.first_slot)};
+      group.shape.field[group.shape.fields++] = {
+          static_cast<uint8_t>(at - group.window), static_cast<uint8_t>(width),
+          static_cast<uint8_t>(Field::slot - group.first_slot)};
       group.bytes += width;
       list.bytes += width;
     }
@@ -91,12 +93,21 @@ consteval group_list group_scalars() {
 template <class Record>
 inline constexpr group_list groups_of = detail::group_scalars<Record>();
 
+// Whether a record's table holds scalars and fixed arrays only, so that its groups say all.
+template <class Record>
+constexpr bool is_grouped() {
+  return groups_of<Record>.count > 0 && all_fields<Record>([]<class Field>(Field) {
+           return Field::is_scalar || Field::is_fixed_array;
+         });
+}
+
 // Calls visit(index) for each group of a record, the index being a constant.
 template <class Record, class Visit>
 [[gnu::always_inline]] inline void for_each_group(Visit &&visit) {
   [&]<size_t... Index>(std::index_sequence<Index...>) {
     (visit(std::integral_constant<size_t, Index>{}), ...);
-  }(std::make_index_sequence<groups_of<Record>.count>{});
+  }
+  (std::make_index_sequence<groups_of<Record>.count>{});
 }
 
 // Sixteen bytes of constant data.
@@ -226,8 +237,8 @@ template <group_shape Shape>
     return static_cast<uint32_t>(_mm_movemask_ps(reinterpret_cast<__m128>(zero))) >>
                (Shape.begin() / 4) &
            (constants::choices - 1);
-  return static_cast<uint32_t>(_mm_movemask_epi8(
-      reinterpret_cast<__m128i>(shuffled(zero, constants::first_lanes.value()))));
+  return static_cast<uint32_t>(
+      _mm_movemask_epi8(reinterpret_cast<__m128i>(shuffled(zero, constants::first_lanes.value()))));
 #else
   return vaddvq_u8(zero & constants::weights.value());
 #endif

@@ -13,6 +13,10 @@ namespace mesh_fib6::wire {
 template <class Record>
 uint64_t compact_table_size(const Record &record) {
   uint64_t size = compact_base_size<Record>();
+#ifdef MESH_FIB6_LANES
+  if constexpr (is_grouped<Record>())
+    return size + scalar_bytes(record);
+#endif
   for_each_field<Record>([&]<class Field>(Field) {
     using value_type = typename Field::value_type;
     if constexpr (Field::is_scalar) {

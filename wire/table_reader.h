@@ -38,11 +38,13 @@ struct group_slots {
   static constexpr uint32_t vtable_size = table<Record>::vtable_size;
   static constexpr uint32_t wanted = 4 + 2 * group.first_slot;
   static constexpr uint32_t from =
-      vtable_size <= lane_count ? 0
-                                : (wanted + lane_count <= vtable_size ? wanted
-                                                                      : vtable_size - lane_count);
+      vtable_size <= lane_count
+          ? 0
+          : (wanted + lane_count <= vtable_size ? wanted : vtable_size - lane_count);
 
-  static constexpr uint32_t lane_of(uint32_t i) { return (wanted - from) / 2 + shape.field[i].slot; }
+  static constexpr uint32_t lane_of(uint32_t i) {
+    return (wanted - from) / 2 + shape.field[i].slot;
+  }
 
   struct halves {
     alignas(lane_count) uint16_t of[8];
@@ -112,8 +114,8 @@ public:
     return vtable >= root_offset_size && vtable <= last_vtable_ && is_learnt(in_.bytes + vtable);
   }
 
-  // Learns from a table's vtable. False when there is nothing to learn, and when the table itself is
-  // too close to the end of the buffer to be read by what was learnt.
+  // Learns from a table's vtable. False when there is nothing to learn, and when the table itself
+  // is too close to the end of the buffer to be read by what was learnt.
   [[gnu::always_inline]] bool learn(const table_ref &table) {
     last_table_ = 0;
     if (table.vtable_size < slots_size)
@@ -132,8 +134,8 @@ public:
       const half_lanes away = entries - static_cast<uint16_t>(first);
       astray |= excess(away, slots::farthest.value()) & ~absent;
       const half_lanes from = (away & ~absent) | (absent & no_lane);
-      control_[index] = shuffled(reinterpret_cast<lanes>(from), slots::spread.value()) +
-                        slots::within.value();
+      control_[index] =
+          shuffled(reinterpret_cast<lanes>(from), slots::spread.value()) + slots::within.value();
       start_[index] = first;
       if (first == 0xFFFF) { // none is present, or one is that far away
         start_[index] = 0;
@@ -187,7 +189,8 @@ private:
     if constexpr (slots_size < lane_count)
       return load_some_lanes<slots_size>(vtable);
     else
-      return load_lanes(vtable + (index + 1 < pieces ? index * lane_count : slots_size - lane_count));
+      return load_lanes(vtable +
+                        (index + 1 < pieces ? index * lane_count : slots_size - lane_count));
   }
 
   [[gnu::always_inline]] bool is_learnt(const uint8_t *vtable) const {
@@ -212,8 +215,8 @@ private:
   received in_;
   uint32_t last_table_ = 0; // the last position at which a table is known; 0: none
   uint32_t last_vtable_ = 0;
-  lanes learnt_[pieces]{};          // the vtable that was learnt from
-  uint32_t start_[groups.count]{};  // of each group, counted from the table
+  lanes learnt_[pieces]{};         // the vtable that was learnt from
+  uint32_t start_[groups.count]{}; // of each group, counted from the table
   uint32_t array_[table<Record>::slots]{};
   lanes control_[groups.count]{};
 };

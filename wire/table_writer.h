@@ -78,6 +78,7 @@ class table_writer {
 public:
   // Writes the table of a record, its vtable first, and returns where the next may start. May touch
   // compact_table<Record>::overrun bytes from there on.
+  template <bool IsFirst = false>
   [[gnu::always_inline]] uint8_t *write(uint8_t *at, const Record &record) {
     lanes values[groups.count];
     uint32_t absent = 0, fields = 0;
@@ -86,7 +87,7 @@ public:
       absent |= zero_bits<groups.group[index].shape>(values[index]) << fields;
       fields += groups.group[index].shape.fields;
     });
-    if (__builtin_expect(absent == absent_, true))
+    if (!IsFirst && __builtin_expect(absent == absent_, true))
       copy_head(at);
     else
       make_head(at, absent);
@@ -193,6 +194,33 @@ template <class Record>
   return at;
 }
 
+// Whether a table that stands alone is written by groups: stores that ran past its end would have
+// to be made aside and copied, which costs more than the branches that the groups spare.
+template <class Record>
+constexpr bool is_written_by_groups() {
+  if constexpr (is_grouped<Record>())
+    return compact_table<Record>::overrun == 0;
+  return false;
+}
+
+// Writes one table for which is_written_by_groups() holds; returns its end.
+template <class Record>
+[[gnu::always_inline]] inline uint8_t *write_single(uint8_t *at, const Record &record) {
+  table_writer<Record> writer;
+  return writer.template write<true>(at, record);
+}
+
+// Bytes that the scalars of a record take on the wire.
+template <class Record>
+[[gnu::always_inline]] inline uint32_t scalar_bytes(const Record &record) {
+  constexpr group_list groups = groups_of<Record>;
+  lanes zero{};
+  for_each_group<Record>([&](auto index) [[gnu::always_inline]] {
+    zero -= zero_scalars<groups.group[index].shape, true>(load_group<Record, index>(record));
+  });
+  return groups.bytes - sum_of(zero);
+}
+
 // Bytes that the scalars of all elements take on the wire.
 template <class Record>
 [[gnu::noinline]] uint64_t scalar_bytes(const Record *elements, uint32_t count) {
@@ -206,7 +234,8 @@ template <class Record>
     lanes sum{};
     for (uint32_t i = 0; i < now; i++)
       for_each_group<Record>([&](auto index) [[gnu::always_inline]] {
-        sum -= zero_scalars<groups.group[index].shape, true>(load_group<Record, index>(elements[i]));
+        sum -=
+            zero_scalars<groups.group[index].shape, true>(load_group<Record, index>(elements[i]));
       });
     zero += sum_of(sum);
     elements += now;
