@@ -37,7 +37,8 @@ endif()
 add_library(mesh_fib6_inside INTERFACE)
 target_compile_options(mesh_fib6_inside INTERFACE
   -fno-exceptions -fno-rtti -fvisibility=hidden -fvisibility-inlines-hidden
-  -fno-asynchronous-unwind-tables -ffunction-sections -fdata-sections
+  # Nothing is thrown, so nothing needs unwind tables (both flags: aarch64 has them on by default).
+  -fno-asynchronous-unwind-tables -fno-unwind-tables -ffunction-sections -fdata-sections
   -fstack-protector-strong ${branch_protection}
   # Function-local statics would call the C++ runtime's guards.
   -fno-threadsafe-statics)
