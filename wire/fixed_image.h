@@ -210,7 +210,7 @@ template <class Record>
     return write_reversed_image(flag, slot, *static_cast<const Record *>(record));
   const auto *const from = static_cast<const uint8_t *>(record);
   memcpy(slot, native_image<Record>.bytes, fixed_image_size<Record>);
-  for_each_stretch<Record>([&](auto index) [[gnu::always_inline]] {
+  for_each_stretch<Record>([&](auto index) __attribute__((always_inline)) {
     constexpr fixed_stretch stretch = fixed_stretches<Record>.of[index];
     memcpy(slot + stretch.image_at, from + stretch.record_at, stretch.size);
   });
@@ -236,8 +236,8 @@ template <class Record>
   if (size < end)
     return false;
   lanes difference{};
-  [&]<size_t... Index>(std::index_sequence<Index...>) [[gnu::always_inline]] {
-    const auto compare = [&](size_t at) [[gnu::always_inline]] {
+  [&]<size_t... Index>(std::index_sequence<Index...>) __attribute__((always_inline)) {
+    const auto compare = [&](size_t at) __attribute__((always_inline)) {
       const size_t from = at + lane_count <= end ? at : end - lane_count;
       difference |= (load_lanes(bytes + from) ^ load_lanes(native_image<Record>.bytes + from)) &
                     load_lanes(structure_mask<Record>.bytes + from);
@@ -250,7 +250,7 @@ template <class Record>
   if constexpr (fixed_stretches<Record>.bytes() < sizeof(Record))
     memset(&record, 0, sizeof record); // what lies between the values
   auto *const to = reinterpret_cast<uint8_t *>(&record);
-  for_each_stretch<Record>([&](auto index) [[gnu::always_inline]] {
+  for_each_stretch<Record>([&](auto index) __attribute__((always_inline)) {
     constexpr fixed_stretch stretch = fixed_stretches<Record>.of[index];
     memcpy(to + stretch.record_at, bytes + stretch.image_at, stretch.size);
   });

@@ -67,7 +67,7 @@ constexpr uint32_t window_of(uint32_t at, uint32_t record_size) {
 }
 
 template <class Record>
-consteval group_list group_scalars() {
+constexpr group_list group_scalars() {
   group_list list{};
   for_each_field<Record>([&list]<class Field>(Field) {
     if constexpr (Field::is_scalar) {
@@ -133,14 +133,14 @@ struct group_constants {
   static constexpr uint32_t choices = 1u << Shape.fields;
 
   // All bytes of the scalars of a width.
-  static consteval constant_lanes lanes_of_width(uint32_t width) {
+  static constexpr constant_lanes lanes_of_width(uint32_t width) {
     constant_lanes result{};
     for (uint32_t i = 0; i < Shape.fields; i++)
       for (uint32_t byte = 0; Shape.field[i].width == width && byte < width; byte++)
         result.of[Shape.field[i].at + byte] = 0xFF;
     return result;
   }
-  static consteval bool has_width(uint32_t width) {
+  static constexpr bool has_width(uint32_t width) {
     for (uint32_t i = 0; i < Shape.fields; i++)
       if (Shape.field[i].width == width)
         return true;
@@ -148,7 +148,7 @@ struct group_constants {
   }
 
   // Whether the scalars are words without anything between them.
-  static consteval bool is_row_of_words() {
+  static constexpr bool is_row_of_words() {
     for (uint32_t i = 0; i < Shape.fields; i++)
       if (Shape.field[i].width != 4 || Shape.field[i].at != Shape.begin() + 4 * i)
         return false;
@@ -163,14 +163,14 @@ struct group_constants {
   static constexpr constant_lanes byte_mask = lanes_of_width(1);
 
   // One lane of scalar i in lane i.
-  static consteval constant_lanes one_lane_each() {
+  static constexpr constant_lanes one_lane_each() {
     constant_lanes result{};
     for (uint32_t i = 0; i < lane_count; i++)
       result.of[i] = i < Shape.fields ? Shape.field[i].at : no_lane;
     return result;
   }
   // Bit i in one lane of scalar i.
-  static consteval constant_lanes one_bit_each() {
+  static constexpr constant_lanes one_bit_each() {
     constant_lanes result{};
     for (uint32_t i = 0; i < Shape.fields; i++)
       result.of[Shape.field[i].at] = static_cast<uint8_t>(1u << i);
@@ -183,7 +183,7 @@ struct group_constants {
     closing of[choices];
   };
   // Bit i of the index is set where scalar i is absent.
-  static consteval closings all_closings() {
+  static constexpr closings all_closings() {
     closings result{};
     for (uint32_t absent = 0; absent < choices; absent++) {
       closing &to = result.of[absent];

@@ -54,7 +54,7 @@ struct group_slots {
   };
 
   // All ones in lanes that are not scalars of the group.
-  static consteval halves make_others() {
+  static constexpr halves make_others() {
     halves result{};
     for (uint16_t &lane : result.of)
       lane = 0xFFFF;
@@ -63,14 +63,14 @@ struct group_slots {
     return result;
   }
   // The farthest that a scalar may start from the first one to be in the same sixteen bytes.
-  static consteval halves make_farthest() {
+  static constexpr halves make_farthest() {
     halves result{};
     for (uint32_t i = 0; i < shape.fields; i++)
       result.of[lane_of(i)] = static_cast<uint16_t>(lane_count - shape.field[i].width);
     return result;
   }
   // For each byte of the record from the group's first: the lane that says where its scalar is.
-  static consteval constant_lanes make_spread() {
+  static constexpr constant_lanes make_spread() {
     constant_lanes result{};
     for (uint8_t &lane : result.of)
       lane = no_lane;
@@ -80,7 +80,7 @@ struct group_slots {
     return result;
   }
   // And which byte of that scalar it is; no_lane between scalars.
-  static consteval constant_lanes make_within() {
+  static constexpr constant_lanes make_within() {
     constant_lanes result{};
     for (uint8_t &lane : result.of)
       lane = no_lane;
@@ -123,7 +123,7 @@ public:
     const uint8_t *const vtable = in_.bytes + table.vtable;
     uint32_t reach = 0;
     half_lanes astray{};
-    for_each_group<Record>([&](auto index) [[gnu::always_inline]] {
+    for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
       using slots = detail::group_slots<Record, index>;
       constexpr uint32_t readable = slots_size < lane_count ? slots_size : lane_count;
       const auto entries =
@@ -145,7 +145,7 @@ public:
     });
     reach += lane_count;
     bool has_arrays = true;
-    for_each_field<Record>([&]<class Field>(Field) [[gnu::always_inline]] {
+    for_each_field<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
       if constexpr (Field::is_fixed_array) {
         const uint32_t entry = native_order::load<uint16_t>(vtable + 4 + 2 * Field::slot);
         array_[Field::slot] = entry;
@@ -166,7 +166,7 @@ public:
   // where the buffer ends or not as long as it should be.
   [[gnu::always_inline]] bool read(uint32_t at, Record &record) const {
     auto *const to = reinterpret_cast<uint8_t *>(&record);
-    for_each_group<Record>([&](auto index) [[gnu::always_inline]] {
+    for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
       constexpr const scalar_group &group = groups.group[index];
       constexpr uint32_t first = group.window + group.shape.begin();
       // Bytes behind the group become zero; what lies there is read later.
@@ -174,7 +174,7 @@ public:
       store_some_lanes<(room < lane_count ? room : lane_count)>(
           to + first, shuffled(load_lanes(in_.bytes + at + start_[index]), control_[index]));
     });
-    return all_fields<Record>([&]<class Field>(Field) [[gnu::always_inline]] {
+    return all_fields<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
       if constexpr (Field::is_fixed_array)
         return read_array(at + array_[Field::slot], &Field::value(record),
                           std::integral_constant<uint32_t, Field::length>{});

@@ -26,7 +26,7 @@ struct compact_table {
   static constexpr group_list groups = groups_of<Record>;
   static constexpr uint32_t head = table<Record>::vtable_size + soffset_size;
 
-  static consteval uint32_t count_fields() {
+  static constexpr uint32_t count_fields() {
     uint32_t result = 0;
     for (uint32_t i = 0; i < groups.count; i++)
       result += groups.group[i].shape.fields;
@@ -37,7 +37,7 @@ struct compact_table {
     uint32_t count;
     uint32_t bytes; // offset words, length words and bodies
   };
-  static consteval array_list list_arrays() {
+  static constexpr array_list list_arrays() {
     array_list result{};
     for_each_field<Record>([&result]<class Field>(Field) {
       static_assert(Field::is_scalar || Field::is_fixed_array);
@@ -56,7 +56,7 @@ struct compact_table {
   static_assert(groups.count > 0 && count_fields() < 32, "which scalars are absent fits in a word");
 
   // How far stores may run past the end of a table, whatever it lacks.
-  static consteval uint32_t find_overrun() {
+  static constexpr uint32_t find_overrun() {
     uint32_t reach = head + lane_count;
     for (uint32_t i = 0; i < groups.count; i++) {
       const uint32_t slots = 4 + 2 * groups.group[i].first_slot + lane_count;
@@ -82,7 +82,7 @@ public:
   [[gnu::always_inline]] uint8_t *write(uint8_t *at, const Record &record) {
     lanes values[groups.count];
     uint32_t absent = 0, fields = 0;
-    for_each_group<Record>([&](auto index) [[gnu::always_inline]] {
+    for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
       values[index] = load_group<Record, index>(record);
       absent |= zero_bits<groups.group[index].shape>(values[index]) << fields;
       fields += groups.group[index].shape.fields;
@@ -94,7 +94,7 @@ public:
     previous_ = at;
 
     uint8_t *cursor = at + shape_of::head;
-    for_each_group<Record>([&](auto index) [[gnu::always_inline]] {
+    for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
       store_lanes(cursor, shuffled(values[index], control_[index]));
       cursor += length_[index];
     });
@@ -123,7 +123,7 @@ private:
   [[gnu::always_inline]] void make_head(uint8_t *at, uint32_t absent) {
     absent_ = absent;
     uint32_t position = soffset_size;
-    for_each_group<Record>([&](auto index) [[gnu::always_inline]] {
+    for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
       constexpr const scalar_group &group = groups.group[index];
       using constants = group_constants<group.shape>;
       const closing &close = constants::closed.of[absent & (constants::choices - 1)];
@@ -137,7 +137,7 @@ private:
       position += close.length();
     });
     uint32_t word = position;
-    for_each_field<Record>([&]<class Field>(Field) [[gnu::always_inline]] {
+    for_each_field<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
       if constexpr (Field::is_fixed_array) {
         native_order::store(at + 4 + 2 * Field::slot, static_cast<uint16_t>(word));
         word += uoffset_size;
@@ -152,7 +152,7 @@ private:
   // Offset words, then bodies: all at constant distances.
   [[gnu::always_inline]] static uint8_t *write_arrays(uint8_t *at, const Record &record) {
     uint32_t word = 0, body = uoffset_size * shape_of::arrays.count;
-    for_each_field<Record>([&]<class Field>(Field) [[gnu::always_inline]] {
+    for_each_field<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
       if constexpr (Field::is_fixed_array) {
         native_order::store(at + word, body - word);
         native_order::store(at + body, Field::length);
@@ -215,7 +215,7 @@ template <class Record>
 [[gnu::always_inline]] inline uint32_t scalar_bytes(const Record &record) {
   constexpr group_list groups = groups_of<Record>;
   lanes zero{};
-  for_each_group<Record>([&](auto index) [[gnu::always_inline]] {
+  for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
     zero -= zero_scalars<groups.group[index].shape, true>(load_group<Record, index>(record));
   });
   return groups.bytes - sum_of(zero);
@@ -233,7 +233,7 @@ template <class Record>
     const uint32_t now = count < at_once ? count : at_once;
     lanes sum{};
     for (uint32_t i = 0; i < now; i++)
-      for_each_group<Record>([&](auto index) [[gnu::always_inline]] {
+      for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
         sum -=
             zero_scalars<groups.group[index].shape, true>(load_group<Record, index>(elements[i]));
       });
