@@ -30,4 +30,13 @@ inline void check(const void *bytes, size_t size) {
 #endif
 }
 
+// Takes the bytes for written.
+inline void settle(const void *bytes, size_t size) {
+#ifdef VALGRIND_MAKE_MEM_DEFINED
+  static_cast<void>(VALGRIND_MAKE_MEM_DEFINED(bytes, size));
+#else
+  static_cast<void>(bytes), static_cast<void>(size);
+#endif
+}
+
 } // namespace definedness

@@ -35,7 +35,10 @@ using guard = std::lock_guard<std::mutex>;
 
 message copy_of(const msg_desc &descriptor) {
   const auto *first = static_cast<const uint8_t *>(descriptor.data);
-  return {descriptor.id, descriptor.data, descriptor.length, {first, first + descriptor.length}};
+  message copy{
+      descriptor.id, descriptor.data, descriptor.length, {first, first + descriptor.length}};
+  definedness::settle(copy.bytes.data(), copy.bytes.size()); // looked at once is enough
+  return copy;
 }
 
 // What leaves the process has been written by somebody: an undefined byte is an error to valgrind.
