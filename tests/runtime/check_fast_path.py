@@ -15,13 +15,13 @@ import subprocess
 import sys
 
 SLOW = re.compile(r"<_ZN9mesh_fib67runtime\d+bind_(general|cache)_onceE\w*>$")
-CALL = re.compile(r"(call|callq|bl|jmp|jmpq|b)\s")
+CALL = re.compile(r"(call|callq|bl|jmp|jmpq|b)\s")  # the last ones are tail calls
 JUMP = re.compile(r"(j[a-z]+|b(\.\w+)?|cbn?z|tbn?z)\s")
 ALWAYS = re.compile(r"(jmp|jmpq|b|ret|retq)\b(?!\.)")
 STOPS = re.compile(r"(call|callq|bl|blr|lock|xchg|cmpxchg|mfence|ldaxr|stlxr|cas|dmb)\b")
 # Comparing with zero in memory at once; a register with itself; on Arm the branch does it.
-TEST_MEMORY = re.compile(r"cmpl?\s+\$0x0,.*\)")
-TEST_REGISTER = re.compile(r"(test\s+%(?P<x>\w+),%(?P=x)$|cmp\s+(?P<w>w\d+), #0x0)")
+TEST_MEMORY = re.compile(r"cmpl?\s+\$(0x)?0,.*\)")
+TEST_REGISTER = re.compile(r"(testl?\s+%(?P<x>\w+), ?%(?P=x)$|cmp\s+(?P<w>w\d+), #0x0)")
 TEST_AND_BRANCH = re.compile(r"cbn?z\s+(?P<w>w\d+),")
 # How far the scheduler may carry the parts of one test apart.
 WINDOW = 8
@@ -43,7 +43,7 @@ def parse(text):
 
 
 def target(instruction):
-    match = re.search(r"\b([0-9a-f]+) <", instruction)
+    match = re.search(r"\b(?:0x)?([0-9a-f]+) <", instruction)
     return int(match.group(1), 16) if match else None
 
 
@@ -89,7 +89,7 @@ def is_flag_test(body, at):
 def loads(window, register):
     """Whether the register was last written by a load from memory, with nothing costly behind it."""
     for row in reversed(window):
-        if re.match(rf"mov\s+[^%$].*\),%{register}$|mov\s+0x[0-9a-f]+\(.*\),%{register}$", row) or \
+        if re.match(rf"movl?\s+[^%$].*\), ?%{register}$", row) or \
                 re.match(rf"(ldar|ldapr|ldr)\s+{register}, \[", row):
             return True
         if STOPS.match(row) or JUMP.match(row):
@@ -142,6 +142,13 @@ ARM = """0000000000000010 <f>:
   1c:\tbl     {once}
   20:\tret
 """
+# As LLVM's disassembler words it.
+X86_LLVM = """0000000000000010 <f>:
+      10: cmpl\t$0, 136(%rdi)
+      16: je\t0x20 <f+0x10>
+      18: retq
+      20: jmp\t0x{once}
+"""
 LOCKED = X86.replace("  16:", "  14:\tlock cmpxchg %ecx,(%rdi)\n  16:")
 CALLED = X86.replace("  16:", "  14:\tcall   99 <pthread_mutex_lock@plt>\n  16:")
 UNTESTED = "0000000000000010 <f>:\n  10:\tpush   %rbx\n  11:\tcall   {once}\n  16:\tret\n"
@@ -152,6 +159,7 @@ ARM_CALLED = ARM.replace("  18:", "  16:\tbl     99 <pthread_mutex_lock@plt>\n  
 def self_test():
     wrong = []
     for title, text, good in (("x86", X86, True), ("x86, moved", X86_MOVED, True),
+                              ("x86, llvm", X86_LLVM, True),
                               ("arm", ARM, True), ("x86, locked", LOCKED, False),
                               ("x86, calling", CALLED, False), ("untested", UNTESTED, False),
                               ("x86, no flag", OTHER, False), ("arm, calling", ARM_CALLED, False)):
