@@ -20,9 +20,9 @@ class child_process {
 public:
   using body = std::function<int(report_channel &)>;
 
-  // `name` also names the process; `elders` are children whose channels are not this one's
+  // `program` also names the process; `elders` are children whose channels are not this one's
   // business.
-  child_process(std::string name, const body &run,
+  child_process(std::string program, const body &run,
                 std::initializer_list<child_process *> elders = {});
 
   // Ends the process if it still runs: politely first, by force a second later.

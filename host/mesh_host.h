@@ -67,7 +67,7 @@ typedef struct mesh_host_counters {
   uint64_t sent, delivered, bytes_sent, bytes_received;
   uint64_t unknown_identifier, oversize, malformed;
 } mesh_host_counters;
-void mesh_host_get_counters(mesh_host_counters *counters);
+void mesh_host_get_counters(mesh_host_counters *into);
 
 /* A text for a mesh_host_result or any other result of a send operation, never null. */
 const char *mesh_host_result_text(uint32_t result);

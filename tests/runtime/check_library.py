@@ -1,12 +1,17 @@
-"""The built shared library, looked at from outside: what it needs, exports, and how it is linked.
+"""The built shared library, looked at from outside: what it needs, exports, how it is linked, and
+how its code is hardened.
 
-Room: tests. Reads the library with the nm and readelf of the architecture it was built for.
+Room: tests. Reads the library and its objects with the tools of the architecture they were built for.
 """
 
 import argparse
+import json
+import os
 import re
+import shlex
 import subprocess
 import sys
+import tempfile
 
 # Six units, one byte-order flag initialiser each, and the compiler's own frame_dummy.
 CONSTRUCTORS = 6 + 1
@@ -84,6 +89,109 @@ def check_hardening(readelf, library, entries):
     return problems
 
 
+def functions(objdump, library):
+    """{name: [instruction with operands]} of the library's text."""
+    found, body = {}, []
+    for line in run(objdump, "-d", "--no-show-raw-insn", library).splitlines():
+        head = re.match(r"[0-9a-f]+ <(.*)>:$", line)
+        if head:
+            body = found.setdefault(head.group(1), [])
+        elif re.match(r"\s+[0-9a-f]+:\s", line):
+            body.append(" ".join(line.split(":", 1)[1].split()))
+    return found
+
+
+def check_landing_pads(objdump, library, machine, list_path):
+    """An indirect call may only land where the code says so: at the first instruction of an export.
+    On aarch64 a function that saves its return address signs it first."""
+    pads = {"x86": r"endbr64", "arm": r"(bti (c|jc)|paci[ab]sp)"}[machine]
+    text = functions(objdump, library)
+    with open(list_path, encoding="ascii") as file:
+        names = file.read().split()
+    problems = [f"{name} begins with '{text.get(name, ['nothing'])[0]}'" for name in names
+                if not re.match(pads, text.get(name, [""])[0])]
+    if machine == "arm":
+        # The C library's start-up objects are the toolchain's, and not signed there.
+        start_up = {"_init", "_fini", "call_weak_fn", "__do_global_dtors_aux",
+                    "deregister_tm_clones", "register_tm_clones", "frame_dummy"}
+        problems += [f"{name} saves its return address unsigned" for name, body in text.items()
+                     if name not in start_up and not name.startswith((".plt", "$"))
+                     and any(re.match(r"st[pr] .*\bx30\b.*\[sp", row) for row in body)
+                     and not any(row.startswith("paciasp") for row in body)]
+    return problems
+
+
+def check_notes(readelf, objects, machine):
+    """The linker keeps the note only when every object has it, and Debian's crti.o has none. So the
+    objects are looked at: on a toolchain with full start-up files the library gets the note."""
+    wanted = {"x86": r"x86 feature: IBT, SHSTK", "arm": r"AArch64 feature: BTI, PAC"}[machine]
+    return [f"{os.path.basename(name)} is not compiled for branch protection" for name in objects
+            if not re.search(wanted, run(readelf, "--wide", "--notes", name))]
+
+
+def check_stack_protector(nm, readelf, library, objects):
+    problems = []
+    if "__stack_chk_fail" not in run(nm, "--dynamic", "--undefined-only", library):
+        problems.append("has no stack protector")
+    guarded, sending = set(), set()
+    for name in objects:
+        for section in re.split(r"^Relocation section ", run(readelf, "--wide", "--relocs", name),
+                                flags=re.M)[1:]:
+            title = section.split("'")[1]
+            # Holds the largest array of the library, the image of a flat message.
+            if "send_single" in title and "flat_message" in title and ".text" in title:
+                sending.add(title)
+                if "__stack_chk_fail" in section:
+                    guarded.add(title)
+    if not sending:
+        problems.append("has no send_single for flat messages, whose stack is to be guarded")
+    problems += [f"{title} holds an array and no stack guard" for title in sending - guarded]
+    return problems
+
+
+PROBE = """#include <cstring>
+void *probe(const void *from, unsigned long size, void (*use)(char *)) {
+  char area[8];
+  memcpy(area, from, size);
+  use(area);
+  return nullptr;
+}
+"""
+
+
+def check_fortified(nm, compile_commands, objects):
+    """Every size in the library is that of a caller's buffer, which the compiler cannot know, so no
+    checked call stands in it. That its options would put one is shown by a function that has one."""
+    problems, commands = [], []
+    with open(compile_commands, encoding="utf-8") as file:
+        for entry in json.load(file):
+            words = shlex.split(entry["command"])
+            place = words.index("-o") + 1
+            output = os.path.join(entry["directory"], words[place])
+            if os.path.realpath(output) in {os.path.realpath(name) for name in objects}:
+                commands.append((entry, words, place))
+    if len(commands) != len(objects):
+        return [f"{len(objects)} objects, but the commands of {len(commands)}"]
+    for entry, words, place in commands:
+        with tempfile.TemporaryDirectory() as folder:
+            source = os.path.join(folder, "probe.cpp")
+            with open(source, "w", encoding="ascii") as file:
+                file.write(PROBE)
+            output = os.path.join(folder, "probe.o")
+            words = [source if word == entry["file"] else word for word in words]
+            words[place] = output
+            subprocess.run(words, cwd=entry["directory"], check=True, capture_output=True)
+            undefined = run(nm, "--undefined-only", output)
+        problems += [f"{entry['file']} is compiled without {name}"
+                     for name in ("__memcpy_chk", "__stack_chk_fail") if name not in undefined]
+    return problems
+
+
+def machine_of(readelf, library):
+    text = run(readelf, "--file-header", library)
+    return "arm" if "AArch64" in text else "x86"
+
+
 def check_constructors(entries):
     sizes = values(entries, "INIT_ARRAYSZ")
     count = int(sizes[0].split()[0]) // POINTER if sizes else 0
@@ -94,15 +202,24 @@ def check_constructors(entries):
 
 def main():
     parser = argparse.ArgumentParser()
-    for name in ("--nm", "--readelf", "--exports", "library"):
+    for name in ("--nm", "--readelf", "--objdump", "--exports", "library"):
         parser.add_argument(name, **({"required": True} if name.startswith("--") else {}))
+    parser.add_argument("--objects", nargs="+", required=True)
+    parser.add_argument("--compile-commands", help="of a build that is fortified")
     arguments = parser.parse_args()
     library = arguments.library
     entries = dynamic_entries(arguments.readelf, library)
+    machine = machine_of(arguments.readelf, library)
     problems = (check_needed(entries) + check_soname(entries)
                 + check_exports(arguments.nm, library, arguments.exports)
                 + check_hardening(arguments.readelf, library, entries)
-                + check_constructors(entries))
+                + check_constructors(entries)
+                + check_landing_pads(arguments.objdump, library, machine, arguments.exports)
+                + check_notes(arguments.readelf, arguments.objects, machine)
+                + check_stack_protector(arguments.nm, arguments.readelf, library,
+                                        arguments.objects))
+    if arguments.compile_commands:
+        problems += check_fortified(arguments.nm, arguments.compile_commands, arguments.objects)
     for problem in problems:
         print(f"{library}: {problem}")
     return 1 if problems else 0

@@ -2,7 +2,9 @@
 //
 // Room: tests.
 #include "tests/support/fake_mesh.h"
+#include "tests/support/definedness.h"
 
+#include <algorithm>
 #include <mutex>
 #include <utility>
 
@@ -19,6 +21,7 @@ struct state {
   uint32_t refusal = 0;
   uint32_t clean_result = 0;
   bool copy = true;
+  uint32_t untouched_tail = 0;
   send_observer observer;
 };
 
@@ -32,12 +35,27 @@ using guard = std::lock_guard<std::mutex>;
 
 message copy_of(const msg_desc &descriptor) {
   const auto *first = static_cast<const uint8_t *>(descriptor.data);
-  return {descriptor.id, descriptor.data, descriptor.length, {first, first + descriptor.length}};
+  message copy{
+      descriptor.id, descriptor.data, descriptor.length, {first, first + descriptor.length}};
+  definedness::settle(copy.bytes.data(), copy.bytes.size()); // looked at once is enough
+  return copy;
+}
+
+// What leaves the process has been written by somebody: an undefined byte is an error to valgrind.
+void look_at(const send &call, uint32_t untouched_tail) {
+  definedness::check(call.descriptors, sizeof(msg_desc) * call.count);
+  for (uint32_t i = 0; i < call.count; ++i) {
+    const msg_desc &message = call.descriptors[i];
+    const uint32_t length = message.length - std::min(message.length, untouched_tail);
+    definedness::check(message.data, length);
+  }
 }
 
 uint64_t record(send call) {
   state &s = the_state();
   std::unique_lock<std::mutex> held(s.lock);
+  if (s.copy)
+    look_at(call, s.untouched_tail);
   for (uint32_t i = 0; s.copy && i < call.count; ++i)
     call.messages.push_back(copy_of(call.descriptors[i]));
   s.sends.push_back(call);
@@ -62,6 +80,7 @@ void reset() {
   s.refusal = 0;
   s.clean_result = 0;
   s.copy = true;
+  s.untouched_tail = 0;
   s.observer = nullptr;
 }
 
@@ -106,6 +125,12 @@ void copy_payloads(bool copy) {
   state &s = the_state();
   const guard held(s.lock);
   s.copy = copy;
+}
+
+void expect_untouched_tail(uint32_t bytes) {
+  state &s = the_state();
+  const guard held(s.lock);
+  s.untouched_tail = bytes;
 }
 
 void on_send(send_observer observer) {

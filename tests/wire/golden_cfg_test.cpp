@@ -76,6 +76,7 @@ TYPED_TEST(EmptyBytes, AreSentWithTheEightBytesBehindThem) {
     SCOPED_TRACE(each.image);
     const auto &written = annotated::bytes_of(file, each.image);
     fake_mesh::reset();
+    fake_mesh::expect_untouched_tail(TestFixture::unwritten);
     EXPECT_EQ(TestFixture::op::sendsingle(9, &each.record, 0, 0), 0U);
     const auto sends = fake_mesh::sends();
     ASSERT_EQ(sends.size(), 1U);

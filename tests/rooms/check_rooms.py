@@ -1,0 +1,154 @@
+"""Includes between the rooms of the source tree point one way.
+
+Room: tests. Reads sources only; the table below is the one of docs/architecture.md.
+usage: check_rooms.py TREE          prints every include that it forbids, fails if there is one
+       check_rooms.py --self-test   plants forbidden includes in a tree of its own and finds them
+"""
+
+import os
+import re
+import sys
+import tempfile
+
+LIBRARY = ("runtime", "wire", "transport", "modules")
+# Whose sources a room may include, as patterns of paths from the root. The first pattern that
+# matches a file says which room it is in. {m} is the module's own name.
+MAY_INCLUDE = [
+    (r"runtime/", [r"runtime/"]),
+    (r"wire/", [r"wire/", r"runtime/"]),
+    (r"transport/", [r"transport/", r"wire/", r"runtime/"]),
+    # What users compile: plain C, nothing of the library's inside.
+    (r"modules/(?P<m>[^/]+)/(?P=m)\.h", [r"modules/message_api\.h$"]),
+    (r"modules/message_api\.h", []),
+    (r"modules/(?P<m>[^/]+)/", [r"modules/{m}/", r"modules/[^/]+\.h$", r"transport/", r"wire/",
+                                r"runtime/"]),
+    (r"modules/", [r"modules/[^/]+\.h$", r"transport/", r"wire/", r"runtime/"]),
+    (r"host/", [r"host/", r"transport/mesh\.h$", r"runtime/osal\.h$"]),
+    (r"tools/", [r"tools/", r"modules/[^/]+/schema\.h$", r"modules/(?P<x>[^/]+)/(?P=x)\.h$",
+                 r"modules/message_api\.h$", r"wire/(schema|layout)\.h$",
+                 r"transport/message\.h$"]),
+    (r"examples/", [r"examples/", r"host/", r"modules/(?P<x>[^/]+)/(?P=x)\.h$",
+                    r"modules/message_api\.h$"]),
+]
+INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"\n]+)"|<([^>\n]+)>)', re.M)
+
+
+def sources(tree):
+    for room in (*LIBRARY, "host", "tools", "examples"):
+        for folder, _, names in os.walk(os.path.join(tree, room)):
+            for name in sorted(names):
+                if name.endswith((".h", ".c", ".hpp", ".cpp")):
+                    yield os.path.relpath(os.path.join(folder, name), tree)
+
+
+def allowed(file, included):
+    for room, patterns in MAY_INCLUDE:
+        match = re.match(room, file)
+        if match:
+            own = match.groupdict().get("m") or ""
+            return any(re.match(pattern.replace("{m}", re.escape(own)), included)
+                       for pattern in patterns)
+    return False
+
+
+def target_of(tree, file, name, angled):
+    """The path of what is included, from the root; None when it is not of this tree."""
+    beside = os.path.normpath(os.path.join(os.path.dirname(file), name))
+    choices = [os.path.normpath(name)] if angled else [beside, os.path.normpath(name)]
+    for choice in choices:
+        if os.path.isfile(os.path.join(tree, choice)):
+            return choice
+    return None if angled else os.path.normpath(name)
+
+
+def problems(tree):
+    found = []
+    for file in sources(tree):
+        with open(os.path.join(tree, file), encoding="utf-8") as text:
+            content = text.read()
+        for match in INCLUDE.finditer(content):
+            included = target_of(tree, file, match.group(1) or match.group(2),
+                                 match.group(2) is not None)
+            if included is None or allowed(file, included):
+                continue
+            if not os.path.isfile(os.path.join(tree, included)) and "/" not in included:
+                continue  # made by the build, in a folder of its own
+            line = content.count("\n", 0, match.start()) + 1
+            found.append(f"{file}:{line}: may not include {included}")
+    return found
+
+
+# (file, what it includes, whether that is forbidden)
+SAMPLES = [
+    ("runtime/a.cpp", '"runtime/unit.h"', False),
+    ("runtime/a.cpp", '"wire/schema.h"', True),
+    ("runtime/a.cpp", "<wire/schema.h>", True),
+    ("wire/a.h", '"runtime/unit.h"', False),
+    ("wire/a.h", '"schema.h"', False),
+    ("wire/a.h", '"transport/mesh.h"', True),
+    ("wire/a.h", '"../transport/mesh.h"', True),
+    ("wire/a.h", '"tests/support/fake.h"', True),
+    ("transport/a.cpp", '"wire/schema.h"', False),
+    ("transport/a.cpp", '"modules/message_api.h"', True),
+    ("transport/a.cpp", '"modules/one/one.h"', True),
+    ("modules/one/one.cpp", '"modules/one/schema.h"', False),
+    ("modules/one/one.cpp", '"modules/message_api.h"', False),
+    ("modules/one/one.cpp", '"modules/two/two.h"', True),
+    ("modules/one/one.cpp", '"host/mesh_host.h"', True),
+    ("modules/one/one.cpp", '"tools/descriptors.h"', True),
+    ("modules/one/one.cpp", '"fuzz/seeds.h"', True),
+    ("modules/one/one.h", '"modules/message_api.h"', False),
+    ("modules/one/one.h", '"wire/schema.h"', True),
+    ("host/a.cpp", '"transport/mesh.h"', False),
+    ("host/a.cpp", '"runtime/osal.h"', False),
+    ("host/a.cpp", '"runtime/unit.h"', True),
+    ("host/a.cpp", '"wire/schema.h"', True),
+    ("tools/a.cpp", '"modules/one/schema.h"', False),
+    ("tools/a.cpp", '"runtime/unit.h"', True),
+    ("tools/a.cpp", '"host/mesh_host.h"', True),
+    ("examples/a.cpp", '"modules/one/one.h"', False),
+    ("examples/a.cpp", '"host/mesh_host.h"', False),
+    ("examples/a.cpp", '"modules/one/schema.h"', True),
+    ("examples/a.cpp", '"wire/schema.h"', True),
+    ("examples/a.cpp", "<vector>", False),
+]
+THERE = ["runtime/unit.h", "runtime/osal.h", "wire/schema.h", "transport/mesh.h",
+         "modules/message_api.h", "modules/one/one.h", "modules/one/schema.h",
+         "modules/two/two.h", "host/mesh_host.h", "tools/descriptors.h", "tests/support/fake.h",
+         "fuzz/seeds.h"]
+
+
+def self_test():
+    wrong = []
+    for file, included, forbidden in SAMPLES:
+        with tempfile.TemporaryDirectory() as tree:
+            for name in dict.fromkeys([*THERE, file]):
+                os.makedirs(os.path.join(tree, os.path.dirname(name)), exist_ok=True)
+                with open(os.path.join(tree, name), "w", encoding="utf-8") as text:
+                    text.write(f"#include {included}\n" if name == file else "\n")
+            if bool(problems(tree)) != forbidden:
+                wrong.append(f"{file} with {included}: {'not ' if forbidden else ''}objected to")
+    return wrong
+
+
+def main():
+    if len(sys.argv) != 2 or sys.argv[1] in ("-h", "--help"):
+        print(__doc__)
+        return 0 if sys.argv[1:] in (["-h"], ["--help"]) else 2
+    if sys.argv[1] == "--self-test":
+        found = self_test()
+    else:
+        tree = sys.argv[1]
+        if not any(True for _ in sources(tree)):
+            sys.exit(f"check_rooms: no sources below {tree}")
+        for room in LIBRARY:
+            if not os.path.isdir(os.path.join(tree, room)):
+                sys.exit(f"check_rooms: {tree} has no room {room}/")
+        found = problems(tree)
+    for problem in found:
+        print(problem)
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
