@@ -34,6 +34,11 @@ else()
   set(branch_protection -mbranch-protection=standard)
 endif()
 
+if(NOT MESH_FIB6_SHUFFLES)
+  # Everywhere: tests and tools instantiate the codec too.
+  add_compile_definitions(MESH_FIB6_PLAIN_CODEC)
+endif()
+
 # Inside the library: no exceptions, no RTTI, nothing exported by accident, hardened.
 add_library(mesh_fib6_inside INTERFACE)
 target_compile_options(mesh_fib6_inside INTERFACE

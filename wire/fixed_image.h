@@ -237,12 +237,13 @@ template <class Record>
     return false;
   lanes difference{};
   [&]<size_t... Index>(std::index_sequence<Index...>) __attribute__((always_inline)) {
-    const auto compare = [&](size_t at) __attribute__((always_inline)) {
-      const size_t from = at + lane_count <= end ? at : end - lane_count;
+    const auto compare = [&]<size_t At>(std::integral_constant<size_t, At>)
+        __attribute__((always_inline)) {
+      constexpr size_t from = At + lane_count <= end ? At : end - lane_count;
       difference |= (load_lanes(bytes + from) ^ load_lanes(native_image<Record>.bytes + from)) &
                     load_lanes(structure_mask<Record>.bytes + from);
     };
-    (compare(Index * lane_count), ...);
+    (compare(std::integral_constant<size_t, Index * lane_count>{}), ...);
   }
   (std::make_index_sequence<(end + lane_count - 1) / lane_count>{});
   if (any_set(difference))

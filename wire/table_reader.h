@@ -144,16 +144,16 @@ public:
       reach = start_[index] > reach ? start_[index] : reach;
     });
     reach += lane_count;
-    bool has_arrays = true;
+    uint32_t missing = 0;
     for_each_field<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
       if constexpr (Field::is_fixed_array) {
         const uint32_t entry = native_order::load<uint16_t>(vtable + 4 + 2 * Field::slot);
         array_[Field::slot] = entry;
-        has_arrays = has_arrays && entry != 0;
+        missing |= static_cast<uint32_t>(entry == 0);
         reach = entry + uoffset_size > reach ? entry + uoffset_size : reach;
       }
     });
-    if (!has_arrays || any_set(astray) || !in_.holds(table.at, reach))
+    if (missing != 0 || any_set(astray) || !in_.holds(table.at, reach))
       return false;
     for (uint32_t i = 0; i < pieces; i++)
       learnt_[i] = piece_of(vtable, i);
