@@ -30,7 +30,7 @@
   }                                                                                                \
   uint32_t M##__sendsingle(uint32_t destination, const M *record, uint32_t, uint64_t target) {     \
     using namespace mesh_fib6::transport;                                                          \
-    return send_single(exported<M>::message, destination, record, target);                         \
+    return send_single<M, exported<M>::message>(destination, record, target);                      \
   }                                                                                                \
   uint32_t M##__sendbatch(uint32_t destination, const M *records, uint32_t count,                  \
                           uint64_t target) {                                                       \
@@ -39,11 +39,11 @@
   }                                                                                                \
   uint32_t M##__sendmsg(uint32_t destination, const M *records, uint32_t count) {                  \
     using namespace mesh_fib6::transport;                                                          \
-    return send_counted(exported<M>::message, destination, records, count, 0);                     \
+    return send_counted<M, exported<M>::message>(destination, records, count, 0);                  \
   }                                                                                                \
   uint32_t M##__sendtomsg(uint32_t destination, const M *records, uint32_t count,                  \
                           uint64_t target) {                                                       \
     using namespace mesh_fib6::transport;                                                          \
-    return send_counted(exported<M>::message, destination, records, count, target);                \
+    return send_counted<M, exported<M>::message>(destination, records, count, target);             \
   }                                                                                                \
   static_assert(true)

@@ -3,8 +3,6 @@
 // Room: transport. May include wire/ and runtime/; knows no particular message.
 #include "transport/send.h"
 
-#include "transport/mesh.h"
-
 namespace mesh_fib6::transport {
 namespace {
 
@@ -34,13 +32,6 @@ private:
   uint8_t *bytes_;
 };
 
-uint32_t hand_over(uint32_t destination, const msg_desc *messages, uint32_t count,
-                   uint64_t target) {
-  const uint64_t result = target != 0 ? MESH_SendToMsg(destination, messages, count, target)
-                                      : MESH_SendMsg(destination, messages, count);
-  return static_cast<uint32_t>(result);
-}
-
 // The i-th record of a caller's array, whose type only the message knows.
 const void *record_at(const void *records, uint32_t record_size, uint32_t i) {
   return records == nullptr ? nullptr
@@ -54,8 +45,8 @@ void store_descriptor(uint8_t *descriptors, uint32_t i, const msg_desc &descript
 
 } // namespace
 
-uint32_t send_single(const tree_message &message, uint32_t destination, const void *record,
-                     uint64_t target) {
+uint32_t send_block_of_one(const tree_message &message, uint32_t destination, const void *record,
+                           uint64_t target) {
   const uint32_t size = message.size(record);
   if (size == 0)
     return send_failed;
@@ -90,14 +81,6 @@ uint32_t send_batch(const tree_message &message, uint32_t destination, const voi
     used += size;
   }
   return hand_over(destination, reinterpret_cast<const msg_desc *>(descriptors), count, target);
-}
-
-uint32_t send_single(const flat_message &message, uint32_t destination, const void *record,
-                     uint64_t target) {
-  uint8_t area[single_area_size];
-  message.write(message.unit, area, record);
-  const msg_desc descriptor{area, message.id, message.image_size};
-  return hand_over(destination, &descriptor, 1, target);
 }
 
 uint32_t send_batch(const flat_message &message, uint32_t destination, const void *records,

@@ -6,9 +6,11 @@
 //
 // Tree records (with pointers) travel in the compact arrangement, each as long as its contents;
 // flat records as a fixed image of constant length. The operations are compiled once for all
-// messages: what differs between messages is in a constant per message.
+// messages: what differs between messages is in a constant per message. Only the single send of a
+// flat record, which is little more than a copy of its image, is compiled per message.
 #pragma once
 
+#include "transport/mesh.h"
 #include "transport/message.h"
 #include "wire/compact_writer.h"
 #include "wire/fixed_image.h"
@@ -66,26 +68,46 @@ constexpr auto describe(runtime::unit &unit, uint32_t id) {
   }
 }
 
-// The operations; `records` points to the message's own records. Contracts: M__sendsingle and
-// M__sendbatch in modules/message_api.h.
-uint32_t send_single(const tree_message &message, uint32_t destination, const void *record,
-                     uint64_t target);
-uint32_t send_single(const flat_message &message, uint32_t destination, const void *record,
-                     uint64_t target);
+// Hands messages to the mesh, with a target unless it is 0; the low 32 bits of its answer.
+inline uint32_t hand_over(uint32_t destination, const msg_desc *messages, uint32_t count,
+                          uint64_t target) {
+  const uint64_t result = target != 0 ? MESH_SendToMsg(destination, messages, count, target)
+                                      : MESH_SendMsg(destination, messages, count);
+  return static_cast<uint32_t>(result);
+}
+
+// The operations; `record` and `records` point to the message's own records. Contracts:
+// M__sendsingle and M__sendbatch in modules/message_api.h.
+uint32_t send_block_of_one(const tree_message &message, uint32_t destination, const void *record,
+                           uint64_t target);
 uint32_t send_batch(const tree_message &message, uint32_t destination, const void *records,
                     uint32_t count, uint64_t target);
 uint32_t send_batch(const flat_message &message, uint32_t destination, const void *records,
                     uint32_t count, uint64_t target);
 
+// One record; Message is exported<Record>::message.
+template <class Record, const auto &Message>
+[[gnu::noinline]] uint32_t send_single(uint32_t destination, const Record *record,
+                                       uint64_t target) {
+  if constexpr (wire::is_tree<Record>()) {
+    return send_block_of_one(Message, destination, record, target);
+  } else {
+    uint8_t area[single_area_size];
+    wire::write_image<Record>(Message.unit, area, record);
+    const msg_desc descriptor{area, Message.id, Message.image_size};
+    return hand_over(destination, &descriptor, 1, target);
+  }
+}
+
 // None, one or many, without or with a target.
-template <class Message>
-uint32_t send_counted(const Message &message, uint32_t destination, const void *records,
-                      uint32_t count, uint64_t target) {
+template <class Record, const auto &Message>
+uint32_t send_counted(uint32_t destination, const Record *records, uint32_t count,
+                      uint64_t target) {
   if (count == 0)
     return send_failed;
   if (count == 1)
-    return send_single(message, destination, records, target);
-  return send_batch(message, destination, records, count, target);
+    return send_single<Record, Message>(destination, records, target);
+  return send_batch(Message, destination, records, count, target);
 }
 
 } // namespace mesh_fib6::transport
