@@ -85,18 +85,22 @@ uint32_t send_batch(const tree_message &message, uint32_t destination, const voi
 uint32_t send_batch(const flat_message &message, uint32_t destination, const void *records,
                     uint32_t count, uint64_t target);
 
-// One record; Message is exported<Record>::message.
+// The image of one flat record, from the stack. Message is exported<Record>::message.
 template <class Record, const auto &Message>
-[[gnu::noinline]] uint32_t send_single(uint32_t destination, const Record *record,
-                                       uint64_t target) {
-  if constexpr (wire::is_tree<Record>()) {
+[[gnu::noinline]] uint32_t send_image(uint32_t destination, const Record *record, uint64_t target) {
+  uint8_t area[single_area_size];
+  wire::write_image<Record>(Message.unit, area, record);
+  const msg_desc descriptor{area, Message.id, Message.image_size};
+  return hand_over(destination, &descriptor, 1, target);
+}
+
+// One record.
+template <class Record, const auto &Message>
+uint32_t send_single(uint32_t destination, const Record *record, uint64_t target) {
+  if constexpr (wire::is_tree<Record>())
     return send_block_of_one(Message, destination, record, target);
-  } else {
-    uint8_t area[single_area_size];
-    wire::write_image<Record>(Message.unit, area, record);
-    const msg_desc descriptor{area, Message.id, Message.image_size};
-    return hand_over(destination, &descriptor, 1, target);
-  }
+  else
+    return send_image<Record, Message>(destination, record, target);
 }
 
 // None, one or many, without or with a target.

@@ -139,12 +139,12 @@ def check_stack_protector(nm, readelf, library, objects):
                                 flags=re.M)[1:]:
             title = section.split("'")[1]
             # Holds the largest array of the library, the image of a flat message.
-            if "send_single" in title and "flat_message" in title and ".text" in title:
+            if "send_image" in title and ".text" in title:
                 sending.add(title)
                 if "__stack_chk_fail" in section:
                     guarded.add(title)
     if not sending:
-        problems.append("has no send_single for flat messages, whose stack is to be guarded")
+        problems.append("has no send_image, whose stack is to be guarded")
     problems += [f"{title} holds an array and no stack guard" for title in sending - guarded]
     return problems
 
