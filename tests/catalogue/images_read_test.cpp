@@ -151,7 +151,7 @@ struct embedded_scene {
   const sub_table &sub;
   const bytes &sound;
   uint32_t byte_swap;
-  uint32_t word, at, vtable, slots;
+  uint32_t root, word, at, vtable;
   const owned_record &expected; // when the decode ends there
 
   // With the word at a position replaced.
@@ -190,8 +190,8 @@ void each_embedded(Check check) {
         const uint32_t at = image::target_of(sound, word);
         for (const uint32_t byte_swap : byte_orders) {
           const bytes image = byte_swap == 0 ? layout : reversed(message, layout, byte_swap == 1);
-          check(embedded_scene{message, sub, image, byte_swap, word, at,
-                               image::vtable_of(sound, at), image::slots_of(sound, at), expected});
+          check(embedded_scene{message, sub, image, byte_swap, image::root_of(sound), word, at,
+                               image::vtable_of(sound, at), expected});
         }
       }
     }
@@ -200,7 +200,7 @@ void each_embedded(Check check) {
 
 TEST_F(EveryMessage, WithAnEmbeddedTableThatWrapsIsRefusedSilentlyInEveryByteOrder) {
   each_embedded([](const embedded_scene &scene) {
-    for (const uint32_t target : {0U, 4U, scene.word - 1})
+    for (const uint32_t target : {0U, 4U, scene.root, scene.word - 1})
       scene.expect(scene.with_word(scene.word, target - scene.word), "", "");
   });
 }

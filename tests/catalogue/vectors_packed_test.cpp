@@ -61,11 +61,14 @@ struct window {
   }
 };
 
+// Those that begin at every `step`th scalar, and the last.
 template <class Check>
-void each_window(const table_descriptor &table, Check check) {
+void each_window(const table_descriptor &table, size_t step, Check check) {
   const auto scalars = scalars_of(table);
   const size_t count = std::min<size_t>(scalars.size(), 6);
-  for (size_t first = 0; first + count <= scalars.size(); first++)
+  for (size_t first = 0; first + count <= scalars.size(); first++) {
+    if (first % step != 0 && first + count != scalars.size())
+      continue;
     for (const bool others_absent : {false, true}) {
       SCOPED_TRACE("scalars from " + std::to_string(first) +
                    ", others absent: " + std::to_string(others_absent));
@@ -73,6 +76,7 @@ void each_window(const table_descriptor &table, Check check) {
       if (count == scalars.size())
         break; // there are no others
     }
+  }
 }
 
 // A record whose element i lacks what choice(i) says.
@@ -93,10 +97,10 @@ TEST_F(EveryVector, IsOneOfSeventeenElementTypes) {
 
 TEST_F(EveryVector, IsPackedAndReadWhicheverScalarsItsElementsLackEachChoiceTwiceInARow) {
   each_vector([](const vector_of_tables &vector) {
-    each_window(vector.element, [&](const window &window) {
+    each_window(vector.element, 1, [&](const window &window) {
       const owned_record record =
           chosen(vector, window, 2 * window.choices(), [](uint32_t i) { return i / 2; });
-      for (const uint32_t byte_swap : byte_orders) {
+      for (const uint32_t byte_swap : {0U, 1U}) {
         const bytes expected = expected_bytes(vector.message, record.get(), byte_swap);
         expect_packed(vector.message, record.get(), expected, byte_swap);
         decoding decoded(vector.message, expected, byte_swap);
@@ -108,7 +112,7 @@ TEST_F(EveryVector, IsPackedAndReadWhicheverScalarsItsElementsLackEachChoiceTwic
 
 TEST_F(EveryVector, OfOneElementIsPackedWithoutAByteBehindItWhicheverScalarsItLacks) {
   each_vector([](const vector_of_tables &vector) {
-    each_window(vector.element, [&](const window &window) {
+    each_window(vector.element, 2, [&](const window &window) {
       for (uint32_t choice = 0; choice < window.choices(); choice++) {
         const owned_record record = chosen(vector, window, 1, [&](uint32_t) { return choice; });
         expect_packed(vector.message, record.get(),
@@ -130,7 +134,7 @@ TEST_F(EveryVector, IsPackedAndReadWhetherItsElementsLackTheSameOrOthersOrTheSam
     }
   };
   each_vector([&](const vector_of_tables &vector) {
-    each_window(vector.element, [&](const window &window) {
+    each_window(vector.element, 6, [&](const window &window) {
       for (const uint32_t count : {1U, 2U, 3U, 40U})
         for (const uint32_t seed : {0U, 21U, 63U}) {
           SCOPED_TRACE(std::to_string(count) + " elements from choice " + std::to_string(seed));
@@ -148,7 +152,7 @@ TEST_F(EveryVector, OfManyElementsTakesTheSumOfTheirSizesWhateverTheyLack) {
   each_vector([](const vector_of_tables &vector) {
     const auto scalars = scalars_of(vector.element);
     for (const bool empty : {true, false})
-      for (const uint32_t count : {31U, 32U, 63U, 64U, 85U, 86U, 127U, 128U, 255U, 256U, 600U}) {
+      for (const uint32_t count : {43U, 52U, 64U, 86U, 128U, 256U}) {
         const window all{scalars, 0, 0, empty};
         const owned_record one = chosen(vector, all, 1, [](uint32_t) { return 0; });
         const owned_record two = chosen(vector, all, 2, [](uint32_t) { return 0; });
@@ -186,7 +190,7 @@ TEST_F(EveryMessage, IsPackedAndReadWhicheverScalarsItsRootOrAnEmbeddedRecordLac
       SCOPED_TRACE(table.name);
       const auto *const begin = static_cast<const uint8_t *>(at);
       const bytes before(begin, begin + table.record_size);
-      each_window(table, [&](const window &window) {
+      each_window(table, 3, [&](const window &window) {
         for (uint32_t choice = 0; choice < window.choices(); choice++) {
           std::memcpy(at, before.data(), before.size());
           window.choose(choice, at);

@@ -75,8 +75,8 @@ owned_record without_absent(const vector_of_tables &vector, uint32_t count, Arra
 
 template <class Arrange>
 void expect_read(const vector_of_tables &vector, vtables where, Arrange arrange) {
-  for (const uint32_t count : {1U, 2U, 3U, 10U})
-    for (const uint32_t byte_swap : byte_orders) {
+  for (const uint32_t count : {1U, 3U, 8U})
+    for (const uint32_t byte_swap : {0U, 1U}) {
       SCOPED_TRACE(std::to_string(count) + " elements, byte order " + std::to_string(byte_swap));
       const owned_record full = record_of(vector, count);
       const laid_out message = lay_out(vector, full, byte_swap, where, arrange);
@@ -101,7 +101,7 @@ TEST_F(EveryVector, IsReadWhereverItsVtablesAndScalarsLie) {
     for (const vtables where : all_vtables)
       for (const sequence order :
            {sequence::scalars_first, sequence::backwards, sequence::scalars_last})
-        for (const uint32_t gap : {0U, 1U, 17U})
+        for (const uint32_t gap : {0U, 17U})
           expect_read(vector, where,
                       [&](uint32_t) { return arrangement{.order = order, .gap = gap}; });
   });
@@ -111,7 +111,7 @@ TEST_F(EveryVector, IsReadWhereverItsVtablesAndScalarsLie) {
 TEST_F(EveryVector, IsReadHoweverFarApartItsScalarsLie) {
   each_vector([](const vector_of_tables &vector) {
     for (const sequence order : {sequence::scalars_first, sequence::backwards})
-      for (uint32_t gap = 0; gap < 20; gap++) {
+      for (uint32_t gap = 0; gap < 15; gap++) {
         SCOPED_TRACE(std::to_string(gap) + " bytes apart");
         const owned_record record = record_of(vector, 3);
         const laid_out message = lay_out(vector, record, 0, vtables::one_before_all, [&](uint32_t) {
@@ -127,7 +127,7 @@ TEST_F(EveryVector, IsReadHoweverNearTheEndOfTheBufferItsLastTableAndItsVtableLi
   each_vector([](const vector_of_tables &vector) {
     for (const vtables where : all_vtables)
       for (const sequence order : {sequence::scalars_first, sequence::scalars_last})
-        for (uint32_t behind = 0; behind < 20; behind++) {
+        for (uint32_t behind = 0; behind < 17; behind++) {
           SCOPED_TRACE(std::to_string(behind) + " bytes behind");
           const owned_record record = record_of(vector, 3);
           laid_out message = lay_out(vector, record, 0, where,
@@ -268,7 +268,8 @@ TEST_F(EveryVector, WithAnElementWhoseOffsetWrapsIsRefusedSilently) {
   each_message_to_spoil([](const vector_of_tables &vector, const laid_out &laid, uint32_t byte_swap,
                            vtables, uint32_t k) {
     const uint32_t word = laid.sound.word(k);
-    for (const uint32_t target : {0U, 4U, word - 1}) {
+    const uint32_t root = laid.sound.wire.u32_at(0); // a sound table
+    for (const uint32_t target : {0U, 4U, root, word - 1}) {
       wire_builder wire = laid.sound.wire;
       decoding decoded(vector.message, wire.refer(word, target).bytes(), byte_swap);
       expect_refused(vector, decoded, 6);
@@ -303,6 +304,27 @@ TEST_F(EveryVector, WithAnElementWhoseVtableIsOutOfRangeIsRefusedWithTheVtablesL
                      "[VARKO]:Vtable offset(" + number(at) + ") is out of range(4 - " +
                          number(size - 4) + ")");
     }
+  });
+}
+
+// A vtable of 126 slots at 3 would begin with the last byte of the root offset, a zero.
+TEST_F(EveryVector, WithAVtableInsideTheRootOffsetIsRefusedThoughItIsLikeTheOneBefore) {
+  each_vector([](const vector_of_tables &vector) {
+    const arrangement newer{.slots = 126};
+    const owned_record record = record_of(vector, 2);
+    vector_wire wire(vector, 0);
+    wire.wire.fill(255 - wire.wire.here() + 4);
+    wire.root(2);
+    const uint32_t vtable = wire.vtable(newer);
+    for (uint32_t i = 0; i < 256; i++) // the size's low byte is the zero at 3 already
+      wire.wire.set_u8(3 + i, wire.wire.bytes()[vtable + i]);
+    wire.table(newer, 0, vector.field.element(record.get(), 0), vtable);
+    const uint32_t at = wire.table(newer, 1, vector.field.element(record.get(), 1), 3);
+    ASSERT_EQ(wire.wire.u32_at(0) >> 24, 0U);
+    decoding decoded(vector.message, wire.wire.bytes());
+    expect_refused(vector, decoded, 2, log_format::vtable,
+                   "[VARKO]:Vtable offset(" + number(at) + ") is out of range(4 - " +
+                       number(wire.wire.here() - 4) + ")");
   });
 }
 
@@ -355,6 +377,10 @@ TEST_F(EveryVector, WithAnArrayOfAnElementThatWrapsOrIsOfAnotherLengthIsRefusedS
       };
       for (const uint32_t target : {0U, word - 1, size - 3, size, 0x7FFFFFFFU})
         refused(wire_builder(sound).refer(word, target));
+      if (k > 0) { // a sound array, but before the word
+        const uint32_t first = laid.table[0] + piece.at;
+        refused(wire_builder(sound).refer(word, first + sound.u32_at(first)));
+      }
       const uint32_t length = piece.field->length, body = word + sound.u32_at(word);
       for (const uint32_t other : {0U, length - 1, length + 1, 0x40000000 + length, 0x80000000U})
         refused(wire_builder(sound).set_u32(body, other));
@@ -384,6 +410,25 @@ TEST_F(EveryVector, WhoseLastElementIsCutOffAnywhereIsRefusedSilently) {
           expect_refused(vector, decoded, 3);
         }
       }
+  });
+}
+
+// A newer peer's: what is cut off is behind the slots that are looked at.
+TEST_F(EveryVector, WhoseLastLongVtableIsCutOffIsRefusedWithItsLength) {
+  each_vector([](const vector_of_tables &vector) {
+    const auto slots = static_cast<uint32_t>(vector.element.fields.size()) + 3;
+    for (const uint32_t byte_swap : {0U, 1U}) {
+      const owned_record record = record_of(vector, 3);
+      const laid_out laid = lay_out(vector, record, byte_swap, vtables::behind_each,
+                                    [&](uint32_t) { return arrangement{.slots = slots}; });
+      for (uint32_t missing = 1; missing <= 6; missing++) {
+        wire_builder wire = laid.sound.wire;
+        decoding decoded(vector.message, wire.resize(wire.here() - missing).bytes(), byte_swap);
+        expect_refused(vector, decoded, 3, log_format::vtable_length,
+                       "[VARKO]:Vtable Len(" + number(4 + 2 * slots) + ") is out of range(0 - " +
+                           number(4 + 2 * slots - missing) + ")");
+      }
+    }
   });
 }
 

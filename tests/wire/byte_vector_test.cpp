@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -243,6 +244,31 @@ TEST_F(EmbeddedByteVector, WhoseAllocationFailsIsLoggedUnderItsRecordsName) {
   EXPECT_TRUE(fake_osal::calls_of(call_kind::free).empty());
   expect_one_line(fake_osal::log_lines(), "test_note_unpack_non_root", log_format::allocation,
                   "[VARKO]:Malloc unpack data unsuccess, size(3)", 12);
+}
+
+// The offset word at 16 leads to the table at 38, 57 bytes in all.
+TEST_F(EmbeddedByteVector, WhoseTableIsNotThereIsNotAskedFor) {
+  runtime::bind_cache(unit);
+  const bytes sound = packed(letter_);
+  ASSERT_EQ(sound.size(), 57U);
+  ASSERT_EQ(sound[16], 22U);
+  for (const bool wraps : {true, false}) {
+    fake_osal::reset();
+    bytes wire = sound;
+    if (wraps)
+      std::fill_n(wire.begin() + 16, 4, 0xFF);
+    else
+      wire[16] = 54 - 16; // three bytes from the end
+    const auto letter = decoded<test_letter>(wire);
+    EXPECT_EQ(letter.f0.f1, nullptr);
+    EXPECT_EQ(letter.f1_count, 0U);
+    EXPECT_TRUE(fake_osal::calls().empty());
+    if (wraps)
+      EXPECT_TRUE(fake_osal::log_lines().empty());
+    else
+      expect_one_line(fake_osal::log_lines(), "test_note_unpack_non_root", log_format::table,
+                      "[VARKO]:Table offset(54) is out of range(4 - 57)");
+  }
 }
 
 } // namespace
