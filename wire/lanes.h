@@ -92,8 +92,8 @@ template <class Lanes>
 
 #ifdef MESH_FIB6_LANES
 
-// Lane i of the result is lane control[i] of the values, or zero where control has no_lane. Other
-// bits of a control lane are clear.
+// Lane i of the result is lane control[i] of the values, or zero where control[i] has no_lane, with
+// or without other bits below 16.
 [[gnu::always_inline]] inline lanes shuffled(lanes values, lanes control) {
 #ifdef __SSE4_1__
   return reinterpret_cast<lanes>(
