@@ -3,6 +3,7 @@
 // named.
 //
 // Room: tests.
+#include "tests/support/guarded_buffer.h"
 #include "tests/support/wire_builder.h"
 #include "tests/wire/decoding.h"
 #include "tests/wire/log_expectation.h"
@@ -347,7 +348,8 @@ TYPED_TEST(Decoder, BindsTheUnitWhereItsFormSays) {
   TypeParam record;
   const auto bound_after = [&](const wire_builder &wire) {
     unit.runtime.cache_bound = 0;
-    TestFixture::op::unpack(wire.bytes().data(), wire.here(), &record);
+    const guarded_buffer buffer(wire.bytes());
+    TestFixture::op::unpack(buffer.data(), buffer.size(), &record);
     return unit.runtime.cache_bound == 1;
   };
   EXPECT_FALSE(bound_after(header(4, 3))) << "refused parameters bind nothing";

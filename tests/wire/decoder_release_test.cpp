@@ -3,6 +3,7 @@
 //
 // Room: tests.
 #include "tests/support/annotated.h"
+#include "tests/support/guarded_buffer.h"
 #include "tests/support/wire_builder.h"
 #include "tests/wire/decoding.h"
 #include "tests/wire/log_expectation.h"
@@ -44,12 +45,11 @@ class Release : public testing::Test {};
 TYPED_TEST_SUITE(Release, tree_messages, message_names);
 
 TYPED_TEST(Release, GivesEachArrayBackOnceInMemberOrderAndKeepsTheCounts) {
-  const auto wire = full_image<TypeParam>();
-  const auto length = static_cast<uint32_t>(wire.size());
+  const guarded_buffer wire(full_image<TypeParam>());
   bind_units<TypeParam>();
   const size_t live = fake_osal::live_blocks();
   TypeParam record{};
-  operations<TypeParam>::unpack(wire.data(), length, &record);
+  operations<TypeParam>::unpack(wire.data(), wire.size(), &record);
   TypeParam before;
   std::memcpy(&before, &record, sizeof before);
   const texts expected = sizes_of(record, "free");

@@ -253,11 +253,12 @@ TEST(Presence, AVectorOfNoElementsIsLeftOutWhateverItsPointer) {
                               .f13 = 0};
   for (feiBrokerFib6_ipv6Fwd *array : {static_cast<feiBrokerFib6_ipv6Fwd *>(nullptr), &entry}) {
     const feiBrokerFib6_ipv6FwdUpdateMsg record{.f0 = 0, .f1_count = 0, .f1 = array};
-    std::vector<uint8_t> buffer(16, canary);
+    guarded_buffer buffer(std::vector<uint8_t>(16, canary));
     uint32_t length = 16;
     ASSERT_EQ(feiBrokerFib6_ipv6FwdUpdateMsg__pack(&record, buffer.data(), &length), 0U);
     EXPECT_EQ(length, 16U);
-    EXPECT_EQ(buffer, (std::vector<uint8_t>{12, 0, 0, 0, 8, 0, 4, 0, 0, 0, 0, 0, 8, 0, 0, 0}));
+    EXPECT_EQ(buffer.bytes(),
+              (std::vector<uint8_t>{12, 0, 0, 0, 8, 0, 4, 0, 0, 0, 0, 0, 8, 0, 0, 0}));
   }
 }
 
@@ -338,11 +339,11 @@ TYPED_TEST(Pack, AllocatesNothingAndLogsNothingWhenItSucceeds) {
 
 TYPED_TEST(Pack, OverwritesWhateverTheBufferHeld) {
   const uint32_t size = size_of(this->full());
-  std::vector<uint8_t> clean(size, 0x00), dirty(size, 0xFF);
+  guarded_buffer clean(std::vector<uint8_t>(size, 0x00)), dirty(std::vector<uint8_t>(size, 0xFF));
   uint32_t clean_length = size, dirty_length = size;
   EXPECT_EQ(TestFixture::op::pack(&this->full(), clean.data(), &clean_length), 0U);
   EXPECT_EQ(TestFixture::op::pack(&this->full(), dirty.data(), &dirty_length), 0U);
-  EXPECT_EQ(clean, dirty);
+  EXPECT_EQ(clean.bytes(), dirty.bytes());
 }
 
 TYPED_TEST(Pack, LeavesTheRecordAsItIs) {
@@ -369,11 +370,13 @@ TYPED_TEST(Pack, BindsTheSendUnitsCacheSideWhichClearsTheByteOrder) {
 
 TYPED_TEST(Pack, SwappedKeepsTheSizeAndChangesTheBytes) {
   const uint32_t size = size_of(this->full());
-  std::vector<uint8_t> plain(size), swapped(size);
+  guarded_buffer plain_buffer(size), swapped_buffer(size);
   uint32_t length = size;
-  EXPECT_EQ(TestFixture::op::pack(&this->full(), plain.data(), &length), 0U);
+  EXPECT_EQ(TestFixture::op::pack(&this->full(), plain_buffer.data(), &length), 0U);
   const swapped_unit unit(TestFixture::op::send_unit(), 1);
-  EXPECT_EQ(TestFixture::op::pack(&this->full(), swapped.data(), &length), 0U);
+  EXPECT_EQ(TestFixture::op::pack(&this->full(), swapped_buffer.data(), &length), 0U);
+  const std::vector<uint8_t> plain = plain_buffer.bytes();
+  std::vector<uint8_t> swapped = swapped_buffer.bytes();
   EXPECT_EQ(length, size);
   EXPECT_NE(plain, swapped);
   std::reverse(swapped.begin(), swapped.begin() + 4);

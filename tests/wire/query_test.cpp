@@ -5,6 +5,7 @@
 // Room: tests.
 #include "tests/support/annotated.h"
 #include "tests/support/fake_mesh.h"
+#include "tests/support/guarded_buffer.h"
 #include "tests/support/wire_builder.h"
 #include "tests/wire/decoding.h"
 #include "tests/wire/golden_records_cfg.h"
@@ -622,11 +623,11 @@ TYPED_TEST(Query, AsksForItsBytesUnderTheSharedRecordsNameAndForItemsUnderItsOwn
 }
 
 TYPED_TEST(Query, GivesItsBytesBackBeforeItsItemsOnceAndKeepsTheCounts) {
-  const bytes wire = this->sound().bytes();
+  const guarded_buffer wire(this->sound().bytes());
   bind_units<TypeParam>();
   const size_t live = fake_osal::live_blocks(), wrong = fake_osal::wrong_frees();
   TypeParam record{};
-  TestFixture::op::unpack(wire.data(), static_cast<uint32_t>(wire.size()), &record);
+  TestFixture::op::unpack(wire.data(), wire.size(), &record);
   EXPECT_EQ(fake_osal::live_blocks(), live + this->all_blocks());
 
   fake_osal::reset();
