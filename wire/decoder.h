@@ -271,6 +271,7 @@ private:
            read_fields(table, record, function);
   }
 
+#ifdef MESH_FIB6_LANES
   // The same, learning from each element how to read the next.
   template <class Record>
   [[gnu::noinline]] static bool read_known_elements(runtime::unit &unit, const received in,
@@ -302,6 +303,7 @@ private:
   static auto field_by_field(runtime::unit &unit, const received &in) {
     return decoder<Order, shared_decode_steps<Order>>(unit, Order{}, in);
   }
+#endif
 
   void *allocate(uint32_t size, const char *decoding) {
     void *const block = unit_.runtime.cache_alloc(size, runtime::cache_module_id, decoding);

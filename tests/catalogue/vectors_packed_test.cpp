@@ -154,9 +154,9 @@ TEST_F(EveryVector, OfManyElementsTakesTheSumOfTheirSizesWhateverTheyLack) {
     for (const bool empty : {true, false})
       for (const uint32_t count : {43U, 52U, 64U, 86U, 128U, 256U}) {
         const window all{scalars, 0, 0, empty};
-        const owned_record one = chosen(vector, all, 1, [](uint32_t) { return 0; });
-        const owned_record two = chosen(vector, all, 2, [](uint32_t) { return 0; });
-        const owned_record many = chosen(vector, all, count, [](uint32_t) { return 0; });
+        const owned_record one = chosen(vector, all, 1, [](uint32_t) { return 0U; });
+        const owned_record two = chosen(vector, all, 2, [](uint32_t) { return 0U; });
+        const owned_record many = chosen(vector, all, count, [](uint32_t) { return 0U; });
         const size_t first = expected_bytes(vector.message, one.get(), 0).size();
         const size_t each = expected_bytes(vector.message, two.get(), 0).size() - first;
         const size_t size = first + (count - 1) * each;
