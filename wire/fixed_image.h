@@ -227,6 +227,21 @@ void write_fixed(runtime::unit &unit, uint8_t *slot, const void *record) {
 template <class Record>
 inline constexpr fixed_image<Record> structure_mask = detail::make_structure_mask<Record>();
 
+// Where sixteen bytes of a message, from At on or the image's last ones, are not its structure.
+template <class Record, size_t At>
+[[gnu::always_inline]] inline lanes difference_at(const uint8_t *bytes) {
+  constexpr size_t end = fixed_image_size<Record>;
+  constexpr size_t from = At + lane_count <= end ? At : end - lane_count;
+  return (load_lanes(bytes + from) ^ load_lanes(native_image<Record>.bytes + from)) &
+         load_lanes(structure_mask<Record>.bytes + from);
+}
+
+template <class Record, size_t... Index>
+[[gnu::always_inline]] inline lanes structure_difference(const uint8_t *bytes,
+                                                         std::index_sequence<Index...>) {
+  return (difference_at<Record, Index * lane_count>(bytes) | ...);
+}
+
 // Reads a message that is the fixed image of a Record, as the send operations of flat messages
 // write it. False, and the record untouched, if it is anything else. Whatever is accepted here
 // would be accepted field by field with the same result: its whole structure is that of the image.
@@ -235,18 +250,8 @@ template <class Record>
   constexpr uint32_t end = fixed_image_size<Record>;
   if (size < end)
     return false;
-  lanes difference{};
-  [&]<size_t... Index>(std::index_sequence<Index...>) __attribute__((always_inline)) {
-    const auto compare = [&]<size_t At>(std::integral_constant<size_t, At>)
-        __attribute__((always_inline)) {
-      constexpr size_t from = At + lane_count <= end ? At : end - lane_count;
-      difference |= (load_lanes(bytes + from) ^ load_lanes(native_image<Record>.bytes + from)) &
-                    load_lanes(structure_mask<Record>.bytes + from);
-    };
-    (compare(std::integral_constant<size_t, Index * lane_count>{}), ...);
-  }
-  (std::make_index_sequence<(end + lane_count - 1) / lane_count>{});
-  if (any_set(difference))
+  constexpr size_t pieces = (end + lane_count - 1) / lane_count;
+  if (any_set(structure_difference<Record>(bytes, std::make_index_sequence<pieces>{})))
     return false;
   if constexpr (fixed_stretches<Record>.bytes() < sizeof(Record))
     memset(&record, 0, sizeof record); // what lies between the values

@@ -55,16 +55,9 @@ struct compact_table {
 
   static_assert(groups.count > 0 && count_fields() < 32, "which scalars are absent fits in a word");
 
-  // How far stores may run past the end of a table, whatever it lacks.
-  static constexpr uint32_t find_overrun() {
-    uint32_t reach = head + lane_count;
-    for (uint32_t i = 0; i < groups.count; i++) {
-      const uint32_t slots = 4 + 2 * groups.group[i].first_slot + lane_count;
-      reach = slots > reach ? slots : reach;
-    }
-    return reach > smallest ? reach - smallest : 0;
-  }
-  static constexpr uint32_t overrun = find_overrun();
+  // How far stores may run past the end of a table, whatever it lacks: those of its scalars go
+  // farthest, and its arrays lie behind them.
+  static constexpr uint32_t overrun = arrays.bytes < lane_count ? lane_count - arrays.bytes : 0;
 
   // So many tables at the end of a vector cannot be sure that others behind them fill the overrun.
   static constexpr uint32_t exposed = (overrun + smallest - 1) / smallest;
@@ -187,7 +180,7 @@ template <class Record>
       uint8_t *const to = is_exposed ? aside : at;
       const auto size = static_cast<uint32_t>(writer.write(to, elements[i]) - to);
       if (is_exposed)
-        memcpy(at, aside, size);
+        memcpy(at, aside, size); // cppcheck-suppress uninitvar // the writer has filled it
       at += size;
     }
   }
