@@ -214,9 +214,9 @@ template <group_shape Shape, bool Exact = false>
   using constants = group_constants<Shape>;
   lanes zero{};
   if constexpr (constants::has_words) {
-    // A word that is zero is zero in its halves and bytes, so narrower scalars need no clearing.
     zero = reinterpret_cast<lanes>(reinterpret_cast<word_lanes>(values) == 0);
-    if constexpr (Exact)
+    // Where a narrower scalar lies, the word around it may hold bytes that nobody has written.
+    if constexpr (Exact || constants::has_halves || constants::has_bytes)
       zero &= constants::word_mask.value();
   }
   if constexpr (constants::has_halves)
