@@ -215,8 +215,8 @@ template <group_shape Shape, bool Exact = false>
   lanes zero{};
   if constexpr (constants::has_words) {
     zero = reinterpret_cast<lanes>(reinterpret_cast<word_lanes>(values) == 0);
-    // Where a narrower scalar lies, the word around it may hold bytes that nobody has written.
-    if constexpr (Exact || constants::has_halves || constants::has_bytes)
+    // A word that is zero is zero in its halves and bytes, so narrower scalars need no clearing.
+    if constexpr (Exact)
       zero &= constants::word_mask.value();
   }
   if constexpr (constants::has_halves)
