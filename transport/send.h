@@ -107,10 +107,10 @@ uint32_t send_single(uint32_t destination, const Record *record, uint64_t target
 template <class Record, const auto &Message>
 uint32_t send_counted(uint32_t destination, const Record *records, uint32_t count,
                       uint64_t target) {
+  if (__builtin_expect(count == 1, true))
+    return send_single<Record, Message>(destination, records, target);
   if (count == 0)
     return send_failed;
-  if (count == 1)
-    return send_single<Record, Message>(destination, records, target);
   return send_batch(Message, destination, records, count, target);
 }
 

@@ -8,12 +8,16 @@
 
 namespace mesh_fib6::wire {
 
+inline constexpr uint32_t least_received = 4;
+
 struct received {
   const uint8_t *bytes;
-  uint32_t size; // at least 4, at most INT32_MAX: checked where the buffer comes in
+  uint32_t size; // at least least_received, at most INT32_MAX: checked where the buffer comes in
 
   // Whether `count` bytes at `at` are inside. Written as a subtraction: it cannot wrap.
   constexpr bool holds(uint32_t at, uint32_t count) const {
+    if (__builtin_constant_p(count <= least_received) && count <= least_received)
+      return at <= size - count;
     return count <= size && at <= size - count;
   }
 };

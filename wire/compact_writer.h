@@ -142,8 +142,8 @@ public:
       : buffer_(buffer), steps_(order, buffer + root_offset_size) {}
 
   template <class Record>
-  uint32_t write_message(const Record &record) {
-    const uint8_t *const root = write_table(record);
+  [[gnu::always_inline]] uint32_t write_message(const Record &record) {
+    const uint8_t *const root = write_inline<0>(record);
     steps_.put_offset(buffer_, root);
     return static_cast<uint32_t>(steps_.cursor() - buffer_);
   }
@@ -159,13 +159,11 @@ private:
   // Vtable and table of one record, then the tables behind it. Returns the table's start.
   template <class Record>
   const uint8_t *write_table(const Record &record) {
-#ifdef MESH_FIB6_LANES
-    if constexpr (Order::is_common && is_written_by_groups<Record>()) {
-      const uint8_t *const start = steps_.cursor() + table<Record>::vtable_size;
-      steps_.move_to(write_single(steps_.cursor(), record));
-      return start;
-    }
-#endif
+    return write_by_steps(record);
+  }
+
+  template <class Record>
+  [[gnu::always_inline]] const uint8_t *write_by_steps(const Record &record) {
     pending<Record> later;
     const table_place place = steps_.begin_table(table<Record>::slots);
     for_each_field<Record>([&](auto field) { write_scalar(field, record, place); });
@@ -175,6 +173,38 @@ private:
     for_each_field<Record>([&](auto field) { write_tables_behind(field, record, later); });
     return place.start;
   }
+
+  // The same, where possible by groups and without a call. At least Behind bytes of the message
+  // will follow.
+  template <uint32_t Behind, class Record>
+  [[gnu::always_inline]] const uint8_t *write_inline(const Record &record) {
+#ifdef MESH_FIB6_LANES
+    if constexpr (Order::is_common && is_written_by_groups<Record, Behind>())
+      return write_by_groups<Behind>(record);
+#endif
+    if constexpr (Order::is_common)
+      return write_by_steps(record);
+    else
+      return write_table(record);
+  }
+
+#ifdef MESH_FIB6_LANES
+  template <uint32_t Behind, class Record>
+  [[gnu::always_inline]] const uint8_t *write_by_groups(const Record &record) {
+    const uint8_t *const start = steps_.cursor() + table<Record>::vtable_size;
+    uint8_t *const end = write_single(steps_.cursor(), record);
+    steps_.move_to(end);
+    uint8_t *word = end - compact_table<Record>::tail;
+    for_each_field<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
+      if constexpr (Field::of == kind::table)
+        steps_.put_offset(
+            word, write_inline<Behind + tables_after<Record>(Field::slot)>(Field::value(record)));
+      if constexpr (!Field::is_scalar)
+        word += uoffset_size;
+    });
+    return start;
+  }
+#endif
 
   template <class Field, class Record>
   void write_scalar(Field, const Record &record, const table_place &place) {
@@ -214,7 +244,7 @@ private:
   template <class Field, class Record>
   void write_tables_behind(Field, const Record &record, const pending<Record> &later) {
     if constexpr (Field::of == kind::table) {
-      steps_.put_offset(later.word[Field::slot], write_table(Field::value(record)));
+      steps_.put_offset(later.word[Field::slot], write_inline<0>(Field::value(record)));
     } else if constexpr (Field::of == kind::table_vector) {
       uint8_t *word = later.word[Field::slot];
       if (word == nullptr)
@@ -223,8 +253,10 @@ private:
       const uint32_t count = Field::count(record);
 #ifdef MESH_FIB6_LANES
       if constexpr (Order::is_common) {
-        steps_.move_to(write_elements(steps_.cursor(), word, elements, count));
-        return;
+        if constexpr (is_written_by_groups<std::remove_cvref_t<decltype(*elements)>, 0>())
+          if (count == 1)
+            return steps_.move_to(write_element(steps_.cursor(), word, *elements));
+        return steps_.move_to(write_elements(steps_.cursor(), word, elements, count));
       }
 #endif
       for (uint32_t i = 0; i < count; i++, word += uoffset_size)
@@ -255,23 +287,36 @@ template <class Record>
   return compact_writer(reversed_order{flag == 1}, buffer).write_message(record);
 }
 
-// The write pass of a message: returns the bytes written, or 0 after a log line. `record` points to
-// a Record.
+template <class Record>
+[[gnu::noinline]] uint32_t write_native(uint8_t *buffer, const Record &record) {
+  return compact_writer(native_order{}, buffer).write_message(record);
+}
+
+// The write pass of a message for which there is room; returns the bytes written.
+template <class Record>
+[[gnu::always_inline]] inline uint32_t write_record(runtime::unit &unit, uint8_t *buffer,
+                                                    const Record &record) {
+  runtime::bind_cache(unit);
+  const uint32_t flag = byte_swap_of(unit);
+  if (__builtin_expect(flag != 0, false))
+    return write_reversed(flag, buffer, record);
+  return write_native(buffer, record);
+}
+
+// The same; 0 after a log line when there is nothing to write or nowhere to write it to. `record`
+// points to a Record.
 template <class Record>
 uint32_t write_compact(runtime::unit &unit, uint8_t *buffer, uint32_t capacity,
                        const void *record) {
   if (!writable(unit, buffer, capacity, record, names<Record>::pack.text))
     return 0;
-  runtime::bind_cache(unit);
-  const uint32_t flag = byte_swap_of(unit);
-  if (__builtin_expect(flag != 0, false))
-    return write_reversed(flag, buffer, *static_cast<const Record *>(record));
-  return compact_writer(native_order{}, buffer).write_message(*static_cast<const Record *>(record));
+  return write_record(unit, buffer, *static_cast<const Record *>(record));
 }
 
-// Encodes *record into a caller's buffer; see M__pack in modules/message_api.h for the contract.
+// Encodes a record that has to be measured to know whether it fits.
 template <class Record>
-uint32_t pack(runtime::unit &unit, const Record *record, uint8_t *buffer, uint32_t *length) {
+[[gnu::noinline]] uint32_t pack_measured(runtime::unit &unit, const Record *record, uint8_t *buffer,
+                                         uint32_t *length) {
   constexpr uint32_t failed = 0xFFFFFFFF;
   const uint32_t size = compact_size<Record>(record);
   if (size == 0 || size > *length)
@@ -281,6 +326,21 @@ uint32_t pack(runtime::unit &unit, const Record *record, uint8_t *buffer, uint32
   write_compact<Record>(unit, buffer, *length, record);
   *length = size;
   return 0;
+}
+
+// Encodes *record into a caller's buffer; see M__pack in modules/message_api.h for the contract.
+template <class Record>
+uint32_t pack(runtime::unit &unit, const Record *record, uint8_t *buffer, uint32_t *length) {
+  // A byte vector's size may be more than what is written, so it is always measured.
+  if constexpr (!has_byte_vector<Record>()) {
+    // What fits whatever its scalars are need not be measured.
+    if (__builtin_expect(
+            record != nullptr && buffer != nullptr && compact_bound(*record) <= *length, true)) {
+      *length = write_record(unit, buffer, *record);
+      return 0;
+    }
+  }
+  return pack_measured(unit, record, buffer, length);
 }
 
 } // namespace mesh_fib6::wire

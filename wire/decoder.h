@@ -8,6 +8,7 @@
 
 #include "wire/bounds.h"
 #include "wire/byte_order.h"
+#include "wire/compact_reader.h"
 #include "wire/fixed_image.h"
 #include "wire/layout.h"
 #include "wire/names.h"
@@ -27,32 +28,39 @@ enum class root_form : uint8_t {
 // More elements than this could not have their offset words inside any buffer.
 inline constexpr uint32_t max_word_count = 0x3FFFFFFF;
 
-// Checks the header of the table at `at` and describes it; logs under `function` what is wrong.
+// Says in the log what is wrong with the header of the table at `at`; see open_table().
 template <class Order>
-bool open_table(runtime::unit &unit, const received &in, Order order, uint32_t at,
-                const char *function, table_ref &table) {
-  using runtime::log_category;
-  if (at < root_offset_size || !in.holds(at, soffset_size)) {
-    runtime::write_log(unit, log_category::validation, __LINE__, function,
-                       "[VARKO]:Table offset(%u) is out of range(4 - %u)", at, in.size);
+void report_table(runtime::unit &unit, received in, Order order, uint32_t at, const char *function);
+
+// Whether the table at `at` and its vtable are inside the buffer; if so, describes it.
+template <class Order>
+[[gnu::always_inline]] inline bool find_table(const received &in, Order order, uint32_t at,
+                                              table_ref &table) {
+  if (at < root_offset_size || !in.holds(at, soffset_size))
     return false;
-  }
   const uint32_t vtable = at - order.template load<uint32_t>(in.bytes + at);
-  if (vtable < root_offset_size || !in.holds(vtable, 4)) {
-    runtime::write_log(unit, log_category::validation, __LINE__, function,
-                       "[VARKO]:Vtable offset(%u) is out of range(4 - %u)", at, in.size - 4);
+  if (vtable < root_offset_size || !in.holds(vtable, 4))
     return false;
-  }
-  const uint32_t vtable_size = order.template load<uint16_t>(in.bytes + vtable);
-  if (!in.holds(vtable, vtable_size)) {
-    runtime::write_log(unit, log_category::validation, __LINE__, function,
-                       "[VARKO]:Vtable Len(%u) is out of range(0 - %u)", vtable_size,
-                       in.size - vtable);
-    return false;
-  }
-  table = {at, vtable, vtable_size};
-  return true;
+  table = {at, vtable, order.template load<uint16_t>(in.bytes + vtable)};
+  return in.holds(vtable, table.vtable_size);
 }
+
+// The same; logs under `function` what is wrong.
+template <class Order>
+inline bool open_table(runtime::unit &unit, const received &in, Order order, uint32_t at,
+                       const char *function, table_ref &table) {
+  if (__builtin_expect(find_table(in, order, at, table), true))
+    return true;
+  report_table(unit, in, order, at, function);
+  return false;
+}
+
+// The same as a call, for the rare order.
+bool open_reversed_table(runtime::unit &unit, received in, reversed_order order, uint32_t at,
+                         const char *function, table_ref &table);
+
+// Says in the log that a block of `size` bytes was not to be had.
+void report_no_memory(runtime::unit &unit, uint32_t size, const char *function);
 
 // The steps that fields are read in.
 template <class Order>
@@ -162,14 +170,14 @@ public:
     const auto root = this->template load<uint32_t>(0);
     table_ref table{};
     if constexpr (Form == root_form::header_first) {
-      if (!open_table(unit_, in_, order_, root, names<Record>::unpack.text, table))
+      if (!open(root, names<Record>::unpack.text, table))
         return;
       runtime::bind_cache(unit_);
       clear_memory(&record, sizeof record);
     } else {
       runtime::bind_cache(unit_);
       clear_memory(&record, sizeof record);
-      if (!open_table(unit_, in_, order_, root, names<Record>::unpack_non_root.text, table))
+      if (!open(root, names<Record>::unpack_non_root.text, table))
         return;
     }
     if (!read_fields(table, record, names<Record>::unpack.text))
@@ -177,6 +185,13 @@ public:
   }
 
 private:
+  bool open(uint32_t at, const char *function, table_ref &table) {
+    if constexpr (Order::is_common)
+      return open_table(unit_, in_, order_, at, function, table);
+    else
+      return open_reversed_table(unit_, in_, order_, at, function, table);
+  }
+
   // Fields of a table into a zeroed record. `decoding` names the function on whose behalf members
   // are allocated.
   template <class Record>
@@ -209,7 +224,7 @@ private:
     constexpr const char *function = names<Record>::unpack_non_root.text;
     uint32_t target = 0;
     table_ref table{};
-    return this->follow(at, target) && open_table(unit_, in_, order_, target, function, table) &&
+    return this->follow(at, target) && open(target, function, table) &&
            read_fields(table, record, function);
   }
 
@@ -237,9 +252,9 @@ private:
       return true;
     // The block's size is 32-bit arithmetic by contract. A product that wraps would give a block
     // too small for its elements, so it counts as an allocation that failed.
-    const uint32_t size = count * static_cast<uint32_t>(sizeof(Record));
-    if (size / sizeof(Record) != count) {
-      report_no_memory(size, decoding);
+    uint32_t size = 0;
+    if (__builtin_mul_overflow(count, static_cast<uint32_t>(sizeof(Record)), &size)) {
+      report_no_memory(unit_, size, decoding);
       return false;
     }
     auto *const block = static_cast<Record *>(allocate(size, decoding));
@@ -253,8 +268,11 @@ private:
   template <class Record>
   bool read_elements(uint32_t word, Record *records, uint32_t count) {
 #ifdef MESH_FIB6_LANES
-    if constexpr (Order::is_common)
-      return read_known_elements(unit_, in_, word, records, count);
+    if constexpr (Order::is_common) {
+      const uint32_t done = read_compact(in_, word, records, count);
+      return done == count || read_known_elements(unit_, in_, word + uoffset_size * done,
+                                                  records + done, count - done);
+    }
 #endif
     for (uint32_t i = 0; i < count; i++)
       if (!read_element(word + uoffset_size * i, records[i]))
@@ -267,12 +285,11 @@ private:
     const char *const function = names<Record>::unpack_non_root.text;
     const uint32_t at = word + this->template load<uint32_t>(word);
     table_ref table{};
-    return at >= word && open_table(unit_, in_, order_, at, function, table) &&
-           read_fields(table, record, function);
+    return at >= word && open(at, function, table) && read_fields(table, record, function);
   }
 
 #ifdef MESH_FIB6_LANES
-  // The same, learning from each element how to read the next.
+  // The same for elements that are not compact, learning from each element how to read the next.
   template <class Record>
   [[gnu::noinline]] static bool read_known_elements(runtime::unit &unit, const received in,
                                                     uint32_t word, Record *records,
@@ -308,13 +325,8 @@ private:
   void *allocate(uint32_t size, const char *decoding) {
     void *const block = unit_.runtime.cache_alloc(size, runtime::cache_module_id, decoding);
     if (block == nullptr)
-      report_no_memory(size, decoding);
+      report_no_memory(unit_, size, decoding);
     return block;
-  }
-
-  void report_no_memory(uint32_t size, const char *decoding) {
-    runtime::write_log(unit_, runtime::log_category::allocation, __LINE__, decoding,
-                       "[VARKO]:Malloc unpack data unsuccess, size(%u)", size);
   }
 
   runtime::unit &unit_;
@@ -327,7 +339,8 @@ void report_refused(runtime::unit &unit, const uint8_t *buffer, int32_t length, 
 inline bool accept(runtime::unit &unit, const uint8_t *buffer, uint32_t length, const void *record,
                    const char *function) {
   const auto signed_length = static_cast<int32_t>(length);
-  if (__builtin_expect(buffer != nullptr && signed_length >= 4 && record != nullptr, true))
+  constexpr auto least = static_cast<int32_t>(least_received);
+  if (__builtin_expect(buffer != nullptr && signed_length >= least && record != nullptr, true))
     return true;
   report_refused(unit, buffer, signed_length, record, function);
   return false;
@@ -364,10 +377,5 @@ uint32_t unpack(runtime::unit &unit, const uint8_t *buffer, uint32_t length, Rec
     decode_native<Form>(unit, in, *record);
   return sizeof(Record);
 }
-
-extern template bool open_table(runtime::unit &, const received &, native_order, uint32_t,
-                                const char *, table_ref &);
-extern template bool open_table(runtime::unit &, const received &, reversed_order, uint32_t,
-                                const char *, table_ref &);
 
 } // namespace mesh_fib6::wire

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #if defined(MESH_FIB6_PLAIN_CODEC)
 #elif defined(__SSE4_1__)
@@ -48,13 +49,37 @@ inline constexpr uint8_t no_lane = 0x80;
   memcpy(at, &value, sizeof value);
 }
 
-// The first Count bytes at `at`, zeros behind them; touches no other byte.
+// The first Count of eight bytes at `at`, zeros behind them; touches no other byte.
+template <uint32_t Count>
+[[gnu::always_inline]] inline uint64_t load_some_bytes(const uint8_t *at) {
+  static_assert(Count <= 8);
+  if constexpr (Count == 8 || Count == 4 || Count == 2 || Count == 1) {
+    std::conditional_t<
+        Count == 8, uint64_t,
+        std::conditional_t<Count == 4, uint32_t, std::conditional_t<Count == 2, uint16_t, uint8_t>>>
+        value;
+    memcpy(&value, at, sizeof value);
+    return value;
+  } else if constexpr (Count != 0) {
+    constexpr uint32_t part = Count > 4 ? 4 : 2;
+    return load_some_bytes<part>(at) | load_some_bytes<Count - part>(at + part) << 8 * part;
+  }
+  return 0;
+}
+
+// The first Count bytes at `at`, zeros behind them; touches no other byte. Put together in
+// registers: a copy of part of a vector would go through memory.
 template <uint32_t Count>
 [[gnu::always_inline]] inline lanes load_some_lanes(const void *at) {
   static_assert(Count <= lane_count);
-  lanes value{};
-  memcpy(&value, at, Count);
-  return value;
+  const auto *const bytes = static_cast<const uint8_t *>(at);
+  if constexpr (Count == lane_count)
+    return load_lanes(bytes);
+  else if constexpr (Count > 8)
+    return reinterpret_cast<lanes>(
+        double_lanes{load_some_bytes<8>(bytes), load_some_bytes<Count - 8>(bytes + 8)});
+  else
+    return reinterpret_cast<lanes>(double_lanes{load_some_bytes<Count>(bytes), 0});
 }
 
 template <class Lane>
@@ -68,7 +93,7 @@ template <uint32_t Count>
   static_assert(Count <= lane_count && Count % 4 == 0);
   if constexpr (Count == lane_count)
     return store_lanes(at, value);
-  // Lane by lane: a copy of part of a vector would go through memory.
+  // Lane by lane, for the same reason.
   const auto words = reinterpret_cast<word_lanes>(value);
   const auto doubles = reinterpret_cast<double_lanes>(value);
   if constexpr ((Count & 8) != 0)
@@ -139,6 +164,16 @@ template <class Lanes>
       _mm_subs_epu16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
 #else
   return vqsubq_u16(a, b);
+#endif
+}
+
+// Sums that stop at 255.
+[[gnu::always_inline]] inline lanes capped_sum(lanes a, lanes b) {
+#ifdef __SSE4_1__
+  return reinterpret_cast<lanes>(
+      _mm_adds_epu8(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+#else
+  return vqaddq_u8(a, b);
 #endif
 }
 

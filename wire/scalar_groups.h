@@ -93,18 +93,21 @@ constexpr group_list group_scalars() {
 template <class Record>
 inline constexpr group_list groups_of = detail::group_scalars<Record>();
 
-// Whether a record's table holds scalars and fixed arrays only, so that its groups say all.
+// Whether the positions in a record's compact tables depend on nothing but which scalars are
+// absent.
 template <class Record>
 constexpr bool is_grouped() {
-  return groups_of<Record>.count > 0 && all_fields<Record>([]<class Field>(Field) {
-           return Field::is_scalar || Field::is_fixed_array;
-         });
+  return all_fields<Record>([]<class Field>(Field) {
+    if constexpr (Field::of == kind::table)
+      return is_grouped<typename Field::value_type>();
+    return !Field::is_vector;
+  });
 }
 
 // Calls visit(index) for each group of a record, the index being a constant.
 template <class Record, class Visit>
 [[gnu::always_inline]] inline void for_each_group(Visit &&visit) {
-  [&]<size_t... Index>(std::index_sequence<Index...>) {
+  [&]<size_t... Index>(std::index_sequence<Index...>) __attribute__((always_inline)) {
     (visit(std::integral_constant<size_t, Index>{}), ...);
   }
   (std::make_index_sequence<groups_of<Record>.count>{});
@@ -117,14 +120,21 @@ struct constant_lanes {
   [[gnu::always_inline]] lanes value() const { return load_lanes(of); }
 };
 
-// The shuffle that closes the gaps for one choice of absent scalars, and what comes of it.
-struct closing {
-  uint8_t control[lane_count];
-  // Per slot of the group: 1 + position among the scalars written, 0 for one that is absent. The
-  // last byte holds how many bytes are written.
+struct constant_halves {
+  alignas(lane_count) uint16_t of[lane_count / 2];
+
+  [[gnu::always_inline]] half_lanes value() const {
+    return reinterpret_cast<half_lanes>(load_lanes(of));
+  }
+};
+
+// Where the scalars of a group lie on the wire for one choice of absent ones. Per slot of the
+// group: 1 + position among the scalars written, 0 for one that is absent. The last byte holds how
+// many bytes are written.
+struct arrangement {
   uint8_t position[8];
 
-  uint32_t length() const { return position[7]; }
+  size_t length() const { return position[7]; }
 };
 
 // Constants of a shape.
@@ -179,14 +189,68 @@ struct group_constants {
   static constexpr constant_lanes first_lanes = one_lane_each();
   static constexpr constant_lanes weights = one_bit_each();
 
-  struct closings {
-    closing of[choices];
+  // For each byte of the record from the group's first: its scalar's entry, in lanes of entries
+  // that begin `first` slots before the group's; and which byte of that scalar it is. no_lane
+  // between scalars.
+  static constexpr constant_lanes slot_of_each_byte(uint32_t first) {
+    constant_lanes result = no_lanes();
+    for (uint32_t i = 0; i < Shape.fields; i++)
+      for (uint32_t byte = 0; byte < Shape.field[i].width; byte++)
+        result.of[Shape.field[i].at - Shape.begin() + byte] =
+            static_cast<uint8_t>(2 * (first + Shape.field[i].slot));
+    return result;
+  }
+  static constexpr constant_lanes byte_in_scalar() {
+    constant_lanes result = no_lanes();
+    for (uint32_t i = 0; i < Shape.fields; i++)
+      for (uint32_t byte = 0; byte < Shape.field[i].width; byte++)
+        result.of[Shape.field[i].at - Shape.begin() + byte] = static_cast<uint8_t>(byte);
+    return result;
+  }
+  static constexpr constant_lanes no_lanes() {
+    constant_lanes result{};
+    for (uint8_t &lane : result.of)
+      lane = no_lane;
+    return result;
+  }
+  static constexpr constant_lanes spread = slot_of_each_byte(0);
+  static constexpr constant_lanes within = byte_in_scalar();
+
+  // Of vtable entries loaded from the group's first slot on: those of its scalars.
+  static constexpr constant_halves slots_of_group() {
+    constant_halves result{};
+    for (uint32_t i = 0; i < Shape.fields; i++)
+      result.of[Shape.field[i].slot] = 0xFFFF;
+    return result;
+  }
+  static constexpr constant_halves slots = slots_of_group();
+  // The first lane of scalar i's entry in lane i; and bit i in scalar i's entry.
+  static constexpr constant_lanes one_entry_each() {
+    constant_lanes result = no_lanes();
+    for (uint32_t i = 0; i < Shape.fields; i++)
+      result.of[i] = static_cast<uint8_t>(2 * Shape.field[i].slot);
+    return result;
+  }
+  static constexpr constant_halves one_bit_per_entry() {
+    constant_halves result{};
+    for (uint32_t i = 0; i < Shape.fields; i++)
+      result.of[Shape.field[i].slot] = static_cast<uint16_t>(1u << i);
+    return result;
+  }
+  static constexpr constant_lanes first_entry_lanes = one_entry_each();
+  static constexpr constant_halves entry_weights = one_bit_per_entry();
+
+  // For each choice of absent scalars, bit i of the index being set where scalar i is: the
+  // arrangement, and the shuffle that makes it by closing the gaps.
+  struct choice_list {
+    arrangement arranged[choices];
+    constant_lanes closing[choices];
   };
-  // Bit i of the index is set where scalar i is absent.
-  static constexpr closings all_closings() {
-    closings result{};
+  static constexpr choice_list all_choices() {
+    choice_list result{};
     for (uint32_t absent = 0; absent < choices; absent++) {
-      closing &to = result.of[absent];
+      arrangement &to = result.arranged[absent];
+      constant_lanes &closing = result.closing[absent] = no_lanes();
       uint8_t at = 0;
       for (uint32_t i = 0; i < Shape.fields; i++) {
         if ((absent >> i & 1) != 0)
@@ -194,15 +258,13 @@ struct group_constants {
         const grouped_scalar &field = Shape.field[i];
         to.position[field.slot] = static_cast<uint8_t>(at + 1);
         for (uint32_t byte = 0; byte < field.width; byte++)
-          to.control[at++] = static_cast<uint8_t>(field.at + byte);
+          closing.of[at++] = static_cast<uint8_t>(field.at + byte);
       }
       to.position[7] = at;
-      for (uint32_t i = at; i < lane_count; i++)
-        to.control[i] = no_lane;
     }
     return result;
   }
-  static constexpr closings closed = all_closings();
+  static constexpr choice_list choice = all_choices();
 };
 
 #ifdef MESH_FIB6_LANES
@@ -246,6 +308,31 @@ template <group_shape Shape>
 #endif
 }
 
+// Bit i: whether scalar i of the group has no entry. `entries` are the vtable's from the group's
+// first slot on.
+template <group_shape Shape>
+[[gnu::always_inline]] inline uint32_t absent_bits(half_lanes entries) {
+  using constants = group_constants<Shape>;
+  const auto absent = reinterpret_cast<half_lanes>(entries == 0);
+#ifdef __SSE4_1__
+  return static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(
+      shuffled(reinterpret_cast<lanes>(absent), constants::first_entry_lanes.value()))));
+#else
+  return vaddvq_u16(absent & constants::entry_weights.value());
+#endif
+}
+
+// The shuffle that spreads a group's scalars over the record, from the group's first byte on: the
+// reverse of closing the gaps. `found` is the group's arrangement, widened. Lanes of absent scalars
+// and between scalars become zero.
+template <group_shape Shape>
+[[gnu::always_inline]] inline lanes opening(half_lanes found) {
+  using constants = group_constants<Shape>;
+  // An absent scalar's position is 0, one less is 255, and a capped sum stays there.
+  return capped_sum(shuffled(reinterpret_cast<lanes>(found), constants::spread.value()) - 1,
+                    constants::within.value());
+}
+
 // The scalars of one record's group, its window read whole.
 template <class Record, size_t Index>
 [[gnu::always_inline]] inline lanes load_group(const Record &record) {
@@ -254,6 +341,17 @@ template <class Record, size_t Index>
     return load_lanes(bytes + groups_of<Record>.group[Index].window);
   else
     return load_some_lanes<sizeof(Record)>(bytes);
+}
+
+// Stores a group's scalars, from its first byte on. Bytes behind the group become zero: what lies
+// there is stored later.
+template <class Record, size_t Index>
+[[gnu::always_inline]] inline void store_group(Record &record, lanes values) {
+  constexpr const scalar_group &group = groups_of<Record>.group[Index];
+  constexpr uint32_t first = group.window + group.shape.begin();
+  constexpr uint32_t room = static_cast<uint32_t>(sizeof(Record)) - first;
+  store_some_lanes<(room < lane_count ? room : lane_count)>(
+      reinterpret_cast<uint8_t *>(&record) + first, values);
 }
 
 #endif

@@ -192,18 +192,20 @@ struct table {
 
 // Calls visit(field) for each field of a record's table, in slot order.
 template <class Record, class Visit>
-constexpr void for_each_field(Visit &&visit) {
-  [&]<class... Fields>(type_list<Fields...>) {
+[[gnu::always_inline]] constexpr void for_each_field(Visit &&visit) {
+  [&]<class... Fields>(type_list<Fields...>) __attribute__((always_inline)) {
     (visit(Fields{}), ...);
-  }(typename table<Record>::fields{});
+  }
+  (typename table<Record>::fields{});
 }
 
 // The same until visit(field) is false; whether all were true.
 template <class Record, class Visit>
-constexpr bool all_fields(Visit &&visit) {
-  return [&]<class... Fields>(type_list<Fields...>) {
+[[gnu::always_inline]] constexpr bool all_fields(Visit &&visit) {
+  return [&]<class... Fields>(type_list<Fields...>) __attribute__((always_inline)) {
     return (visit(Fields{}) && ...);
-  }(typename table<Record>::fields{});
+  }
+  (typename table<Record>::fields{});
 }
 
 // A tree record holds pointers, directly or in an embedded record; a flat record holds none.

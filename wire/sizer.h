@@ -14,12 +14,17 @@ template <class Record>
 uint64_t compact_table_size(const Record &record) {
   uint64_t size = compact_base_size<Record>();
 #ifdef MESH_FIB6_LANES
-  if constexpr (is_grouped<Record>())
-    return size + scalar_bytes(record);
+  constexpr bool by_groups = is_grouped<Record>();
+  if constexpr (by_groups)
+    size += scalar_bytes(record);
+#else
+  constexpr bool by_groups = false;
 #endif
   for_each_field<Record>([&]<class Field>(Field) {
     using value_type = typename Field::value_type;
-    if constexpr (Field::is_scalar) {
+    if constexpr (Field::is_scalar && by_groups) {
+      return;
+    } else if constexpr (Field::is_scalar) {
       size += Field::value(record) != 0 ? sizeof(value_type) : 0;
     } else if constexpr (Field::of == kind::table) {
       size += compact_table_size(Field::value(record));
@@ -42,6 +47,35 @@ uint64_t compact_table_size(const Record &record) {
       for (uint32_t i = 0; i < count; i++)
         size += compact_table_size(elements[i]);
 #endif
+    }
+  });
+  return size;
+}
+
+template <class Record>
+constexpr bool has_byte_vector() {
+  return !all_fields<Record>([]<class Field>(Field) {
+    if constexpr (Field::of == kind::table)
+      return !has_byte_vector<typename Field::value_type>();
+    return Field::of != kind::byte_vector;
+  });
+}
+
+// The largest encoded size that a message with as many elements can have. Reads counts and pointers
+// only. A count without elements is a caller's error that is not passed over: no room is enough.
+template <class Record>
+uint64_t compact_bound(const Record &record) {
+  static_assert(!has_byte_vector<Record>());
+  uint64_t size = root_offset_size + compact_bound_without_vectors<Record>();
+  for_each_field<Record>([&]<class Field>(Field) {
+    using value_type = typename Field::value_type;
+    if constexpr (Field::of == kind::table) {
+      static_assert(!is_tree<value_type>(), "vectors belong to roots");
+    } else if constexpr (Field::of == kind::table_vector) {
+      const uint32_t count = Field::count(record);
+      size += uint64_t{uoffset_size + compact_bound_without_vectors<value_type>()} * count;
+      if (__builtin_expect(count != 0 && Field::pointer(record) == nullptr, false))
+        size |= uint64_t{1} << 63;
     }
   });
   return size;

@@ -46,16 +46,9 @@ struct group_slots {
     return (wanted - from) / 2 + shape.field[i].slot;
   }
 
-  struct halves {
-    alignas(lane_count) uint16_t of[8];
-    [[gnu::always_inline]] half_lanes value() const {
-      return reinterpret_cast<half_lanes>(load_lanes(of));
-    }
-  };
-
   // All ones in lanes that are not scalars of the group.
-  static constexpr halves make_others() {
-    halves result{};
+  static constexpr constant_halves make_others() {
+    constant_halves result{};
     for (uint16_t &lane : result.of)
       lane = 0xFFFF;
     for (uint32_t i = 0; i < shape.fields; i++)
@@ -63,37 +56,16 @@ struct group_slots {
     return result;
   }
   // The farthest that a scalar may start from the first one to be in the same sixteen bytes.
-  static constexpr halves make_farthest() {
-    halves result{};
+  static constexpr constant_halves make_farthest() {
+    constant_halves result{};
     for (uint32_t i = 0; i < shape.fields; i++)
       result.of[lane_of(i)] = static_cast<uint16_t>(lane_count - shape.field[i].width);
     return result;
   }
-  // For each byte of the record from the group's first: the lane that says where its scalar is.
-  static constexpr constant_lanes make_spread() {
-    constant_lanes result{};
-    for (uint8_t &lane : result.of)
-      lane = no_lane;
-    for (uint32_t i = 0; i < shape.fields; i++)
-      for (uint32_t byte = 0; byte < shape.field[i].width; byte++)
-        result.of[shape.field[i].at - shape.begin() + byte] = static_cast<uint8_t>(2 * lane_of(i));
-    return result;
-  }
-  // And which byte of that scalar it is; no_lane between scalars.
-  static constexpr constant_lanes make_within() {
-    constant_lanes result{};
-    for (uint8_t &lane : result.of)
-      lane = no_lane;
-    for (uint32_t i = 0; i < shape.fields; i++)
-      for (uint32_t byte = 0; byte < shape.field[i].width; byte++)
-        result.of[shape.field[i].at - shape.begin() + byte] = static_cast<uint8_t>(byte);
-    return result;
-  }
-
-  static constexpr halves others = make_others();
-  static constexpr halves farthest = make_farthest();
-  static constexpr constant_lanes spread = make_spread();
-  static constexpr constant_lanes within = make_within();
+  static constexpr constant_halves others = make_others();
+  static constexpr constant_halves farthest = make_farthest();
+  static constexpr constant_lanes spread =
+      group_constants<shape>::slot_of_each_byte((wanted - from) / 2);
 };
 
 } // namespace detail
@@ -134,8 +106,8 @@ public:
       const half_lanes away = entries - static_cast<uint16_t>(first);
       astray |= excess(away, slots::farthest.value()) & ~absent;
       const half_lanes from = (away & ~absent) | (absent & no_lane);
-      control_[index] =
-          shuffled(reinterpret_cast<lanes>(from), slots::spread.value()) + slots::within.value();
+      control_[index] = shuffled(reinterpret_cast<lanes>(from), slots::spread.value()) +
+                        group_constants<groups.group[index].shape>::within.value();
       start_[index] = first;
       if (first == 0xFFFF) { // none is present, or one is that far away
         start_[index] = 0;
@@ -165,14 +137,9 @@ public:
   // Reads the table at `at`, which has been learnt from or is known. False when an array is not
   // where the buffer ends or not as long as it should be.
   [[gnu::always_inline]] bool read(uint32_t at, Record &record) const {
-    auto *const to = reinterpret_cast<uint8_t *>(&record);
     for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
-      constexpr const scalar_group &group = groups.group[index];
-      constexpr uint32_t first = group.window + group.shape.begin();
-      // Bytes behind the group become zero; what lies there is read later.
-      constexpr uint32_t room = static_cast<uint32_t>(sizeof(Record)) - first;
-      store_some_lanes<(room < lane_count ? room : lane_count)>(
-          to + first, shuffled(load_lanes(in_.bytes + at + start_[index]), control_[index]));
+      store_group<Record, index>(
+          record, shuffled(load_lanes(in_.bytes + at + start_[index]), control_[index]));
     });
     return all_fields<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
       if constexpr (Field::is_fixed_array)

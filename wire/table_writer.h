@@ -1,5 +1,4 @@
-// Writes tables of scalars and fixed arrays in the compact arrangement, a group of scalars at a
-// time.
+// Writes tables in the compact arrangement, a group of scalars at a time.
 //
 // Room: wire. For the common byte order, where the processor has byte shuffles.
 //
@@ -13,77 +12,38 @@
 #pragma once
 
 #include "wire/byte_order.h"
-#include "wire/layout.h"
-#include "wire/scalar_groups.h"
+#include "wire/compact_table.h"
 
 namespace mesh_fib6::wire {
 
 #ifdef MESH_FIB6_LANES
 
-// What is constant about the compact table of a record of scalars and fixed arrays.
-template <class Record>
-struct compact_table {
-  static constexpr group_list groups = groups_of<Record>;
-  static constexpr uint32_t head = table<Record>::vtable_size + soffset_size;
-
-  static constexpr uint32_t count_fields() {
-    uint32_t result = 0;
-    for (uint32_t i = 0; i < groups.count; i++)
-      result += groups.group[i].shape.fields;
-    return result;
-  }
-
-  struct array_list {
-    uint32_t count;
-    uint32_t bytes; // offset words, length words and bodies
-  };
-  static constexpr array_list list_arrays() {
-    array_list result{};
-    for_each_field<Record>([&result]<class Field>(Field) {
-      static_assert(Field::is_scalar || Field::is_fixed_array);
-      if constexpr (Field::is_fixed_array) {
-        result.count++;
-        result.bytes += uoffset_size + vector_length_size + array_bytes<Field>;
-      }
-    });
-    return result;
-  }
-  static constexpr array_list arrays = list_arrays();
-
-  static constexpr uint32_t smallest = head + arrays.bytes;
-  static constexpr uint32_t largest = smallest + groups.bytes;
-
-  static_assert(groups.count > 0 && count_fields() < 32, "which scalars are absent fits in a word");
-
-  // How far stores may run past the end of a table, whatever it lacks: those of its scalars go
-  // farthest, and its arrays lie behind them.
-  static constexpr uint32_t overrun = arrays.bytes < lane_count ? lane_count - arrays.bytes : 0;
-
-  // So many tables at the end of a vector cannot be sure that others behind them fill the overrun.
-  static constexpr uint32_t exposed = (overrun + smallest - 1) / smallest;
-};
-
 template <class Record>
 class table_writer {
   using shape_of = compact_table<Record>;
   static constexpr group_list groups = shape_of::groups;
+  static constexpr uint32_t kept = groups.count > 0 ? groups.count : 1; // no array is empty
 
 public:
   // Writes the table of a record, its vtable first, and returns where the next may start. May touch
-  // compact_table<Record>::overrun bytes from there on.
+  // compact_table<Record>::overrun bytes from there on. The offset words of sub-tables are left to
+  // the caller.
   template <bool IsFirst = false>
   [[gnu::always_inline]] uint8_t *write(uint8_t *at, const Record &record) {
-    lanes values[groups.count];
+    lanes values[kept];
+    uint32_t choice[kept];
     uint32_t absent = 0, fields = 0;
     for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
       values[index] = load_group<Record, index>(record);
-      absent |= zero_bits<groups.group[index].shape>(values[index]) << fields;
+      choice[index] = zero_bits<groups.group[index].shape>(values[index]);
+      absent |= choice[index] << fields;
       fields += groups.group[index].shape.fields;
     });
     if (!IsFirst && __builtin_expect(absent == absent_, true))
       copy_head(at);
     else
-      make_head(at, absent);
+      make_head(at, choice);
+    absent_ = absent;
     previous_ = at;
 
     uint8_t *cursor = at + shape_of::head;
@@ -113,30 +73,28 @@ private:
     native_order::store(at + size, size);
   }
 
-  [[gnu::always_inline]] void make_head(uint8_t *at, uint32_t absent) {
-    absent_ = absent;
-    uint32_t position = soffset_size;
+  [[gnu::always_inline]] void make_head(uint8_t *at, const uint32_t *choice) {
+    size_t position = soffset_size;
     for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
       constexpr const scalar_group &group = groups.group[index];
       using constants = group_constants<group.shape>;
-      const closing &close = constants::closed.of[absent & (constants::choices - 1)];
-      absent >>= group.shape.fields;
-      const half_lanes found = widened(close.position);
+      const arrangement &arranged = constants::choice.arranged[choice[index]];
+      const half_lanes found = widened(arranged.position);
       const auto base = static_cast<uint16_t>(position - 1);
       store_lanes(at + 4 + size_t{2} * group.first_slot,
                   reinterpret_cast<lanes>(kept_where(found, found + base)));
-      control_[index] = load_lanes(close.control);
-      length_[index] = close.length();
-      position += close.length();
+      control_[index] = constants::choice.closing[choice[index]].value();
+      length_[index] = arranged.length();
+      position += arranged.length();
     });
-    uint32_t word = position;
+    size_t word = position;
     for_each_field<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
-      if constexpr (Field::is_fixed_array) {
+      if constexpr (!Field::is_scalar) {
         native_order::store(at + 4 + 2 * Field::slot, static_cast<uint16_t>(word));
         word += uoffset_size;
       }
     });
-    const auto table_size = static_cast<uint16_t>(position + shape_of::arrays.bytes);
+    const auto table_size = static_cast<uint16_t>(position + shape_of::tail);
     native_order::store(at, static_cast<uint16_t>(table<Record>::vtable_size));
     native_order::store(at + 2, table_size);
     native_order::store(at + table<Record>::vtable_size, table<Record>::vtable_size);
@@ -144,24 +102,42 @@ private:
 
   // Offset words, then bodies: all at constant distances.
   [[gnu::always_inline]] static uint8_t *write_arrays(uint8_t *at, const Record &record) {
-    uint32_t word = 0, body = uoffset_size * shape_of::arrays.count;
+    uint32_t word = 0, body = shape_of::words;
     for_each_field<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
       if constexpr (Field::is_fixed_array) {
         native_order::store(at + word, body - word);
         native_order::store(at + body, Field::length);
         memcpy(at + body + vector_length_size, &Field::value(record), array_bytes<Field>);
-        word += uoffset_size;
         body += vector_length_size + array_bytes<Field>;
       }
+      if constexpr (!Field::is_scalar)
+        word += uoffset_size;
     });
-    return at + shape_of::arrays.bytes;
+    return at + shape_of::tail;
   }
 
   const uint8_t *previous_ = nullptr;
   uint32_t absent_ = UINT32_MAX; // no group lacks a scalar that it does not have
-  uint32_t length_[groups.count]{};
-  lanes control_[groups.count]{};
+  size_t length_[kept]{};
+  lanes control_[kept]{};
 };
+
+// Whether a table behind which at least so many bytes are still to be written is written by groups:
+// stores that ran past the message's end would have to be made aside and copied, which costs more
+// than the branches that the groups spare.
+template <class Record, uint32_t Behind>
+constexpr bool is_written_by_groups() {
+  if constexpr (is_grouped<Record>())
+    return compact_table<Record>::overrun <= Behind + compact_table<Record>::sizes.tables;
+  return false;
+}
+
+// Writes one table for which is_written_by_groups() holds; returns its end.
+template <class Record>
+[[gnu::always_inline]] inline uint8_t *write_single(uint8_t *at, const Record &record) {
+  table_writer<Record> writer;
+  return writer.template write<true>(at, record);
+}
 
 // Writes the element tables of a vector at `at` and their offset words at `word`. Touches nothing
 // behind the last one; returns its end.
@@ -187,26 +163,19 @@ template <class Record>
   return at;
 }
 
-// Whether a table that stands alone is written by groups: stores that ran past its end would have
-// to be made aside and copied, which costs more than the branches that the groups spare.
+// The same for one element: of that there is nothing to remember.
 template <class Record>
-constexpr bool is_written_by_groups() {
-  if constexpr (is_grouped<Record>())
-    return compact_table<Record>::overrun == 0;
-  return false;
-}
-
-// Writes one table for which is_written_by_groups() holds; returns its end.
-template <class Record>
-[[gnu::always_inline]] inline uint8_t *write_single(uint8_t *at, const Record &record) {
-  table_writer<Record> writer;
-  return writer.template write<true>(at, record);
+[[gnu::noinline]] uint8_t *write_element(uint8_t *at, uint8_t *word, const Record &element) {
+  native_order::store(word, static_cast<uint32_t>(at + table<Record>::vtable_size - word));
+  return write_single(at, element);
 }
 
 // Bytes that the scalars of a record take on the wire.
 template <class Record>
 [[gnu::always_inline]] inline uint32_t scalar_bytes(const Record &record) {
   constexpr group_list groups = groups_of<Record>;
+  if constexpr (groups.count == 0)
+    return 0;
   lanes zero{};
   for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
     zero -= zero_scalars<groups.group[index].shape, true>(load_group<Record, index>(record));
