@@ -50,7 +50,9 @@ target_compile_options(mesh_fib6_inside INTERFACE
   -fno-threadsafe-statics)
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
   # constexpr objects of templates must not become process-wide unique symbols.
-  target_compile_options(mesh_fib6_inside INTERFACE -fno-gnu-unique)
+  target_compile_options(mesh_fib6_inside INTERFACE -fno-gnu-unique
+    # A file beside each object: frames and calls, for tests/runtime/check_stack.py.
+    -fcallgraph-info=su)
 endif()
 if(CMAKE_BUILD_TYPE STREQUAL Release AND NOT MESH_FIB6_SANITIZE)
   target_compile_definitions(mesh_fib6_inside INTERFACE _FORTIFY_SOURCE=2)
