@@ -32,8 +32,7 @@ class compact_reader {
   static constexpr uint32_t most_reach = shape_of::largest - vtable_size + shape_of::overrun;
 
 public:
-  explicit compact_reader(const received &in)
-      : bytes_(in.bytes), size_(in.size), roomy_(room_for(most_reach)) {}
+  explicit compact_reader(const received &in) : bytes_(in.bytes), size_(in.size) {}
 
   // Reads elements into zeroed records as long as they are compact; returns how many. The offset
   // words from `word` on are inside the buffer. Of the element that ends the run nothing is
@@ -67,7 +66,7 @@ private:
   }
 
   [[gnu::always_inline]] bool is_like_the_last(size_t at) const {
-    if (at - lowest >= roomy_ || native_order::load<uint32_t>(bytes_ + at) != vtable_size)
+    if (at - lowest >= known_ || native_order::load<uint32_t>(bytes_ + at) != vtable_size)
       return false;
     lanes difference{};
     for (uint32_t i = 0; i < pieces; i++)
@@ -112,7 +111,8 @@ private:
     for (uint32_t i = 0; i < pieces; i++)
       learnt_[i] = piece_of(vtable, i);
     const size_t reach = scalars_end_ + shape_of::tail + shape_of::overrun;
-    return at - lowest < roomy_ || at - lowest < room_for(reach);
+    known_ = room_for(most_reach);
+    return at - lowest < known_ || at - lowest < room_for(reach);
   }
 
   // Reads the table at `at`, which is as learnt. False when an array is not: nothing is written
@@ -150,9 +150,9 @@ private:
 
   const uint8_t *const bytes_;
   const size_t size_;
-  const size_t roomy_;           // of positions from `lowest` on: those that suit any table
-  lanes learnt_[pieces]{};       // the last table's vtable; no vtable is all zeros
-  size_t scalars_end_ = 0;       // counted from the table, as is
+  size_t known_ = 0;       // positions from `lowest` on with room for any table; 0: none learnt
+  lanes learnt_[pieces]{}; // the last table's vtable
+  size_t scalars_end_ = 0; // counted from the table, as is
   size_t start_[groups.count]{}; // where each group's scalars are
   lanes control_[groups.count]{};
 };

@@ -43,7 +43,7 @@ public:
     return place;
   }
 
-  [[gnu::always_inline]] void end_table(const table_place &place) {
+  [[gnu::always_inline]] void end_table(table_place place) {
     const auto vtable_size = static_cast<uint32_t>(place.start - place.vtable);
     order_.store(place.vtable, static_cast<uint16_t>(vtable_size));
     order_.store(place.vtable + 2, static_cast<uint16_t>(cursor_ - place.start));
@@ -51,7 +51,7 @@ public:
   }
 
   template <class Value>
-  [[gnu::always_inline]] void put_scalar(const table_place &place, uint32_t slot, Value value) {
+  [[gnu::always_inline]] void put_scalar(table_place place, uint32_t slot, Value value) {
     if (value == 0)
       return;
     set_slot(place, slot);
@@ -59,7 +59,7 @@ public:
   }
 
   // Makes room for the offset word of a slot and returns it.
-  [[gnu::always_inline]] uint8_t *reserve_offset(const table_place &place, uint32_t slot) {
+  [[gnu::always_inline]] uint8_t *reserve_offset(table_place place, uint32_t slot) {
     set_slot(place, slot);
     uint8_t *const word = cursor_;
     cursor_ += uoffset_size;
@@ -98,7 +98,7 @@ private:
     cursor_ += sizeof value;
   }
 
-  void set_slot(const table_place &place, uint32_t slot) {
+  void set_slot(table_place place, uint32_t slot) {
     order_.store(place.vtable + 4 + size_t{2} * slot, static_cast<uint16_t>(cursor_ - place.start));
   }
 
@@ -121,12 +121,12 @@ public:
   using steps::steps;
 
   [[gnu::noinline]] table_place begin_table(uint32_t slots) { return steps::begin_table(slots); }
-  [[gnu::noinline]] void end_table(const table_place &place) { steps::end_table(place); }
+  [[gnu::noinline]] void end_table(table_place place) { steps::end_table(place); }
   template <class Value>
-  [[gnu::noinline]] void put_scalar(const table_place &place, uint32_t slot, Value value) {
+  [[gnu::noinline]] void put_scalar(table_place place, uint32_t slot, Value value) {
     steps::put_scalar(place, slot, value);
   }
-  [[gnu::noinline]] uint8_t *reserve_offset(const table_place &place, uint32_t slot) {
+  [[gnu::noinline]] uint8_t *reserve_offset(table_place place, uint32_t slot) {
     return steps::reserve_offset(place, slot);
   }
   template <class Value>
@@ -143,9 +143,21 @@ public:
 
   template <class Record>
   [[gnu::always_inline]] uint32_t write_message(const Record &record) {
-    const uint8_t *const root = write_inline<0>(record);
+    return end_message(write_inline<0>(record));
+  }
+
+  // Points the message at its root table; returns the bytes written.
+  uint32_t end_message(const uint8_t *root) {
     steps_.put_offset(buffer_, root);
     return static_cast<uint32_t>(steps_.cursor() - buffer_);
+  }
+
+  // The table of the Record at `record` and what lies behind it, as a call: for the rare order.
+  // Returns the table's start.
+  template <class Record>
+  [[gnu::cold, gnu::noinline]] static const uint8_t *write_rarely(compact_writer &writer,
+                                                                  const void *record) {
+    return writer.write_by_steps(*static_cast<const Record *>(record));
   }
 
 private:
@@ -157,11 +169,6 @@ private:
   };
 
   // Vtable and table of one record, then the tables behind it. Returns the table's start.
-  template <class Record>
-  const uint8_t *write_table(const Record &record) {
-    return write_by_steps(record);
-  }
-
   template <class Record>
   [[gnu::always_inline]] const uint8_t *write_by_steps(const Record &record) {
     pending<Record> later;
@@ -185,7 +192,7 @@ private:
     if constexpr (Order::is_common)
       return write_by_steps(record);
     else
-      return write_table(record);
+      return write_rarely<Record>(*this, &record);
   }
 
 #ifdef MESH_FIB6_LANES
@@ -207,7 +214,7 @@ private:
 #endif
 
   template <class Field, class Record>
-  void write_scalar(Field, const Record &record, const table_place &place) {
+  void write_scalar(Field, const Record &record, table_place place) {
     if constexpr (Field::is_scalar)
       steps_.put_scalar(place, Field::slot, Field::value(record));
   }
@@ -220,8 +227,7 @@ private:
   }
 
   template <class Field, class Record>
-  void reserve_offset(Field, const Record &record, const table_place &place,
-                      pending<Record> &later) {
+  void reserve_offset(Field, const Record &record, table_place place, pending<Record> &later) {
     if constexpr (!Field::is_scalar)
       later.word[Field::slot] =
           is_present<Field>(record) ? steps_.reserve_offset(place, Field::slot) : nullptr;
@@ -260,7 +266,7 @@ private:
       }
 #endif
       for (uint32_t i = 0; i < count; i++, word += uoffset_size)
-        steps_.put_offset(word, write_table(elements[i]));
+        steps_.put_offset(word, write_inline<0>(elements[i]));
     }
   }
 
@@ -281,52 +287,43 @@ inline bool writable(runtime::unit &unit, const uint8_t *buffer, uint32_t capaci
   return false;
 }
 
-template <class Record>
-[[gnu::cold, gnu::noinline]] uint32_t write_reversed(uint32_t flag, uint8_t *buffer,
-                                                     const Record &record) {
-  return compact_writer(reversed_order{flag == 1}, buffer).write_message(record);
-}
+// The write pass in the rare order, for all messages: `write_root` writes the root table of the
+// record at `record`.
+using reversed_writer = compact_writer<reversed_order>;
+uint32_t write_reversed(uint32_t flag, uint8_t *buffer, const void *record,
+                        const uint8_t *(*write_root)(reversed_writer &, const void *));
 
 template <class Record>
 [[gnu::noinline]] uint32_t write_native(uint8_t *buffer, const Record &record) {
   return compact_writer(native_order{}, buffer).write_message(record);
 }
 
-// The write pass of a message for which there is room; returns the bytes written.
+// The write pass of a message for which there is room; returns the bytes written. `record` points
+// to a Record.
 template <class Record>
-[[gnu::always_inline]] inline uint32_t write_record(runtime::unit &unit, uint8_t *buffer,
-                                                    const Record &record) {
+uint32_t write_record(runtime::unit &unit, uint8_t *buffer, const void *record) {
   runtime::bind_cache(unit);
   const uint32_t flag = byte_swap_of(unit);
   if (__builtin_expect(flag != 0, false))
-    return write_reversed(flag, buffer, record);
-  return write_native(buffer, record);
+    return write_reversed(flag, buffer, record, reversed_writer::write_rarely<Record>);
+  return write_native(buffer, *static_cast<const Record *>(record));
 }
 
-// The same; 0 after a log line when there is nothing to write or nowhere to write it to. `record`
-// points to a Record.
+// The same; 0 after a log line when there is nothing to write or nowhere to write it to.
 template <class Record>
 uint32_t write_compact(runtime::unit &unit, uint8_t *buffer, uint32_t capacity,
                        const void *record) {
   if (!writable(unit, buffer, capacity, record, names<Record>::pack.text))
     return 0;
-  return write_record(unit, buffer, *static_cast<const Record *>(record));
+  return write_record<Record>(unit, buffer, record);
 }
 
-// Encodes a record that has to be measured to know whether it fits.
-template <class Record>
-[[gnu::noinline]] uint32_t pack_measured(runtime::unit &unit, const Record *record, uint8_t *buffer,
-                                         uint32_t *length) {
-  constexpr uint32_t failed = 0xFFFFFFFF;
-  const uint32_t size = compact_size<Record>(record);
-  if (size == 0 || size > *length)
-    return failed;
-  // The writer's result is not looked at: with a null buffer it logs and writes nothing, and the
-  // caller has asked for the size.
-  write_compact<Record>(unit, buffer, *length, record);
-  *length = size;
-  return 0;
-}
+// Encodes a record that has to be measured; for all messages. `size` gives 0 for what cannot be
+// encoded, `function` names the export.
+uint32_t pack_measured(runtime::unit &unit, const void *record, uint8_t *buffer, uint32_t *length,
+                       uint32_t (*size)(const void *),
+                       uint32_t (*write)(runtime::unit &, uint8_t *, const void *),
+                       const char *function);
 
 // Encodes *record into a caller's buffer; see M__pack in modules/message_api.h for the contract.
 template <class Record>
@@ -336,11 +333,12 @@ uint32_t pack(runtime::unit &unit, const Record *record, uint8_t *buffer, uint32
     // What fits whatever its scalars are need not be measured.
     if (__builtin_expect(
             record != nullptr && buffer != nullptr && compact_bound(*record) <= *length, true)) {
-      *length = write_record(unit, buffer, *record);
+      *length = write_record<Record>(unit, buffer, record);
       return 0;
     }
   }
-  return pack_measured(unit, record, buffer, length);
+  return pack_measured(unit, record, buffer, length, compact_size<Record>, write_record<Record>,
+                       names<Record>::pack.text);
 }
 
 } // namespace mesh_fib6::wire

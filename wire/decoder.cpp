@@ -41,9 +41,15 @@ void report_table(runtime::unit &unit, received in, Order order, uint32_t at,
 template void report_table(runtime::unit &, received, native_order, uint32_t, const char *);
 template void report_table(runtime::unit &, received, reversed_order, uint32_t, const char *);
 
-bool open_reversed_table(runtime::unit &unit, received in, reversed_order order, uint32_t at,
-                         const char *function, table_ref &table) {
+template <class Order>
+bool open_table_by_call(runtime::unit &unit, received in, Order order, uint32_t at,
+                        const char *function, table_ref &table) {
   return open_table(unit, in, order, at, function, table);
 }
+
+template bool open_table_by_call(runtime::unit &, received, native_order, uint32_t, const char *,
+                                 table_ref &);
+template bool open_table_by_call(runtime::unit &, received, reversed_order, uint32_t, const char *,
+                                 table_ref &);
 
 } // namespace mesh_fib6::wire

@@ -55,9 +55,10 @@ inline bool open_table(runtime::unit &unit, const received &in, Order order, uin
   return false;
 }
 
-// The same as a call, for the rare order.
-bool open_reversed_table(runtime::unit &unit, received in, reversed_order order, uint32_t at,
-                         const char *function, table_ref &table);
+// The same as a call that all messages share.
+template <class Order>
+bool open_table_by_call(runtime::unit &unit, received in, Order order, uint32_t at,
+                        const char *function, table_ref &table);
 
 // Says in the log that a block of `size` bytes was not to be had.
 void report_no_memory(runtime::unit &unit, uint32_t size, const char *function);
@@ -170,14 +171,14 @@ public:
     const auto root = this->template load<uint32_t>(0);
     table_ref table{};
     if constexpr (Form == root_form::header_first) {
-      if (!open(root, names<Record>::unpack.text, table))
+      if (!open_root(root, names<Record>::unpack.text, table))
         return;
       runtime::bind_cache(unit_);
       clear_memory(&record, sizeof record);
     } else {
       runtime::bind_cache(unit_);
       clear_memory(&record, sizeof record);
-      if (!open(root, names<Record>::unpack_non_root.text, table))
+      if (!open_root(root, names<Record>::unpack_non_root.text, table))
         return;
     }
     if (!read_fields(table, record, names<Record>::unpack.text))
@@ -186,10 +187,12 @@ public:
 
 private:
   bool open(uint32_t at, const char *function, table_ref &table) {
+    return open_table_by_call(unit_, in_, order_, at, function, table);
+  }
+  bool open_root(uint32_t at, const char *function, table_ref &table) {
     if constexpr (Order::is_common)
       return open_table(unit_, in_, order_, at, function, table);
-    else
-      return open_reversed_table(unit_, in_, order_, at, function, table);
+    return open(at, function, table);
   }
 
   // Fields of a table into a zeroed record. `decoding` names the function on whose behalf members
@@ -302,7 +305,7 @@ private:
       if (__builtin_expect(!reader.knows(at), false)) {
         constexpr const char *function = names<Record>::unpack_non_root.text;
         table_ref table{};
-        if (!open_table(unit, in, Order{}, at, function, table))
+        if (!open_table_by_call(unit, in, Order{}, at, function, table))
           return false;
         if (!reader.learn(table)) {
           if (!field_by_field(unit, in).read_fields(table, records[i], function))
