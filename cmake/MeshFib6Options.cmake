@@ -7,6 +7,13 @@ add_library(mesh_fib6_warnings INTERFACE)
 target_compile_options(mesh_fib6_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 
+# mesh_fib6_unity(target...): the sources of each of these are compiled as one, because what they
+# include takes longer than they do. Never those of the library.
+function(mesh_fib6_unity)
+  set_target_properties(${ARGN} PROPERTIES
+    UNITY_BUILD ${MESH_FIB6_UNITY} UNITY_BUILD_BATCH_SIZE 0)
+endfunction()
+
 set(MESH_FIB6_SANITIZE "" CACHE STRING "Sanitizers, for -fsanitize=")
 set(MESH_FIB6_COVERAGE OFF CACHE BOOL "Instrument for coverage")
 

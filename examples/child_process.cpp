@@ -3,7 +3,7 @@
 // Room: examples. Includes libc and this folder.
 #include "examples/child_process.h"
 
-#include "examples/command_line.h"
+#include "examples/program.h"
 #include "examples/text.h"
 
 #include <algorithm>
@@ -29,7 +29,7 @@ namespace {
 using clock = std::chrono::steady_clock;
 
 constexpr auto polite_wait = std::chrono::seconds(1);
-constexpr int poll_ms = 100;
+constexpr int wait_ms = 100;
 
 [[noreturn]] void be_child(const std::string &name, const child_process::body &run, int socket) {
   (void)std::signal(SIGINT, SIG_DFL);
@@ -100,7 +100,7 @@ report child_process::expect(const std::string &word, std::initializer_list<chil
       throw failure("interrupted");
     if (timeout_ms >= 0 && clock::now() >= end)
       throw failure(formatted("%s (process %d) does not answer", name.c_str(), process));
-    poll(waiting.data(), waiting.size(), poll_ms);
+    poll(waiting.data(), waiting.size(), wait_ms);
   }
   report first = std::move(heard.front());
   heard.pop_front();

@@ -1,61 +1,47 @@
-// What the example programs' command lines and exits have in common.
+// The options of an example program.
 //
-// Room: examples. Includes CLI11, libc and this folder.
+// Room: examples. Includes the C++ library only: the one that reads command lines takes seconds to
+// compile, so command_line.cpp alone includes it.
 #pragma once
 
-#include "examples/text.h"
-
-#include <CLI/CLI.hpp>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <exception>
-#include <fcntl.h>
+#include <cstdint>
+#include <memory>
 #include <optional>
-#include <unistd.h>
+#include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace example {
 
-inline constexpr int failed_status = 1;
 inline constexpr int usage_status = 2;
 
-// A program may be started with standard descriptors closed. What it opens next would take their
-// numbers and be mistaken for them, so each is filled with something that fails cleanly when used.
-inline void occupy_standard_descriptors() {
-  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; descriptor++)
-    if (fcntl(descriptor, F_GETFD) < 0) {
-      const int wrong_way = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
-      if (open("/dev/null", wrong_way) != descriptor)
-        std::abort(); // cannot be: the lowest free number is taken
-    }
-}
+class command_line {
+public:
+  // `about` is what --help begins with.
+  explicit command_line(const std::string &about);
+  command_line(const command_line &) = delete;
+  command_line &operator=(const command_line &) = delete;
+  ~command_line();
 
-// Nothing when the program may go on, otherwise its exit status.
-inline std::optional<int> parse_command_line(CLI::App &app, int argc, char **argv) {
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError &error) {
-    return app.exit(error) == 0 ? 0 : usage_status;
-  }
-  return {};
-}
+  // Whether --help shows what the variable holds before the command line is read.
+  enum class initial { shown, hidden };
 
-// Runs the body of a process and turns whatever it throws into a message and an exit status.
-template <class Body>
-int guarded(const char *program, Body body) noexcept {
-  occupy_standard_descriptors();
-  (void)std::signal(SIGPIPE,
-                    SIG_IGN); // a closed pipe is an error to report, not a reason to vanish
-  int status = failed_status;
-  try {
-    status = body();
-  } catch (const std::exception &error) {
-    complain("%s: %s\n", program, error.what());
-  }
-  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
-    return status;
-  complain("%s: cannot write to standard output\n", program);
-  return failed_status;
-}
+  void add_option(const std::string &name, std::string &variable, const std::string &help,
+                  initial value = initial::shown);
+  void add_option(const std::string &name, uint32_t &variable, const std::string &help,
+                  initial value = initial::shown);
+  // From 1 to `largest`.
+  void add_count(const std::string &name, uint32_t &variable, uint32_t largest,
+                 const std::string &help);
+  void add_flag(const std::string &name, bool &variable, const std::string &help);
+
+  // Nothing when the program may go on, otherwise its exit status.
+  std::optional<int> parse(int argc, char **argv);
+
+private:
+  std::unique_ptr<CLI::App> app_;
+};
 
 } // namespace example

@@ -7,6 +7,7 @@
 // what the other two report. See route_model.h for what travels in which member.
 #include "examples/child_process.h"
 #include "examples/command_line.h"
+#include "examples/program.h"
 #include "examples/receiver.h"
 #include "examples/sender.h"
 #include "examples/table_text.h"
@@ -216,20 +217,18 @@ int run_demo(const demo_options &options) {
   return bad_input_status;
 }
 
-void add_options(CLI::App &app, demo_options &options) {
-  app.add_option("TABLE", options.sender.input,
-                 "File of prefixes or of `ip -6 route` output, gzip or plain; - for standard input")
-      ->capture_default_str();
-  app.add_option("--batch", options.sender.batch, "Routes a message")
-      ->check(CLI::Range(1u, largest_batch_option))
-      ->capture_default_str();
-  app.add_option("--vrf", options.sender.vrf, "Routing instance of all routes")
-      ->capture_default_str();
-  app.add_option("--destination", options.sender.destination, "Where the receiver attaches")
-      ->capture_default_str();
+void add_options(command_line &app, demo_options &options) {
+  app.add_option(
+      "TABLE", options.sender.input,
+      "File of prefixes or of `ip -6 route` output, gzip or plain; - for standard input");
+  app.add_count("--batch", options.sender.batch, largest_batch_option, "Routes a message");
+  app.add_option("--vrf", options.sender.vrf, "Routing instance of all routes");
+  app.add_option("--destination", options.sender.destination, "Where the receiver attaches");
   app.add_option("--pause", options.sender.pause_ms,
-                 "Milliseconds between two calls that send, to have time to watch");
-  app.add_option("--keep", options.keep, "Keep both tables as text in this directory");
+                 "Milliseconds between two calls that send, to have time to watch",
+                 command_line::initial::hidden);
+  app.add_option("--keep", options.keep, "Keep both tables as text in this directory",
+                 command_line::initial::hidden);
   app.add_flag("--spoil", options.spoil,
                "Change one route at the receiver, to see that it is noticed");
 }
@@ -237,12 +236,13 @@ void add_options(CLI::App &app, demo_options &options) {
 int run(int argc, char **argv) {
   demo_options options;
   options.sender.input = FIB6_DEFAULT_TABLE;
-  CLI::App app("Sends an IPv6 table from one process to another, compares both tables entry by\n"
-               "entry, and deletes it again.\n"
-               "Exit status: 0 all is well, 1 failed or different, 2 wrong usage,\n"
-               "3 all is well, but lines of the input were bad and skipped, 130 interrupted.");
+  command_line app(
+      "Sends an IPv6 table from one process to another, compares both tables entry by\n"
+      "entry, and deletes it again.\n"
+      "Exit status: 0 all is well, 1 failed or different, 2 wrong usage,\n"
+      "3 all is well, but lines of the input were bad and skipped, 130 interrupted.");
   add_options(app, options);
-  if (const auto status = parse_command_line(app, argc, argv))
+  if (const auto status = app.parse(argc, argv))
     return *status;
 
   (void)std::signal(SIGINT, note_interrupt);

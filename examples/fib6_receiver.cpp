@@ -2,19 +2,20 @@
 //
 // Room: examples. Includes this folder only.
 #include "examples/command_line.h"
+#include "examples/program.h"
 #include "examples/receiver.h"
 
 namespace {
 
 int run(int argc, char **argv) {
   example::receiver_options options;
-  CLI::App app("Receives IPv6 tables until it is interrupted.\n"
-               "Exit status: 0 ended when asked to, 1 failed, 2 wrong usage.");
-  app.add_option("--destination", options.destination, "Where to attach")->capture_default_str();
-  app.add_option("--write-table", options.table_path,
-                 "Write a complete table to this file as text");
+  example::command_line app("Receives IPv6 tables until it is interrupted.\n"
+                            "Exit status: 0 ended when asked to, 1 failed, 2 wrong usage.");
+  app.add_option("--destination", options.destination, "Where to attach");
+  app.add_option("--write-table", options.table_path, "Write a complete table to this file as text",
+                 example::command_line::initial::hidden);
   app.add_flag("--once", options.once, "End after the first table was withdrawn again");
-  if (const auto status = example::parse_command_line(app, argc, argv))
+  if (const auto status = app.parse(argc, argv))
     return *status;
   return example::run_receiver(options, nullptr);
 }

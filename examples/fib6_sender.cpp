@@ -2,6 +2,7 @@
 //
 // Room: examples. Includes this folder only.
 #include "examples/command_line.h"
+#include "examples/program.h"
 #include "examples/sender.h"
 
 namespace {
@@ -9,22 +10,21 @@ namespace {
 int run(int argc, char **argv) {
   example::sender_options options;
   options.input = FIB6_DEFAULT_TABLE;
-  CLI::App app(
+  example::command_line app(
       "Sends an IPv6 table: next-hop groups, next hops and routes.\n"
       "Exit status: 0 sent, 1 failed, 2 wrong usage, 3 sent, but the input had bad lines.");
-  app.add_option("TABLE", options.input,
-                 "File of prefixes or of `ip -6 route` output, gzip or plain; - for standard input")
-      ->capture_default_str();
-  app.add_option("--destination", options.destination, "Where the receiver is attached")
-      ->capture_default_str();
-  app.add_option("--batch", options.batch, "Entries a message")
-      ->check(CLI::Range(1u, example::largest_batch_option))
-      ->capture_default_str();
-  app.add_option("--vrf", options.vrf, "Routing instance of all routes")->capture_default_str();
-  app.add_option("--pause", options.pause_ms, "Milliseconds between two calls that send");
-  app.add_option("--write-table", options.table_path, "Write the table to this file as text");
+  app.add_option(
+      "TABLE", options.input,
+      "File of prefixes or of `ip -6 route` output, gzip or plain; - for standard input");
+  app.add_option("--destination", options.destination, "Where the receiver is attached");
+  app.add_count("--batch", options.batch, example::largest_batch_option, "Entries a message");
+  app.add_option("--vrf", options.vrf, "Routing instance of all routes");
+  app.add_option("--pause", options.pause_ms, "Milliseconds between two calls that send",
+                 example::command_line::initial::hidden);
+  app.add_option("--write-table", options.table_path, "Write the table to this file as text",
+                 example::command_line::initial::hidden);
   app.add_flag("--withdraw", options.withdraw, "Delete everything again at the end");
-  if (const auto status = example::parse_command_line(app, argc, argv))
+  if (const auto status = app.parse(argc, argv))
     return *status;
   return example::run_sender(options, nullptr);
 }

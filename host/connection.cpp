@@ -17,11 +17,6 @@
 namespace mesh_host {
 namespace {
 
-void set_option(void *socket, int option, int value) {
-  if (zmq_setsockopt(socket, option, &value, sizeof value) != 0)
-    tell("socket option %d: %s", option, zmq_strerror(errno));
-}
-
 // The messages of one call, copied before the first is sent: a lack of memory must not cut a batch
 // in two.
 class outgoing {

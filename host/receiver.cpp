@@ -25,11 +25,6 @@ constexpr std::chrono::milliseconds acknowledge_every(5);
 // How long the last acknowledgements may take to leave after the socket was closed.
 constexpr int linger_ms = 1000;
 
-void set_option(void *socket, int option, int value) {
-  if (zmq_setsockopt(socket, option, &value, sizeof value) != 0)
-    tell("socket option %d: %s", option, zmq_strerror(errno));
-}
-
 } // namespace
 
 receiver::receiver(void *context, const settings &limits, uint32_t destination, endpoint place)

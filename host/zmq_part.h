@@ -1,8 +1,11 @@
-// One part of a received ZeroMQ message.
+// One part of a received ZeroMQ message, and the options of a socket.
 //
 // Room: host.
 #pragma once
 
+#include "host/tell.h"
+
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <zmq.h>
@@ -25,5 +28,10 @@ public:
 private:
   zmq_msg_t message_;
 };
+
+inline void set_option(void *socket, int option, int value) {
+  if (zmq_setsockopt(socket, option, &value, sizeof value) != 0)
+    tell("socket option %d: %s", option, zmq_strerror(errno));
+}
 
 } // namespace mesh_host

@@ -23,7 +23,7 @@ def main(folder):
             print(f"no test for: {cells[0]}")
             missing += 1
         for suite, case in names:
-            named = rf"TEST\w*\(\s*{suite},\s*{case}\)|add_test\(NAME {suite}\.{case}\s"
+            named = rf"(?:TEST\w*|MESSAGE_CASE)\(\s*{suite},\s*{case}\)|add_test\(NAME {suite}\.{case}\s"
             if not re.search(named, source):
                 print(f"{cells[2]} has no {suite}.{case}")
                 missing += 1

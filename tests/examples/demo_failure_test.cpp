@@ -34,8 +34,6 @@ protected:
   }
 };
 
-} // namespace
-
 TEST_F(FailingDemo, SendsTheGoodLinesNamesTheBadOnesAndEndsWith3) {
   const std::string table = write_table("2001:db8::/32\nbogus\n2001:db8::1/32\n2001:db9::/32\n");
   program_run run(demo({table}));
@@ -150,3 +148,5 @@ TEST_F(FailingDemo, RefusesOptionsThatAreNoneWithStatus2) {
   EXPECT_EQ(program_run(demo({"--batch", "many"})).status(), 2);
   EXPECT_EQ(program_run(demo({"one", "two"})).status(), 2);
 }
+
+} // namespace

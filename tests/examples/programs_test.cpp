@@ -30,8 +30,6 @@ std::set<std::string> long_options(const std::string &help) {
   return options;
 }
 
-} // namespace
-
 TEST_F(Programs, HandATableOver) {
   program_run receiver(start("fib6-receiver", {"--once", "--write-table", mine() + "/received"}));
   receiver.wait_for("receiving as destination 6\n");
@@ -102,3 +100,5 @@ TEST_F(Programs, ScriptAndDemoKnowTheSameOptions) {
   EXPECT_EQ(long_options(script.output()), long_options(demo_program.output()));
   EXPECT_EQ(long_options(script.output()).size(), 7u);
 }
+
+} // namespace

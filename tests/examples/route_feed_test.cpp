@@ -89,8 +89,6 @@ std::string many_prefixes(int count) {
   return text;
 }
 
-} // namespace
-
 TEST(RouteLine, OfABarePrefixHasNoNextHop) {
   const feed_route route = only_route({"2001:db8::/32"});
   EXPECT_EQ(to_text(route.destination), "2001:db8::/32");
@@ -295,3 +293,5 @@ TEST(ShippedTable, IsReadWithoutABadLine) {
   EXPECT_EQ(feed.bad_lines, 0u);
   EXPECT_EQ(feed.routes.size(), 160'147u);
 }
+
+} // namespace

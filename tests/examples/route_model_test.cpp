@@ -14,7 +14,7 @@ namespace {
 constexpr ipv6_address network{0x20, 0x01, 0x0d, 0xb8, 0x12, 0x34, 0x56};
 
 const route_key key{7, {network, 56}};
-const route entry{route_kind::blackhole, 8, 9, 10};
+const route hole{route_kind::blackhole, 8, 9, 10};
 
 // Changes a record byte by byte: a reader that ignores one does not notice.
 template <class Record, class Reader>
@@ -39,7 +39,7 @@ TEST(RouteModel, KnowsTheMessagesByTheHashOfTheirNames) {
 }
 
 TEST(RouteModel, KeepsEachAttributeOfARouteInItsMember) {
-  const feiBrokerFib6_ipv6Fwd record = route_record(key, entry);
+  const feiBrokerFib6_ipv6Fwd record = route_record(key, hole);
   EXPECT_EQ(record.f0, 7u);
   EXPECT_EQ(record.f1, 8u);
   EXPECT_EQ(record.f2, 9u);
@@ -52,31 +52,31 @@ TEST(RouteModel, KeepsEachAttributeOfARouteInItsMember) {
 TEST(RouteModel, ReadsARouteBackAsItWas) {
   route_key read_key;
   route read_entry;
-  ASSERT_TRUE(read_record(route_record(key, entry), read_key, read_entry));
+  ASSERT_TRUE(read_record(route_record(key, hole), read_key, read_entry));
   EXPECT_EQ(read_key, key);
-  EXPECT_EQ(read_entry, entry);
+  EXPECT_EQ(read_entry, hole);
 }
 
 TEST(RouteModel, NoticesEveryChangedByteOfARoute) {
-  expect_every_byte_to_matter(route_record(key, entry), [](const feiBrokerFib6_ipv6Fwd &changed) {
+  expect_every_byte_to_matter(route_record(key, hole), [](const feiBrokerFib6_ipv6Fwd &changed) {
     route_key read_key;
     route read_entry;
-    return read_record(changed, read_key, read_entry) && read_key == key && read_entry == entry;
+    return read_record(changed, read_key, read_entry) && read_key == key && read_entry == hole;
   });
 }
 
 TEST(RouteModel, RefusesARouteThatBreaksTheAgreement) {
   route_key read_key;
   route read_entry;
-  feiBrokerFib6_ipv6Fwd record = route_record(key, entry);
+  feiBrokerFib6_ipv6Fwd record = route_record(key, hole);
   record.f4 = 129;
   EXPECT_FALSE(read_record(record, read_key, read_entry));
   record.f4 = 48; // bits of the address are set beyond
   EXPECT_FALSE(read_record(record, read_key, read_entry));
-  record = route_record(key, entry);
+  record = route_record(key, hole);
   record.f5 = 8;
   EXPECT_FALSE(read_record(record, read_key, read_entry));
-  record = route_record(key, entry);
+  record = route_record(key, hole);
   record.f13 = 1;
   EXPECT_FALSE(read_record(record, read_key, read_entry));
 }

@@ -51,8 +51,6 @@ private:
   temporary_directory directory;
 };
 
-} // namespace
-
 TEST_F(TableFiles, HoldEveryAttributeOfEveryEntry) {
   EXPECT_EQ(text_of(expected()), "next-hop 3 : via fe80:: interface 9\n"
                                  "group 7 : next-hop 3 weight 1, next-hop 20 weight 2\n"
@@ -137,3 +135,5 @@ TEST(TableFile, ThatCannotBeWrittenIsAFailure) {
   EXPECT_THROW(write_table(small_table(), "/nonexistent/table"), failure);
   EXPECT_THROW(write_table(small_table(), "/dev/full"), failure);
 }
+
+} // namespace

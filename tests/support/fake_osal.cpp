@@ -1,10 +1,10 @@
-// The five functions of the recording OSAL, and the questions tests ask it afterwards.
+// What the recording OSAL does, and the questions tests ask it afterwards. Its five functions are
+// in fake_osal_exports.cpp.
 //
 // Room: tests. One lock around everything: a test that races is about the library, not about this.
 #include "tests/support/fake_osal.h"
 #include "tests/support/definedness.h"
-
-#include "runtime/osal.h"
+#include "tests/support/fake_osal_entries.h"
 #include "tests/support/guarded_buffer.h"
 
 #include <gtest/gtest.h>
@@ -93,8 +93,7 @@ bool must_fail(state &s, uint32_t size) {
   return planned || size > s.largest_allowed;
 }
 
-[[maybe_unused]] void *allocate(call_kind kind, uint32_t size, uint32_t module,
-                                const char *caller) {
+void *allocate(call_kind kind, uint32_t size, uint32_t module, const char *caller) {
   state &s = the_state();
   const guard held(s.lock);
   void *block = nullptr;
@@ -109,7 +108,7 @@ bool must_fail(state &s, uint32_t size) {
   return block;
 }
 
-[[maybe_unused]] void release(void *block, uint32_t module, const char *caller) {
+void release(void *block, uint32_t module, const char *caller) {
   state &s = the_state();
   const guard held(s.lock);
   const auto found = s.live.find(block);
@@ -126,7 +125,7 @@ bool must_fail(state &s, uint32_t size) {
   s.live.erase(found);
 }
 
-[[maybe_unused]] std::string format_message(const char *format, va_list arguments) {
+std::string format_message(const char *format, va_list arguments) {
   va_list again;
   va_copy(again, arguments);
   const int length = vsnprintf(nullptr, 0, format, arguments);
@@ -228,25 +227,11 @@ size_t wrong_frees() {
   return s.wrong_frees;
 }
 
-} // namespace fake_osal
+namespace entries {
 
-// A process that lacks some of the five is made by leaving them out here.
-extern "C" {
-
-osal_log_write_fn VRX_OsalLogWrite;
-osal_alloc_fn VRX_OsalMemAlloc;
-osal_alloc_fn VRX_OsalMemCacheAlloc;
-osal_free_fn VRX_OsalMemFree;
-osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
-
-#ifndef FAKE_OSAL_WITHOUT_LOG_WRITE
-void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category, const char *text,
-                      uint32_t line, const char *function, const char *format, ...) {
-  using namespace fake_osal;
-  va_list arguments;
-  va_start(arguments, format);
+void log_write(const void *descriptor, uint32_t level, uint32_t category, const char *text,
+               uint32_t line, const char *function, const char *format, va_list arguments) {
   std::string message = format_message(format, arguments);
-  va_end(arguments);
   const auto *words = static_cast<const descriptor_words *>(descriptor);
   state &s = the_state();
   const guard held(s.lock);
@@ -254,32 +239,26 @@ void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category,
                      words->mem_module_id, level, category, text_of(text), line, text_of(function),
                      text_of(format), std::move(message), s.calls.size()});
 }
-#endif
 
-#ifndef FAKE_OSAL_WITHOUT_MEM_ALLOC
-void *VRX_OsalMemAlloc(uint32_t size, uint32_t module, const char *caller) {
-  return fake_osal::allocate(fake_osal::call_kind::alloc, size, module, caller);
+void *alloc(uint32_t size, uint32_t module, const char *caller) {
+  return allocate(call_kind::alloc, size, module, caller);
 }
-#endif
 
-#ifndef FAKE_OSAL_WITHOUT_MEM_CACHE_ALLOC
-void *VRX_OsalMemCacheAlloc(uint32_t size, uint32_t module, const char *caller) {
-  return fake_osal::allocate(fake_osal::call_kind::cache_alloc, size, module, caller);
+void *cache_alloc(uint32_t size, uint32_t module, const char *caller) {
+  return allocate(call_kind::cache_alloc, size, module, caller);
 }
-#endif
 
-#ifndef FAKE_OSAL_WITHOUT_MEM_FREE
-void VRX_OsalMemFree(void *block, uint32_t module, const char *caller) {
-  fake_osal::release(block, module, caller);
+void free(void *block, uint32_t module, const char *caller) {
+  release(block, module, caller);
 }
-#endif
 
-#ifndef FAKE_OSAL_WITHOUT_MEM_USE_FLAG_GET
-uint32_t VRX_OsalMemUseFlagGet(uint32_t module) {
-  fake_osal::state &s = fake_osal::the_state();
-  const fake_osal::guard held(s.lock);
-  s.calls.push_back({fake_osal::call_kind::use_flag_get, 0, module, "", nullptr});
+uint32_t use_flag_get(uint32_t module) {
+  state &s = the_state();
+  const guard held(s.lock);
+  s.calls.push_back({call_kind::use_flag_get, 0, module, "", nullptr});
   return s.use_flag;
 }
-#endif
-}
+
+} // namespace entries
+
+} // namespace fake_osal

@@ -3,6 +3,7 @@
 // Room: tests.
 #include "tests/support/random_record.h"
 
+#include <cstring>
 #include <sstream>
 
 namespace random_record {
@@ -103,6 +104,11 @@ std::string field_difference(const field_descriptor &field, const void *expected
   for (const void *record : {expected, actual})
     if (field.is_vector() && count != 0 && field.pointer(record) == nullptr)
       return std::string(field.name) + ": " + std::to_string(count) + " elements, but no pointer";
+  // The usual answer without a look at each number.
+  if (field.table == nullptr && count != 0 &&
+      std::memcmp(field.element(expected, 0), field.element(actual, 0),
+                  size_t{count} * field.width) == 0)
+    return "";
   const bool indexed = field.is_vector() || field.is_fixed_array();
   for (uint32_t i = 0; i < count; i++) {
     const std::string inner = element_difference(field, expected, actual, i);

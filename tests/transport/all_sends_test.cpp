@@ -7,6 +7,7 @@
 #include <barrier>
 #include <map>
 #include <pthread.h>
+#include <stdexcept>
 #include <thread>
 
 using namespace messages;
@@ -40,23 +41,44 @@ struct two_records<M> {
 };
 
 // Each operation in its single and its batch form.
+constexpr size_t ways_to_send = 11;
+
+template <class M>
+uint32_t send_in_way(size_t way, const M *first) {
+  switch (way) {
+  case 0:
+    return operations<M>::sendsingle(destination, first, 0, 0);
+  case 1:
+    return operations<M>::sendsingle(destination, first, 0, 1);
+  case 2:
+    return operations<M>::sendbatch(destination, first, 0, 0);
+  case 3:
+    return operations<M>::sendbatch(destination, first, 2, 0);
+  case 4:
+    return operations<M>::sendbatch(destination, first, 2, 1);
+  case 5:
+    return operations<M>::sendmsg(destination, first, 1);
+  case 6:
+    return operations<M>::sendmsg(destination, first, 2);
+  case 7:
+    return operations<M>::sendtomsg(destination, first, 1, 0);
+  case 8:
+    return operations<M>::sendtomsg(destination, first, 1, 1);
+  case 9:
+    return operations<M>::sendtomsg(destination, first, 2, 0);
+  case 10:
+    return operations<M>::sendtomsg(destination, first, 2, 1);
+  }
+  throw std::out_of_range("a way to send");
+}
+
+// Calls check(send) for each, where send() sends and returns the result.
 template <class M, class Check>
 void each_way_to_send(Check check) {
   const two_records<M> records;
-  const M *first = records.data();
-  check([=] { return operations<M>::sendsingle(destination, first, 0, 0); });
-  check([=] { return operations<M>::sendsingle(destination, first, 0, 1); });
-  check([=] { return operations<M>::sendbatch(destination, first, 0, 0); });
-  check([=] { return operations<M>::sendbatch(destination, first, 2, 0); });
-  check([=] { return operations<M>::sendbatch(destination, first, 2, 1); });
-  check([=] { return operations<M>::sendmsg(destination, first, 1); });
-  check([=] { return operations<M>::sendmsg(destination, first, 2); });
-  check([=] { return operations<M>::sendtomsg(destination, first, 1, 0); });
-  check([=] { return operations<M>::sendtomsg(destination, first, 1, 1); });
-  check([=] { return operations<M>::sendtomsg(destination, first, 2, 0); });
-  check([=] { return operations<M>::sendtomsg(destination, first, 2, 1); });
+  for (size_t way = 0; way < ways_to_send; ++way)
+    check([&] { return send_in_way<M>(way, records.data()); });
 }
-constexpr size_t ways_to_send = 11;
 
 TEST_F(AllSends, SendmsgAndSendtomsgOfNothingFailAndTouchNothing) {
   each_message([]<class M> {

@@ -11,8 +11,6 @@ using namespace sending;
 
 namespace {
 
-constexpr uint32_t descriptor_size = 16;
-
 class FlatSends : public Sends {};
 
 template <class M>
@@ -31,7 +29,7 @@ std::vector<M> records_of(const std::vector<flat_sample<M>> &samples) {
 }
 
 template <class M>
-void expect_single(const flat_sample<M> &sample, uint64_t target) {
+void expect_image_alone(const flat_sample<M> &sample, uint64_t target) {
   const fake_mesh::send send = expect_one_send(1, target);
   EXPECT_TRUE(heap_calls().empty()) << "a flat record is sent without a heap block";
   ASSERT_EQ(send.messages.size(), 1u);
@@ -40,7 +38,7 @@ void expect_single(const flat_sample<M> &sample, uint64_t target) {
 }
 
 template <class M>
-void expect_batch(const std::vector<flat_sample<M>> &samples, uint64_t target) {
+void expect_images_in_a_batch(const std::vector<flat_sample<M>> &samples, uint64_t target) {
   const auto count = static_cast<uint32_t>(samples.size());
   const fake_mesh::send send = expect_one_send(count, target);
   const uint8_t *arena =
@@ -67,7 +65,7 @@ TEST_F(FlatSends, SendsingleSendsTheZeroPaddedImageWithoutAHeapBlock) {
         forget();
         soil_the_stack();
         EXPECT_EQ(operations<M>::sendsingle(destination, &sample.record, 0, target), 0u);
-        expect_single(sample, target);
+        expect_image_alone(sample, target);
       }
   });
 }
@@ -78,7 +76,7 @@ TEST_F(FlatSends, SendsingleIgnoresItsThirdArgument) {
     for (const uint32_t ignored : {0u, 1u, 2u, 0x80000000u, 0xFFFFFFFFu}) {
       forget();
       EXPECT_EQ(operations<M>::sendsingle(destination, &sample.record, ignored, 5), 0u);
-      expect_single(sample, 5);
+      expect_image_alone(sample, 5);
     }
   });
 }
@@ -89,7 +87,7 @@ TEST_F(FlatSends, SendmsgOfOneSendsFromTheStackWithoutTarget) {
       forget();
       soil_the_stack();
       EXPECT_EQ(operations<M>::sendmsg(destination, &sample.record, 1), 0u);
-      expect_single(sample, 0);
+      expect_image_alone(sample, 0);
     }
   });
 }
@@ -101,7 +99,7 @@ TEST_F(FlatSends, SendtomsgOfOneSendsFromTheStackWithItsTarget) {
         forget();
         soil_the_stack();
         EXPECT_EQ(operations<M>::sendtomsg(destination, &sample.record, 1, target), 0u);
-        expect_single(sample, target);
+        expect_image_alone(sample, target);
       }
   });
 }
@@ -156,7 +154,7 @@ TEST_F(FlatSends, SendbatchPlacesZeroPaddedImagesInSlotsOfTheirLength) {
     for (const uint64_t target : targets) {
       forget();
       EXPECT_EQ(operations<M>::sendbatch(destination, records.data(), 5, target), 0u);
-      expect_batch(samples, target);
+      expect_images_in_a_batch(samples, target);
     }
   });
 }
@@ -165,7 +163,7 @@ TEST_F(FlatSends, SendbatchOfOneRecordUsesAHeapBlock) {
   each_flat([]<class M> {
     const flat_sample<M> sample = flat<M>::samples().front();
     EXPECT_EQ(operations<M>::sendbatch(destination, &sample.record, 1, 0), 0u);
-    expect_batch<M>({sample}, 0);
+    expect_images_in_a_batch<M>({sample}, 0);
   });
 }
 
@@ -174,7 +172,7 @@ TEST_F(FlatSends, SendmsgOfMoreIsABatchWithoutTarget) {
     const std::vector<flat_sample<M>> samples = five_samples<M>();
     const std::vector<M> records = records_of(samples);
     EXPECT_EQ(operations<M>::sendmsg(destination, records.data(), 5), 0u);
-    expect_batch(samples, 0);
+    expect_images_in_a_batch(samples, 0);
   });
 }
 
@@ -185,7 +183,7 @@ TEST_F(FlatSends, SendtomsgOfMoreIsABatchWithItsTarget) {
     for (const uint64_t target : targets) {
       forget();
       EXPECT_EQ(operations<M>::sendtomsg(destination, records.data(), 5, target), 0u);
-      expect_batch(samples, target);
+      expect_images_in_a_batch(samples, target);
     }
   });
 }
@@ -195,7 +193,7 @@ TEST_F(FlatSends, ABatchIsNotLimitedToTheDataAreaOfOtherMessages) {
     const std::vector<flat_sample<M>> samples(3000, flat<M>::samples().front());
     const std::vector<M> records = records_of(samples);
     EXPECT_EQ(operations<M>::sendbatch(destination, records.data(), 3000, 0), 0u);
-    expect_batch(samples, 0);
+    expect_images_in_a_batch(samples, 0);
   });
 }
 
@@ -242,7 +240,7 @@ TEST_F(FlatSends, ASingleSendNeedsNoMemory) {
     const flat_sample<M> sample = flat<M>::samples().front();
     fake_osal::fail_allocation(1);
     EXPECT_EQ(operations<M>::sendsingle(destination, &sample.record, 0, 0), 0u);
-    expect_single(sample, 0);
+    expect_image_alone(sample, 0);
   });
 }
 

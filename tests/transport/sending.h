@@ -19,6 +19,7 @@
 namespace sending {
 
 inline constexpr uint32_t failed = 0xFFFFFFFF;
+inline constexpr uint32_t descriptor_size = 16;
 inline constexpr uint32_t general_module = 25088;
 inline constexpr uint32_t destination = 0x0A0B0C0D;
 // No target, the smallest, one whose low half is zero, the largest.

@@ -12,8 +12,6 @@ using namespace sending;
 
 namespace {
 
-constexpr uint32_t descriptor_size = 16;
-
 class TreeSends : public Sends {};
 
 // One single send happened: the record's bytes, in one block of their size.

@@ -21,7 +21,7 @@ wire_builder header(uint32_t root, uint32_t size) {
 }
 
 template <class M>
-class Decoder : public testing::Test {
+class Decoder {
 protected:
   using op = operations<M>;
   static constexpr bool table_form = op::form == root_form::table_form;
@@ -58,13 +58,13 @@ protected:
     EXPECT_TRUE(decoded.untouched());
   }
 };
-TYPED_TEST_SUITE(Decoder, all_messages, message_names);
+using Decoder_messages = all_messages;
 
-TYPED_TEST(Decoder, RefusesANullBuffer) {
+MESSAGE_TEST(Decoder, RefusesANullBuffer) {
   this->expect_refused_parameters(nullptr, 64, "null, 64, nonNull");
 }
 
-TYPED_TEST(Decoder, RefusesFewerThanFourBytes) {
+MESSAGE_TEST(Decoder, RefusesFewerThanFourBytes) {
   for (uint32_t length = 0; length < 4; ++length) {
     guarded_buffer buffer(length);
     this->expect_refused_parameters(buffer.data(), length,
@@ -72,13 +72,13 @@ TYPED_TEST(Decoder, RefusesFewerThanFourBytes) {
   }
 }
 
-TYPED_TEST(Decoder, RefusesALengthThatIsNegativeAsASignedNumber) {
+MESSAGE_TEST(Decoder, RefusesALengthThatIsNegativeAsASignedNumber) {
   guarded_buffer buffer(64);
   this->expect_refused_parameters(buffer.data(), 0x80000000, "nonNull, -2147483648, nonNull");
   this->expect_refused_parameters(buffer.data(), 0xFFFFFFFF, "nonNull, -1, nonNull");
 }
 
-TYPED_TEST(Decoder, RefusesANullRecordYetTellsItsSize) {
+MESSAGE_TEST(Decoder, RefusesANullRecordYetTellsItsSize) {
   bind_units<TypeParam>();
   guarded_buffer buffer(16);
   fake_osal::reset();
@@ -92,46 +92,46 @@ TYPED_TEST(Decoder, RefusesANullRecordYetTellsItsSize) {
   EXPECT_TRUE(fake_osal::calls().empty());
 }
 
-TYPED_TEST(Decoder, RefusesAnyRootOffsetInFourBytes) {
+MESSAGE_TEST(Decoder, RefusesAnyRootOffsetInFourBytes) {
   this->expect_refused_header(header(4, 4), log_format::table,
                               "[VARKO]:Table offset(4) is out of range(4 - 4)");
   this->expect_refused_header(header(0, 4), log_format::table,
                               "[VARKO]:Table offset(0) is out of range(4 - 4)");
 }
 
-TYPED_TEST(Decoder, RefusesARootOffsetWhoseWordWouldNotFitInFiveToSevenBytes) {
+MESSAGE_TEST(Decoder, RefusesARootOffsetWhoseWordWouldNotFitInFiveToSevenBytes) {
   for (uint32_t size = 5; size < 8; ++size)
     this->expect_refused_header(header(4, size), log_format::table,
                                 "[VARKO]:Table offset(4) is out of range(4 - " +
                                     std::to_string(size) + ")");
 }
 
-TYPED_TEST(Decoder, RejectsARootOffsetIntoTheFirstFourBytes) {
+MESSAGE_TEST(Decoder, RejectsARootOffsetIntoTheFirstFourBytes) {
   for (uint32_t root = 0; root < 4; ++root)
     this->expect_refused_header(header(root, 16), log_format::table,
                                 "[VARKO]:Table offset(" + std::to_string(root) +
                                     ") is out of range(4 - 16)");
 }
 
-TYPED_TEST(Decoder, RejectsARootOffsetBeyondTheLastFourBytes) {
+MESSAGE_TEST(Decoder, RejectsARootOffsetBeyondTheLastFourBytes) {
   for (const uint32_t root : {13U, 16U, 17U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFCU, 0xFFFFFFFFU})
     this->expect_refused_header(header(root, 16), log_format::table,
                                 "[VARKO]:Table offset(" + std::to_string(root) +
                                     ") is out of range(4 - 16)");
 }
 
-TYPED_TEST(Decoder, AcceptsATableInTheLastFourBytes) {
+MESSAGE_TEST(Decoder, AcceptsATableInTheLastFourBytes) {
   wire_builder wire = header(12, 16);
   wire.set_u32(12, 12 - 4).set_u16(4, 4); // vtable at 4, of length 4
   this->expect_accepted_as_empty(wire);
 }
 
-TYPED_TEST(Decoder, AcceptsARootOffsetOfFourInEightBytes) {
+MESSAGE_TEST(Decoder, AcceptsARootOffsetOfFourInEightBytes) {
   // The table word 0 puts the vtable on the table itself: a vtable of length 0.
   this->expect_accepted_as_empty(header(4, 8));
 }
 
-TYPED_TEST(Decoder, RejectsAVtableInTheFirstFourBytes) {
+MESSAGE_TEST(Decoder, RejectsAVtableInTheFirstFourBytes) {
   for (uint32_t vtable = 0; vtable < 4; ++vtable) {
     wire_builder wire = header(12, 24);
     wire.set_u32(12, 12 - vtable);
@@ -140,7 +140,7 @@ TYPED_TEST(Decoder, RejectsAVtableInTheFirstFourBytes) {
   }
 }
 
-TYPED_TEST(Decoder, RejectsAVtableBeyondTheLastFourBytes) {
+MESSAGE_TEST(Decoder, RejectsAVtableBeyondTheLastFourBytes) {
   for (const uint32_t vtable : {21U, 24U, 25U, 0x7FFFFFFFU, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
     wire_builder wire = header(12, 24);
     wire.set_u32(12, 12 - vtable);
@@ -149,14 +149,14 @@ TYPED_TEST(Decoder, RejectsAVtableBeyondTheLastFourBytes) {
   }
 }
 
-TYPED_TEST(Decoder, ReportsTheTableNotTheVtableWhenTheVtableIsOutOfRange) {
+MESSAGE_TEST(Decoder, ReportsTheTableNotTheVtableWhenTheVtableIsOutOfRange) {
   wire_builder wire = header(8, 64);
   wire.set_u32(8, 0x12345678);
   this->expect_refused_header(wire, log_format::vtable,
                               "[VARKO]:Vtable offset(8) is out of range(4 - 60)");
 }
 
-TYPED_TEST(Decoder, AcceptsAVtableBeforeOrBehindTheTable) {
+MESSAGE_TEST(Decoder, AcceptsAVtableBeforeOrBehindTheTable) {
   for (const uint32_t vtable : {4U, 20U}) {
     wire_builder wire = header(12, 24);
     wire.set_u32(12, 12 - vtable).set_u16(vtable, 4);
@@ -164,7 +164,7 @@ TYPED_TEST(Decoder, AcceptsAVtableBeforeOrBehindTheTable) {
   }
 }
 
-TYPED_TEST(Decoder, RejectsAVtableThatEndsBehindTheBuffer) {
+MESSAGE_TEST(Decoder, RejectsAVtableThatEndsBehindTheBuffer) {
   for (const uint16_t length : std::initializer_list<uint16_t>{5, 6, 0x7FFF, 0xFFFF}) {
     wire_builder wire = header(12, 24);
     wire.set_u32(12, 12U - 20U).set_u16(20, length);
@@ -174,14 +174,14 @@ TYPED_TEST(Decoder, RejectsAVtableThatEndsBehindTheBuffer) {
   }
 }
 
-TYPED_TEST(Decoder, RejectsAVtableOneByteLongerThanWhatFollows) {
+MESSAGE_TEST(Decoder, RejectsAVtableOneByteLongerThanWhatFollows) {
   wire_builder wire = header(12, 24);
   wire.set_u32(12, 12 - 4).set_u16(4, 21);
   this->expect_refused_header(wire, log_format::vtable_length,
                               "[VARKO]:Vtable Len(21) is out of range(0 - 20)");
 }
 
-TYPED_TEST(Decoder, AcceptsAVtableThatEndsWithTheBuffer) {
+MESSAGE_TEST(Decoder, AcceptsAVtableThatEndsWithTheBuffer) {
   wire_builder wire;
   wire.u32(4);
   wire.u32(4U - 8U);                 // table at 4, vtable at 8
@@ -190,7 +190,7 @@ TYPED_TEST(Decoder, AcceptsAVtableThatEndsWithTheBuffer) {
   this->expect_accepted_as_empty(wire);
 }
 
-TYPED_TEST(Decoder, ReadsAVtableTooShortForASlotAsAnEmptyTable) {
+MESSAGE_TEST(Decoder, ReadsAVtableTooShortForASlotAsAnEmptyTable) {
   for (uint16_t length = 0; length < 6; ++length) {
     wire_builder wire = header(12, 24);
     wire.set_u32(12, 12 - 4).set_u16(4, length);
@@ -199,7 +199,7 @@ TYPED_TEST(Decoder, ReadsAVtableTooShortForASlotAsAnEmptyTable) {
   }
 }
 
-TYPED_TEST(Decoder, IgnoresTheTableSize) {
+MESSAGE_TEST(Decoder, IgnoresTheTableSize) {
   for (const uint16_t size : std::initializer_list<uint16_t>{0, 1, 0x7FFF, 0xFFFF}) {
     wire_builder wire = header(12, 24);
     wire.set_u32(12, 12 - 4).set_u16(4, 6).set_u16(6, size).set_u16(8, 4).set_u32(16, 0x11223344);
@@ -209,7 +209,7 @@ TYPED_TEST(Decoder, IgnoresTheTableSize) {
   }
 }
 
-TYPED_TEST(Decoder, ReportsOnlyTheFirstOfSeveralDefects) {
+MESSAGE_TEST(Decoder, ReportsOnlyTheFirstOfSeveralDefects) {
   wire_builder wire = header(13, 16); // root out of range; whatever follows would be wrong as well
   wire.set_u32(4, 0xFFFFFFFF).set_u32(8, 0xFFFFFFFF).set_u32(12, 0xFFFFFFFF);
   this->expect_refused_header(wire, log_format::table,
@@ -220,7 +220,7 @@ TYPED_TEST(Decoder, ReportsOnlyTheFirstOfSeveralDefects) {
                               "[VARKO]:Vtable offset(8) is out of range(4 - 12)");
 }
 
-TYPED_TEST(Decoder, ReadsTheFirstScalarFromTheLastBytes) {
+MESSAGE_TEST(Decoder, ReadsTheFirstScalarFromTheLastBytes) {
   wire_builder wire;
   wire.u32(12);
   wire.vtable({4});
@@ -233,7 +233,7 @@ TYPED_TEST(Decoder, ReadsTheFirstScalarFromTheLastBytes) {
   EXPECT_TRUE(decoded.calls.empty());
 }
 
-TYPED_TEST(Decoder, FailsSilentlyOnARootScalarBeyondTheEnd) {
+MESSAGE_TEST(Decoder, FailsSilentlyOnARootScalarBeyondTheEnd) {
   for (const uint16_t entry : std::initializer_list<uint16_t>{1, 2, 4, 5, 0x7FFF, 0xFFFF}) {
     wire_builder wire;
     wire.u32(12);
@@ -248,7 +248,7 @@ TYPED_TEST(Decoder, FailsSilentlyOnARootScalarBeyondTheEnd) {
   }
 }
 
-TYPED_TEST(Decoder, ReadsAScalarThatOverlapsTheTableWord) {
+MESSAGE_TEST(Decoder, ReadsAScalarThatOverlapsTheTableWord) {
   wire_builder wire;
   wire.u32(12);
   wire.vtable({2});
@@ -259,7 +259,7 @@ TYPED_TEST(Decoder, ReadsAScalarThatOverlapsTheTableWord) {
   EXPECT_EQ(decoded.record.f0, 0xBBAA0000U);
 }
 
-TYPED_TEST(Decoder, ReadsScalarsAtAnyAlignment) {
+MESSAGE_TEST(Decoder, ReadsScalarsAtAnyAlignment) {
   for (uint32_t shift = 0; shift < 8; ++shift) {
     wire_builder wire;
     wire.u32(12 + shift);
@@ -273,7 +273,7 @@ TYPED_TEST(Decoder, ReadsScalarsAtAnyAlignment) {
   }
 }
 
-TYPED_TEST(Decoder, ReadsMissingTrailingSlotsAsZero) {
+MESSAGE_TEST(Decoder, ReadsMissingTrailingSlotsAsZero) {
   wire_builder wire;
   wire.u32(12);
   wire.vtable({4});
@@ -287,7 +287,7 @@ TYPED_TEST(Decoder, ReadsMissingTrailingSlotsAsZero) {
   EXPECT_TRUE(decoded.zeroed());
 }
 
-TYPED_TEST(Decoder, TakesHalfASlotAtTheEndOfAnOddVtableForNone) {
+MESSAGE_TEST(Decoder, TakesHalfASlotAtTheEndOfAnOddVtableForNone) {
   wire_builder wire;
   wire.u32(12);
   wire.vtable({4});
@@ -300,7 +300,7 @@ TYPED_TEST(Decoder, TakesHalfASlotAtTheEndOfAnOddVtableForNone) {
   EXPECT_EQ(decoded.record.f0, 0x11223344U);
 }
 
-TYPED_TEST(Decoder, IgnoresSlotsThatItsSchemaDoesNotHave) {
+MESSAGE_TEST(Decoder, IgnoresSlotsThatItsSchemaDoesNotHave) {
   constexpr uint16_t slots = TestFixture::op::root_slots;
   constexpr uint16_t extra = 200;
   wire_builder wire;
@@ -319,7 +319,7 @@ TYPED_TEST(Decoder, IgnoresSlotsThatItsSchemaDoesNotHave) {
   EXPECT_TRUE(decoded.zeroed());
 }
 
-TYPED_TEST(Decoder, ReadsAHeaderInReversedByteOrder) {
+MESSAGE_TEST(Decoder, ReadsAHeaderInReversedByteOrder) {
   for (const uint32_t byte_swap : {1U, 2U}) {
     wire_builder wire(wire_builder::order::big);
     wire.u32(12);
@@ -333,7 +333,7 @@ TYPED_TEST(Decoder, ReadsAHeaderInReversedByteOrder) {
   }
 }
 
-TYPED_TEST(Decoder, RefusesAHeaderInTheWrongByteOrder) {
+MESSAGE_TEST(Decoder, RefusesAHeaderInTheWrongByteOrder) {
   wire_builder wire(wire_builder::order::big);
   wire.u32(12);
   wire.fill(20);
@@ -342,7 +342,7 @@ TYPED_TEST(Decoder, RefusesAHeaderInTheWrongByteOrder) {
 }
 
 // Binding is part of the order: behind the header checks in the one form, before them in the other.
-TYPED_TEST(Decoder, BindsTheUnitWhereItsFormSays) {
+MESSAGE_TEST(Decoder, BindsTheUnitWhereItsFormSays) {
   bind_units<TypeParam>();
   mesh_fib6::runtime::unit &unit = TestFixture::op::recv_unit();
   TypeParam record;

@@ -41,10 +41,10 @@ void expect_no_pointers(M &record) {
 // ---- release after success
 
 template <class M>
-class Release : public testing::Test {};
-TYPED_TEST_SUITE(Release, tree_messages, message_names);
+struct Release {};
+using Release_messages = tree_messages;
 
-TYPED_TEST(Release, GivesEachArrayBackOnceInMemberOrderAndKeepsTheCounts) {
+MESSAGE_TEST(Release, GivesEachArrayBackOnceInMemberOrderAndKeepsTheCounts) {
   const guarded_buffer wire(full_image<TypeParam>());
   bind_units<TypeParam>();
   const size_t live = fake_osal::live_blocks();
@@ -72,7 +72,7 @@ TYPED_TEST(Release, GivesEachArrayBackOnceInMemberOrderAndKeepsTheCounts) {
   EXPECT_TRUE(fake_osal::log_lines().empty());
 }
 
-TYPED_TEST(Release, OfARecordWithoutArraysFreesNothing) {
+MESSAGE_TEST(Release, OfARecordWithoutArraysFreesNothing) {
   bind_units<TypeParam>();
   fake_osal::reset();
   TypeParam record{};
@@ -80,7 +80,7 @@ TYPED_TEST(Release, OfARecordWithoutArraysFreesNothing) {
   EXPECT_TRUE(fake_osal::calls().empty());
 }
 
-TYPED_TEST(Release, OfNullDoesNothing) {
+MESSAGE_TEST(Release, OfNullDoesNothing) {
   bind_units<TypeParam>();
   fake_osal::reset();
   operations<TypeParam>::release(nullptr);
@@ -88,7 +88,7 @@ TYPED_TEST(Release, OfNullDoesNothing) {
   EXPECT_TRUE(fake_osal::log_lines().empty());
 }
 
-TYPED_TEST(Release, BindsTheUnitUnlessTheRecordIsNull) {
+MESSAGE_TEST(Release, BindsTheUnitUnlessTheRecordIsNull) {
   bind_units<TypeParam>();
   uint32_t &bound = operations<TypeParam>::recv_unit().runtime.cache_bound;
   bound = 0;
@@ -99,7 +99,7 @@ TYPED_TEST(Release, BindsTheUnitUnlessTheRecordIsNull) {
   EXPECT_EQ(bound, 1U);
 }
 
-TYPED_TEST(Release, AfterARefusedDecodeFreesNothing) {
+MESSAGE_TEST(Release, AfterARefusedDecodeFreesNothing) {
   auto wire = full_image<TypeParam>();
   wire.resize(wire.size() - 1);
   decoding<TypeParam> decoded(wire);
@@ -111,7 +111,7 @@ TYPED_TEST(Release, AfterARefusedDecodeFreesNothing) {
 
 // ---- refused half-way
 
-TYPED_TEST(Release, HappensAtOnceWhenTheLastByteIsMissing) {
+MESSAGE_TEST(Release, HappensAtOnceWhenTheLastByteIsMissing) {
   auto wire = full_image<TypeParam>();
   decoding<TypeParam> whole(wire);
   texts expected = sizes_of(whole.record, "alloc");
@@ -124,7 +124,7 @@ TYPED_TEST(Release, HappensAtOnceWhenTheLastByteIsMissing) {
   EXPECT_EQ(call_texts<TypeParam>(cut.calls), expected);
 }
 
-TYPED_TEST(Release, FollowsEachAllocationThatFails) {
+MESSAGE_TEST(Release, FollowsEachAllocationThatFails) {
   const auto wire = full_image<TypeParam>();
   decoding<TypeParam> whole(wire);
   const texts allocs = sizes_of(whole.record, "alloc"), frees = sizes_of(whole.record, "free");
@@ -295,10 +295,10 @@ TEST_F(NextHopUpdate, WithAnAbsentVectorSkipsItsAllocationOnly) {
 // ---- flat records own nothing
 
 template <class M>
-class FlatRelease : public testing::Test {};
-TYPED_TEST_SUITE(FlatRelease, flat_messages, message_names);
+struct FlatRelease {};
+using FlatRelease_messages = flat_messages;
 
-TYPED_TEST(FlatRelease, NeverTouchesTheRecord) {
+MESSAGE_TEST(FlatRelease, NeverTouchesTheRecord) {
   bind_units<TypeParam>();
   fake_osal::reset();
   TypeParam record, before;

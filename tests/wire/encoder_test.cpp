@@ -263,10 +263,10 @@ TEST(Presence, AVectorOfNoElementsIsLeftOutWhateverItsPointer) {
 }
 
 template <class M>
-class Pack : public testing::Test {
+class Pack {
 protected:
   using op = operations<M>;
-  void SetUp() override {
+  Pack() {
     bind_units<M>();
     fake_osal::reset();
   }
@@ -279,9 +279,9 @@ protected:
     throw std::runtime_error("no image full");
   }
 };
-TYPED_TEST_SUITE(Pack, all_messages, message_names);
+using Pack_messages = all_messages;
 
-TYPED_TEST(Pack, WithoutABufferStoresTheSizeAndLogsTheParameters) {
+MESSAGE_TEST(Pack, WithoutABufferStoresTheSizeAndLogsTheParameters) {
   const uint32_t size = size_of(this->full());
   for (const uint32_t capacity : {size, size + 1, uint32_t{0x80000000}, UINT32_MAX}) {
     fake_osal::reset();
@@ -294,7 +294,7 @@ TYPED_TEST(Pack, WithoutABufferStoresTheSizeAndLogsTheParameters) {
   }
 }
 
-TYPED_TEST(Pack, WithoutABufferAndOneByteTooFewFailsSilently) {
+MESSAGE_TEST(Pack, WithoutABufferAndOneByteTooFewFailsSilently) {
   const uint32_t size = size_of(this->full());
   for (const uint32_t capacity : {size - 1, uint32_t{4}, uint32_t{3}, uint32_t{0}}) {
     fake_osal::reset();
@@ -305,7 +305,7 @@ TYPED_TEST(Pack, WithoutABufferAndOneByteTooFewFailsSilently) {
   }
 }
 
-TYPED_TEST(Pack, IntoOneByteTooFewFailsSilentlyAndWritesNothing) {
+MESSAGE_TEST(Pack, IntoOneByteTooFewFailsSilentlyAndWritesNothing) {
   const uint32_t size = size_of(this->full());
   fake_osal::reset();
   for (uint32_t capacity = 0; capacity < size; ++capacity) {
@@ -318,7 +318,7 @@ TYPED_TEST(Pack, IntoOneByteTooFewFailsSilentlyAndWritesNothing) {
   EXPECT_TRUE(fake_osal::log_lines().empty());
 }
 
-TYPED_TEST(Pack, OfANullRecordFailsSilentlyAndWritesNothing) {
+MESSAGE_TEST(Pack, OfANullRecordFailsSilentlyAndWritesNothing) {
   std::vector<uint8_t> buffer(64, canary);
   for (uint8_t *target : {buffer.data(), static_cast<uint8_t *>(nullptr)}) {
     uint32_t length = 64;
@@ -329,7 +329,7 @@ TYPED_TEST(Pack, OfANullRecordFailsSilentlyAndWritesNothing) {
   EXPECT_TRUE(fake_osal::log_lines().empty());
 }
 
-TYPED_TEST(Pack, AllocatesNothingAndLogsNothingWhenItSucceeds) {
+MESSAGE_TEST(Pack, AllocatesNothingAndLogsNothingWhenItSucceeds) {
   std::vector<uint8_t> buffer(2048);
   uint32_t length = 2048;
   EXPECT_EQ(TestFixture::op::pack(&this->full(), buffer.data(), &length), 0U);
@@ -337,7 +337,7 @@ TYPED_TEST(Pack, AllocatesNothingAndLogsNothingWhenItSucceeds) {
   EXPECT_TRUE(fake_osal::log_lines().empty());
 }
 
-TYPED_TEST(Pack, OverwritesWhateverTheBufferHeld) {
+MESSAGE_TEST(Pack, OverwritesWhateverTheBufferHeld) {
   const uint32_t size = size_of(this->full());
   guarded_buffer clean(std::vector<uint8_t>(size, 0x00)), dirty(std::vector<uint8_t>(size, 0xFF));
   uint32_t clean_length = size, dirty_length = size;
@@ -346,7 +346,7 @@ TYPED_TEST(Pack, OverwritesWhateverTheBufferHeld) {
   EXPECT_EQ(clean.bytes(), dirty.bytes());
 }
 
-TYPED_TEST(Pack, LeavesTheRecordAsItIs) {
+MESSAGE_TEST(Pack, LeavesTheRecordAsItIs) {
   TypeParam before;
   std::memcpy(&before, &this->full(), sizeof before);
   std::vector<uint8_t> buffer(2048);
@@ -355,7 +355,7 @@ TYPED_TEST(Pack, LeavesTheRecordAsItIs) {
   EXPECT_EQ(std::memcmp(&before, &this->full(), sizeof before), 0);
 }
 
-TYPED_TEST(Pack, BindsTheSendUnitsCacheSideWhichClearsTheByteOrder) {
+MESSAGE_TEST(Pack, BindsTheSendUnitsCacheSideWhichClearsTheByteOrder) {
   mesh_fib6::runtime::unit &unit = TestFixture::op::send_unit();
   unit.runtime.cache_bound = 0;
   std::vector<uint8_t> bound(2048), unbound(2048);
@@ -368,7 +368,7 @@ TYPED_TEST(Pack, BindsTheSendUnitsCacheSideWhichClearsTheByteOrder) {
   EXPECT_EQ(unbound, bound);
 }
 
-TYPED_TEST(Pack, SwappedKeepsTheSizeAndChangesTheBytes) {
+MESSAGE_TEST(Pack, SwappedKeepsTheSizeAndChangesTheBytes) {
   const uint32_t size = size_of(this->full());
   guarded_buffer plain_buffer(size), swapped_buffer(size);
   uint32_t length = size;

@@ -7,14 +7,12 @@
 
 namespace golden_checks {
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Query, Golden, query_messages, message_names);
-
-// The byte vector's block bears its own record's name, not the message's.
-GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(GoldenBlocks);
+// Not the blocks: the byte vector's bears its own record's name, not the message's.
+[[maybe_unused]] static const bool added = add_golden<query_messages>("Query");
 
 // A byte vector of length 0 whose pointer is not null, in the records "zero" and "full".
 template <class M>
-class EmptyBytes : public testing::Test {
+class EmptyBytes {
 protected:
   using op = operations<M>;
   static constexpr uint32_t unwritten = 8;
@@ -39,9 +37,9 @@ protected:
 private:
   static inline uint8_t no_bytes_[1];
 };
-TYPED_TEST_SUITE(EmptyBytes, query_messages, message_names);
+using EmptyBytes_messages = query_messages;
 
-TYPED_TEST(EmptyBytes, AddEightBytesToTheSizeThatPackLeavesUntouched) {
+MESSAGE_TEST(EmptyBytes, AddEightBytesToTheSizeThatPackLeavesUntouched) {
   bind_units<TypeParam>();
   const auto file = file_of<TypeParam>();
   for (const auto &each : this->records()) {
@@ -54,7 +52,7 @@ TYPED_TEST(EmptyBytes, AddEightBytesToTheSizeThatPackLeavesUntouched) {
   }
 }
 
-TYPED_TEST(EmptyBytes, NeedTheEightBytesInTheBuffer) {
+MESSAGE_TEST(EmptyBytes, NeedTheEightBytesInTheBuffer) {
   bind_units<TypeParam>();
   const auto file = file_of<TypeParam>();
   for (const auto &each : this->records()) {
@@ -69,7 +67,7 @@ TYPED_TEST(EmptyBytes, NeedTheEightBytesInTheBuffer) {
   }
 }
 
-TYPED_TEST(EmptyBytes, AreSentWithTheEightBytesBehindThem) {
+MESSAGE_TEST(EmptyBytes, AreSentWithTheEightBytesBehindThem) {
   bind_units<TypeParam>();
   const auto file = file_of<TypeParam>();
   for (const auto &each : this->records()) {
@@ -87,7 +85,7 @@ TYPED_TEST(EmptyBytes, AreSentWithTheEightBytesBehindThem) {
   }
 }
 
-TYPED_TEST(EmptyBytes, AreReceivedAsNone) {
+MESSAGE_TEST(EmptyBytes, AreReceivedAsNone) {
   const auto file = file_of<TypeParam>();
   for (const auto &image : golden_records::images<TypeParam>()) {
     if (image.name != "zero" && image.name != "full_without_bytes")

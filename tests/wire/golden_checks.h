@@ -1,5 +1,5 @@
 // What holds of every golden file, to be instantiated for the messages of a test source:
-//   INSTANTIATE_TYPED_TEST_SUITE_P(Module, Golden, messages, message_names);
+//   const bool added = add_golden<messages>("Module");
 // The bytes come from tests/golden, the records from golden_records*.h; neither was ever produced
 // by the library.
 //
@@ -93,10 +93,9 @@ void expect_same_record(const M &expected, const M &actual) {
 }
 
 template <class M>
-class Golden : public testing::Test {};
-TYPED_TEST_SUITE_P(Golden);
+struct Golden {};
 
-TYPED_TEST_P(Golden, FileAndRecordsBelongTogether) {
+MESSAGE_CASE(Golden, FileAndRecordsBelongTogether) {
   std::vector<std::string> in_file, in_records;
   for (const auto &image : file_of<TypeParam>())
     in_file.push_back(image.name);
@@ -107,7 +106,7 @@ TYPED_TEST_P(Golden, FileAndRecordsBelongTogether) {
   EXPECT_EQ(in_file, in_records);
 }
 
-TYPED_TEST_P(Golden, PackWritesExactlyTheseBytes) {
+MESSAGE_CASE(Golden, PackWritesExactlyTheseBytes) {
   bind_units<TypeParam>();
   const auto file = file_of<TypeParam>();
   for (const auto &image : golden_records::images<TypeParam>()) {
@@ -123,7 +122,7 @@ TYPED_TEST_P(Golden, PackWritesExactlyTheseBytes) {
   }
 }
 
-TYPED_TEST_P(Golden, UnpackReadsTheRecordFromTheseBytes) {
+MESSAGE_CASE(Golden, UnpackReadsTheRecordFromTheseBytes) {
   const auto file = file_of<TypeParam>();
   for (const auto &image : golden_records::images<TypeParam>()) {
     SCOPED_TRACE(image.name);
@@ -134,7 +133,7 @@ TYPED_TEST_P(Golden, UnpackReadsTheRecordFromTheseBytes) {
   }
 }
 
-TYPED_TEST_P(Golden, SendsingleHandsExactlyTheseBytesToTheMesh) {
+MESSAGE_CASE(Golden, SendsingleHandsExactlyTheseBytesToTheMesh) {
   bind_units<TypeParam>();
   const auto file = file_of<TypeParam>();
   constexpr auto sent_layout = has_vectors<TypeParam>() ? layout::compact : layout::fixed;
@@ -167,7 +166,7 @@ void expect_owned_or_given_back(const decoding<M> &decoded) {
   EXPECT_EQ(held, 0);
 }
 
-TYPED_TEST_P(Golden, NoPrefixOfTheseBytesIsReadBeyondItsEnd) {
+MESSAGE_CASE(Golden, NoPrefixOfTheseBytesIsReadBeyondItsEnd) {
   for (const auto &[name, bytes] : file_of<TypeParam>())
     for (size_t size = 0; size < bytes.size(); ++size) {
       SCOPED_TRACE(name + " cut to " + std::to_string(size));
@@ -181,7 +180,7 @@ TYPED_TEST_P(Golden, NoPrefixOfTheseBytesIsReadBeyondItsEnd) {
     }
 }
 
-TYPED_TEST_P(Golden, AnySpoiledByteIsSurvived) {
+MESSAGE_CASE(Golden, AnySpoiledByteIsSurvived) {
   for (const auto &[name, bytes] : file_of<TypeParam>()) {
     if (name != "full" && name != "full_fixed")
       continue;
@@ -196,17 +195,11 @@ TYPED_TEST_P(Golden, AnySpoiledByteIsSurvived) {
   }
 }
 
-REGISTER_TYPED_TEST_SUITE_P(Golden, FileAndRecordsBelongTogether, PackWritesExactlyTheseBytes,
-                            UnpackReadsTheRecordFromTheseBytes,
-                            SendsingleHandsExactlyTheseBytesToTheMesh,
-                            NoPrefixOfTheseBytesIsReadBeyondItsEnd, AnySpoiledByteIsSurvived);
-
 // For records whose blocks are all tagged with the message's own name.
 template <class M>
-class GoldenBlocks : public testing::Test {};
-TYPED_TEST_SUITE_P(GoldenBlocks);
+struct GoldenBlocks {};
 
-TYPED_TEST_P(GoldenBlocks, UnpackAsksForOneBlockPerVectorInMemberOrder) {
+MESSAGE_CASE(GoldenBlocks, UnpackAsksForOneBlockPerVectorInMemberOrder) {
   const auto file = file_of<TypeParam>();
   for (const auto &image : golden_records::images<TypeParam>()) {
     SCOPED_TRACE(image.name);
@@ -221,6 +214,31 @@ TYPED_TEST_P(GoldenBlocks, UnpackAsksForOneBlockPerVectorInMemberOrder) {
   }
 }
 
-REGISTER_TYPED_TEST_SUITE_P(GoldenBlocks, UnpackAsksForOneBlockPerVectorInMemberOrder);
+// What of the above is to hold for the messages of a module: all of it, or all but the blocks.
+template <class Messages>
+bool add_golden(const std::string &module) {
+  const Messages messages;
+  const std::string suite = module + "/Golden";
+  message_cases::add<Golden_FileAndRecordsBelongTogether>(
+      messages, suite, "FileAndRecordsBelongTogether", __FILE__, __LINE__);
+  message_cases::add<Golden_PackWritesExactlyTheseBytes>(
+      messages, suite, "PackWritesExactlyTheseBytes", __FILE__, __LINE__);
+  message_cases::add<Golden_UnpackReadsTheRecordFromTheseBytes>(
+      messages, suite, "UnpackReadsTheRecordFromTheseBytes", __FILE__, __LINE__);
+  message_cases::add<Golden_SendsingleHandsExactlyTheseBytesToTheMesh>(
+      messages, suite, "SendsingleHandsExactlyTheseBytesToTheMesh", __FILE__, __LINE__);
+  message_cases::add<Golden_NoPrefixOfTheseBytesIsReadBeyondItsEnd>(
+      messages, suite, "NoPrefixOfTheseBytesIsReadBeyondItsEnd", __FILE__, __LINE__);
+  message_cases::add<Golden_AnySpoiledByteIsSurvived>(messages, suite, "AnySpoiledByteIsSurvived",
+                                                      __FILE__, __LINE__);
+  return true;
+}
+template <class Messages>
+bool add_golden_and_blocks(const std::string &module) {
+  return add_golden<Messages>(module) &&
+         message_cases::add<GoldenBlocks_UnpackAsksForOneBlockPerVectorInMemberOrder>(
+             Messages{}, module + "/GoldenBlocks", "UnpackAsksForOneBlockPerVectorInMemberOrder",
+             __FILE__, __LINE__);
+}
 
 } // namespace golden_checks

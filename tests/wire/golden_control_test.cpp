@@ -6,7 +6,6 @@
 
 namespace golden_checks {
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Control, Golden, control_messages, message_names);
-INSTANTIATE_TYPED_TEST_SUITE_P(Control, GoldenBlocks, control_messages, message_names);
+[[maybe_unused]] static const bool added = add_golden_and_blocks<control_messages>("Control");
 
 } // namespace golden_checks

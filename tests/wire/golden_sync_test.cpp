@@ -6,8 +6,7 @@
 
 namespace golden_checks {
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Sync, Golden, sync_messages, message_names);
-INSTANTIATE_TYPED_TEST_SUITE_P(Sync, GoldenBlocks, sync_messages, message_names);
+[[maybe_unused]] static const bool added = add_golden_and_blocks<sync_messages>("Sync");
 
 // Where a record has bytes between or behind its members. The receiving application reads records
 // by position, so these are stated by hand and not taken from the compiler.
@@ -80,11 +79,11 @@ std::vector<size_t> zero_positions(const M &record) {
 }
 
 template <class M>
-class GoldenSync : public testing::Test {};
-TYPED_TEST_SUITE(GoldenSync, sync_messages, message_names);
+struct GoldenSync {};
+using GoldenSync_messages = sync_messages;
 
 // No byte of a member of "full" is zero, and a record holds a pattern before it is decoded.
-TYPED_TEST(GoldenSync, ADecodedRecordIsZeroBetweenItsMembersAndNowhereElse) {
+MESSAGE_TEST(GoldenSync, ADecodedRecordIsZeroBetweenItsMembersAndNowhereElse) {
   const auto file = file_of<TypeParam>();
   for (const char *name : {"full", "full_fixed"}) {
     SCOPED_TRACE(name);

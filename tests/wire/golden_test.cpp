@@ -5,7 +5,6 @@
 
 namespace golden_checks {
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Reviewed, Golden, all_messages, message_names);
-INSTANTIATE_TYPED_TEST_SUITE_P(Reviewed, GoldenBlocks, all_messages, message_names);
+[[maybe_unused]] static const bool added = add_golden_and_blocks<all_messages>("Reviewed");
 
 } // namespace golden_checks

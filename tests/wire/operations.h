@@ -7,6 +7,7 @@
 #include "modules/fib6/units.h"
 #include "modules/fib6_cfg/fib6_cfg.h"
 #include "modules/fib6_cfg/units.h"
+#include "tests/support/message_cases.h"
 
 #include <gtest/gtest.h>
 
@@ -94,14 +95,6 @@ using all_messages =
                    feiBrokerFib6_srv6SrListUpdateMsg, feiBrokerFib6_srv6SrListDelMsg,
                    feiBrokerFib6_ipv6PathMtuUpdateMsg, feiBrokerFib6_ipv6PathMtuDelMsg,
                    feiBrokerFib6_pidStateMsg, fib6_cfg_cfg_ipv6_ttl_expired_forward>;
-
-// Names the cases of a typed test after the message instead of a number.
-struct message_names {
-  template <class M>
-  static std::string GetName(int) {
-    return operations<M>::name;
-  }
-};
 
 // Binds both sides of the message's module, so that what a test then records is the call's own.
 template <class M>

@@ -120,7 +120,7 @@ std::vector<spoiled_header> spoil_header(const wire_builder &sound, uint32_t ref
 }
 
 template <class M>
-class RootHeader : public testing::Test {};
+struct RootHeader {};
 using header_messages =
     testing::Types<feiBrokerFib6_classItemMsg, feiBrokerFib6_vrfClassStateMsg,
                    feiBrokerFib6_vrfClassDataMsg, feiBrokerFib6_lrClassDataMsg,
@@ -129,9 +129,9 @@ using header_messages =
                    feiBrokerFib6_special_ip, fib6_cfg_query_fib6_key, fib6_cfg_query_fib6_rec,
                    fib6_cfg_query_dfx_key, fib6_cfg_query_dfx_rec, fib6_cfg_query_fib6check_key,
                    fib6_cfg_query_fib6check_rec>;
-TYPED_TEST_SUITE(RootHeader, header_messages, message_names);
+using RootHeader_messages = header_messages;
 
-TYPED_TEST(RootHeader, ThatIsBadIsReportedUnderTheNameOfItsForm) {
+MESSAGE_TEST(RootHeader, ThatIsBadIsReportedUnderTheNameOfItsForm) {
   constexpr bool table_form = operations<TypeParam>::form == root_form::table_form;
   const std::string name =
       std::string(operations<TypeParam>::name) + (table_form ? "_unpack_non_root" : "_unpack");
@@ -143,14 +143,14 @@ TYPED_TEST(RootHeader, ThatIsBadIsReportedUnderTheNameOfItsForm) {
   }
 }
 
-TYPED_TEST(RootHeader, IsNotReadWhenTheParametersAreBad) {
+MESSAGE_TEST(RootHeader, IsNotReadWhenTheParametersAreBad) {
   const decoding<TypeParam> decoded(image<TypeParam>("full").bytes().data(), 3);
   expect_one_line(decoded.lines, std::string(operations<TypeParam>::name) + "_unpack",
                   log_format::unpack_parameters, "[VARKO]:Param invalid(nonNull, 3, nonNull)");
   EXPECT_TRUE(decoded.untouched());
 }
 
-TYPED_TEST(RootHeader, WithoutAnySlotMeansARecordOfZeros) {
+MESSAGE_TEST(RootHeader, WithoutAnySlotMeansARecordOfZeros) {
   wire_builder wire;
   wire.u32(8);
   wire.table(wire.vtable({}));
@@ -190,10 +190,10 @@ constexpr bool has_sub_table() {
 }
 
 template <class M>
-class Control : public testing::Test {};
-TYPED_TEST_SUITE(Control, control_messages, message_names);
+struct Control {};
+using Control_messages = control_messages;
 
-TYPED_TEST(Control, OfZerosIsSentWithEveryFieldAndPackedWithoutThem) {
+MESSAGE_TEST(Control, OfZerosIsSentWithEveryFieldAndPackedWithoutThem) {
   bind_units<TypeParam>();
   const TypeParam zero{};
   fake_mesh::reset();
@@ -213,7 +213,7 @@ TYPED_TEST(Control, OfZerosIsSentWithEveryFieldAndPackedWithoutThem) {
   EXPECT_EQ(slot_at(encoded, root_of(encoded), 0), 0U);
 }
 
-TYPED_TEST(Control, OwnsNothingSoThatAReleaseTouchesNothing) {
+MESSAGE_TEST(Control, OwnsNothingSoThatAReleaseTouchesNothing) {
   bind_units<TypeParam>();
   fake_osal::reset();
   TypeParam record, before;
@@ -228,7 +228,7 @@ TYPED_TEST(Control, OwnsNothingSoThatAReleaseTouchesNothing) {
 
 // Messages with an embedded record, which the log calls by its own name.
 template <class M>
-class ControlSubTable : public testing::Test {
+class ControlSubTable {
 protected:
   // The message's name without "Msg".
   static std::string sub_name() {
@@ -244,9 +244,9 @@ protected:
 };
 using nested_messages = testing::Types<feiBrokerFib6_classItemMsg, feiBrokerFib6_vrfClassStateMsg,
                                        feiBrokerFib6_vrfClassDataMsg>;
-TYPED_TEST_SUITE(ControlSubTable, nested_messages, message_names);
+using ControlSubTable_messages = nested_messages;
 
-TYPED_TEST(ControlSubTable, ThatIsBadIsReportedUnderItsOwnNameAndLeavesTheRest) {
+MESSAGE_TEST(ControlSubTable, ThatIsBadIsReportedUnderItsOwnNameAndLeavesTheRest) {
   for (const char *name : {"full", "full_fixed"}) {
     const wire_builder sound = image<TypeParam>(name);
     for (const spoiled_header &each : spoil_header(sound, field_of(sound, root_of(sound), 1))) {
@@ -258,7 +258,7 @@ TYPED_TEST(ControlSubTable, ThatIsBadIsReportedUnderItsOwnNameAndLeavesTheRest) 
   }
 }
 
-TYPED_TEST(ControlSubTable, WhoseReferenceWrapsEndsTheDecodeSilently) {
+MESSAGE_TEST(ControlSubTable, WhoseReferenceWrapsEndsTheDecodeSilently) {
   wire_builder wire = image<TypeParam>("full_fixed");
   wire.set_u32(field_of(wire, root_of(wire), 1), 0xFFFFFFFF);
   const decoding<TypeParam> decoded(wire.bytes());
@@ -278,12 +278,12 @@ bytes moved_up(const bytes &wire, uint32_t by) {
 }
 
 template <class M>
-class Unaligned : public testing::Test {};
+struct Unaligned {};
 using packed_messages =
     testing::Types<feiBrokerFib6_special_ip, feiBrokerFib6_dod_rule, feiBrokerFib6_dod_aging>;
-TYPED_TEST_SUITE(Unaligned, packed_messages, message_names);
+using Unaligned_messages = packed_messages;
 
-TYPED_TEST(Unaligned, WordsAreAcceptedWhereverTheyLie) {
+MESSAGE_TEST(Unaligned, WordsAreAcceptedWhereverTheyLie) {
   const wire_builder sound = image<TypeParam>("full_fixed");
   EXPECT_EQ(field_of(sound, root_of(sound), 1), 10U);
   for (uint32_t by = 0; by < 8; ++by) {
@@ -294,7 +294,7 @@ TYPED_TEST(Unaligned, WordsAreAcceptedWhereverTheyLie) {
   }
 }
 
-TYPED_TEST(Unaligned, BuffersAreAccepted) {
+MESSAGE_TEST(Unaligned, BuffersAreAccepted) {
   const bytes wire = image<TypeParam>("full_fixed").bytes();
   for (uint32_t by = 0; by < 8; ++by) {
     SCOPED_TRACE(by);
@@ -522,7 +522,7 @@ texts block_texts(const std::vector<fake_osal::call> &calls) {
 }
 
 template <class M>
-class Query : public testing::Test {
+class Query {
 protected:
   using op = operations<M>;
   static constexpr bool has_items = requires(M m) { m.f1_count; };
@@ -611,9 +611,9 @@ protected:
     }
   }
 };
-TYPED_TEST_SUITE(Query, query_messages, message_names);
+using Query_messages = query_messages;
 
-TYPED_TEST(Query, AsksForItsBytesUnderTheSharedRecordsNameAndForItemsUnderItsOwn) {
+MESSAGE_TEST(Query, AsksForItsBytesUnderTheSharedRecordsNameAndForItemsUnderItsOwn) {
   for (const auto &each : golden_records::images<TypeParam>()) {
     SCOPED_TRACE(each.name);
     const decoding<TypeParam> decoded(image<TypeParam>(each.name.c_str()).bytes(),
@@ -622,7 +622,7 @@ TYPED_TEST(Query, AsksForItsBytesUnderTheSharedRecordsNameAndForItemsUnderItsOwn
   }
 }
 
-TYPED_TEST(Query, GivesItsBytesBackBeforeItsItemsOnceAndKeepsTheCounts) {
+MESSAGE_TEST(Query, GivesItsBytesBackBeforeItsItemsOnceAndKeepsTheCounts) {
   const guarded_buffer wire(this->sound().bytes());
   bind_units<TypeParam>();
   const size_t live = fake_osal::live_blocks(), wrong = fake_osal::wrong_frees();
@@ -647,7 +647,7 @@ TYPED_TEST(Query, GivesItsBytesBackBeforeItsItemsOnceAndKeepsTheCounts) {
   EXPECT_TRUE(fake_osal::calls().empty()) << "the second release";
 }
 
-TYPED_TEST(Query, OfNullOrOfZerosHasNothingToGiveBack) {
+MESSAGE_TEST(Query, OfNullOrOfZerosHasNothingToGiveBack) {
   bind_units<TypeParam>();
   fake_osal::reset();
   TypeParam record{};
@@ -657,7 +657,7 @@ TYPED_TEST(Query, OfNullOrOfZerosHasNothingToGiveBack) {
   EXPECT_TRUE(fake_osal::log_lines().empty());
 }
 
-TYPED_TEST(Query, GivesBackWhatItTookWhenAnAllocationFails) {
+MESSAGE_TEST(Query, GivesBackWhatItTookWhenAnAllocationFails) {
   const texts allocations = this->taken(this->full());
   ASSERT_EQ(allocations.size(), this->all_blocks());
   for (uint32_t failing = 1; failing <= this->all_blocks(); ++failing) {
@@ -674,14 +674,14 @@ TYPED_TEST(Query, GivesBackWhatItTookWhenAnAllocationFails) {
   }
 }
 
-TYPED_TEST(Query, GivesItsBytesBackWhenTheLastByteIsMissing) {
+MESSAGE_TEST(Query, GivesItsBytesBackWhenTheLastByteIsMissing) {
   wire_builder wire = this->sound();
   const decoding<TypeParam> decoded(wire.resize(wire.here() - 1).bytes());
   EXPECT_TRUE(decoded.silent());
   this->expect_all_given_back(decoded);
 }
 
-TYPED_TEST(Query, GivesItsBytesBackWhenItsSecondTableIsBad) {
+MESSAGE_TEST(Query, GivesItsBytesBackWhenItsSecondTableIsBad) {
   const wire_builder sound = this->sound();
   for (const uint32_t reference : this->second_references(sound))
     for (const spoiled_header &each : spoil_header(sound, reference)) {
@@ -693,7 +693,7 @@ TYPED_TEST(Query, GivesItsBytesBackWhenItsSecondTableIsBad) {
     }
 }
 
-TYPED_TEST(Query, GivesItsBytesBackWhenAReferenceBehindThemWraps) {
+MESSAGE_TEST(Query, GivesItsBytesBackWhenAReferenceBehindThemWraps) {
   const wire_builder sound = this->sound();
   for (const uint32_t reference : this->second_references(sound)) {
     const decoding<TypeParam> decoded(wire_builder(sound).set_u32(reference, 0xFFFFFFFF).bytes());
@@ -702,7 +702,7 @@ TYPED_TEST(Query, GivesItsBytesBackWhenAReferenceBehindThemWraps) {
   }
 }
 
-TYPED_TEST(Query, GivesItsBytesBackWhenItsSecondFieldLiesBeyondTheEnd) {
+MESSAGE_TEST(Query, GivesItsBytesBackWhenItsSecondFieldLiesBeyondTheEnd) {
   wire_builder wire = this->sound();
   const uint32_t root = root_of(wire);
   wire.set_u16(vtable_of(wire, root) + 6, wire.here() - root - 3);
@@ -712,7 +712,7 @@ TYPED_TEST(Query, GivesItsBytesBackWhenItsSecondFieldLiesBeyondTheEnd) {
   this->expect_second_read_up_to(decoded.record, 0);
 }
 
-TYPED_TEST(Query, StopsAtAnArrayOfAnyOtherCountAndGivesItsBytesBack) {
+MESSAGE_TEST(Query, StopsAtAnArrayOfAnyOtherCountAndGivesItsBytesBack) {
   const wire_builder sound = this->sound();
   for (const uint32_t reference : this->second_references(sound))
     for (const array_slot &array : parts<TypeParam>::arrays())
@@ -728,7 +728,7 @@ TYPED_TEST(Query, StopsAtAnArrayOfAnyOtherCountAndGivesItsBytesBack) {
       }
 }
 
-TYPED_TEST(Query, StopsAtBadBytesBeforeItAsksForThem) {
+MESSAGE_TEST(Query, StopsAtBadBytesBeforeItAsksForThem) {
   const wire_builder sound = this->sound();
   const uint32_t at = this->bytes_of(sound), rest = sound.here() - at - 4;
   for (const uint32_t length : {rest + 1, uint32_t{0x40000000}, uint32_t{0x80000000},
@@ -741,7 +741,7 @@ TYPED_TEST(Query, StopsAtBadBytesBeforeItAsksForThem) {
   }
 }
 
-TYPED_TEST(Query, TakesBytesUpToTheEndOfTheMessage) {
+MESSAGE_TEST(Query, TakesBytesUpToTheEndOfTheMessage) {
   const wire_builder sound = this->sound();
   const uint32_t at = this->bytes_of(sound), rest = sound.here() - at - 4;
   const decoding<TypeParam> decoded(wire_builder(sound).set_u32(at, rest).bytes());
@@ -756,7 +756,7 @@ TYPED_TEST(Query, TakesBytesUpToTheEndOfTheMessage) {
   });
 }
 
-TYPED_TEST(Query, WithABadFirstTableTakesNothingAndReadsNothing) {
+MESSAGE_TEST(Query, WithABadFirstTableTakesNothingAndReadsNothing) {
   const wire_builder sound = this->sound();
   for (const spoiled_header &each : spoil_header(sound, this->shared_reference(sound))) {
     const decoding<TypeParam> decoded(each.wire.bytes());
@@ -767,7 +767,7 @@ TYPED_TEST(Query, WithABadFirstTableTakesNothingAndReadsNothing) {
   }
 }
 
-TYPED_TEST(Query, WithoutItsFirstTableIsReadFromTheSecondOn) {
+MESSAGE_TEST(Query, WithoutItsFirstTableIsReadFromTheSecondOn) {
   wire_builder wire = this->sound();
   wire.set_u16(vtable_of(wire, root_of(wire)) + 4, 0);
   const decoding<TypeParam> decoded(wire.bytes());
@@ -782,9 +782,9 @@ TYPED_TEST(Query, WithoutItsFirstTableIsReadFromTheSecondOn) {
 template <class M>
 class Answer : public Query<M> {};
 using item_messages = testing::Types<fib6_cfg_query_fib6_rec, fib6_cfg_query_dfx_rec>;
-TYPED_TEST_SUITE(Answer, item_messages, message_names);
+using Answer_messages = item_messages;
 
-TYPED_TEST(Answer, OfMoreItemsThanThereIsRoomForGivesItsBytesBackAndAsksForNoItems) {
+MESSAGE_TEST(Answer, OfMoreItemsThanThereIsRoomForGivesItsBytesBackAndAsksForNoItems) {
   for (const uint32_t count : {0x3FFFFFFFU, 0x40000000U, 0x40000002U, 0xFFFFFFFFU}) {
     wire_builder wire = this->sound();
     wire.set_u32(target_of_slot(wire, root_of(wire), 1), count);
@@ -794,7 +794,7 @@ TYPED_TEST(Answer, OfMoreItemsThanThereIsRoomForGivesItsBytesBackAndAsksForNoIte
   }
 }
 
-TYPED_TEST(Answer, OfZeroItemsOnTheWireTakesNoItems) {
+MESSAGE_TEST(Answer, OfZeroItemsOnTheWireTakesNoItems) {
   wire_builder wire = this->sound();
   wire.set_u32(target_of_slot(wire, root_of(wire), 1), 0);
   const decoding<TypeParam> decoded(wire.bytes());
@@ -808,7 +808,7 @@ TYPED_TEST(Answer, OfZeroItemsOnTheWireTakesNoItems) {
 
 // The byte vector is only counted when there is no buffer, so it need not exist.
 template <class M>
-class HugeQuery : public testing::Test {
+class HugeQuery {
 protected:
   // A record of zeros but for its bytes, whose encoded size is 2^32 - 1 + `more`.
   static M record_with(uint32_t more) {
@@ -819,16 +819,16 @@ protected:
   }
   static uint32_t size_without_bytes() { return static_cast<uint32_t>(packed(M{}).size()); }
 };
-TYPED_TEST_SUITE(HugeQuery, query_messages, message_names);
+using HugeQuery_messages = query_messages;
 
-TYPED_TEST(HugeQuery, OfTheLargest32BitSizeIsStillSized) {
+MESSAGE_TEST(HugeQuery, OfTheLargest32BitSizeIsStillSized) {
   uint32_t length = UINT32_MAX;
   const TypeParam record = this->record_with(0);
   EXPECT_EQ(operations<TypeParam>::pack(&record, nullptr, &length), 0U);
   EXPECT_EQ(length, UINT32_MAX);
 }
 
-TYPED_TEST(HugeQuery, OfMoreThan32BitsCannotBePacked) {
+MESSAGE_TEST(HugeQuery, OfMoreThan32BitsCannotBePacked) {
   bind_units<TypeParam>();
   for (const uint32_t more : {1U, 4U, 8U + this->size_without_bytes()}) {
     fake_osal::reset();
@@ -842,7 +842,7 @@ TYPED_TEST(HugeQuery, OfMoreThan32BitsCannotBePacked) {
   }
 }
 
-TYPED_TEST(HugeQuery, OfMoreThan32BitsIsNotSent) {
+MESSAGE_TEST(HugeQuery, OfMoreThan32BitsIsNotSent) {
   bind_units<TypeParam>();
   fake_osal::reset();
   fake_mesh::reset();
