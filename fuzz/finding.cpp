@@ -9,25 +9,25 @@
 namespace fuzz {
 namespace {
 
-char text[512];
+char first[512];
 
 } // namespace
 
 void forget_findings() {
-  text[0] = 0;
+  first[0] = 0;
 }
 
 void found(const char *format, ...) {
-  if (text[0] != 0)
+  if (first[0] != 0)
     return;
   va_list arguments;
   va_start(arguments, format);
-  vsnprintf(text, sizeof text, format, arguments);
+  vsnprintf(first, sizeof first, format, arguments);
   va_end(arguments);
 }
 
 const char *finding() {
-  return text[0] == 0 ? nullptr : text;
+  return first[0] == 0 ? nullptr : first;
 }
 
 } // namespace fuzz
