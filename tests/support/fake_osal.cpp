@@ -22,7 +22,6 @@ namespace fake_osal {
 namespace {
 
 // New blocks and released ones hold these, so that a byte nobody wrote or a stale one shows.
-constexpr int fresh_byte = 0xA5;
 constexpr int stale_byte = 0xDE;
 
 // A block ends at an inaccessible page, which leaves it no better aligned than its size is; before

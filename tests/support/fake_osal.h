@@ -42,6 +42,9 @@ struct log_line {
 };
 std::ostream &operator<<(std::ostream &, const log_line &);
 
+// What a new block is full of.
+inline constexpr uint8_t fresh_byte = 0xA5;
+
 // Forgets calls, log lines and planned failures. Live blocks stay known.
 void reset();
 
