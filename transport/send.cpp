@@ -53,7 +53,7 @@ uint32_t send_block_of_one(const tree_message &message, uint32_t destination, co
   const send_block block(message.unit, size, message.single_tag);
   if (block.bytes() == nullptr)
     return send_failed;
-  message.write(message.unit, block.bytes(), size, record);
+  message.write(message.unit, block.bytes(), record);
   const msg_desc descriptor{block.bytes(), message.id, size};
   return hand_over(destination, &descriptor, 1, target);
 }
@@ -76,7 +76,7 @@ uint32_t send_batch(const tree_message &message, uint32_t destination, const voi
     const uint32_t size = message.size(record);
     if (size == 0 || size > remaining)
       return send_failed;
-    message.write(message.unit, data, remaining, record);
+    message.write(message.unit, data, record);
     store_descriptor(descriptors, i, {data, message.id, size});
     used += size;
   }

@@ -31,7 +31,7 @@ struct tree_message {
   uint32_t id;
   uint32_t record_size;
   uint32_t (*size)(const void *record); // 0: cannot be encoded
-  uint32_t (*write)(runtime::unit &unit, uint8_t *buffer, uint32_t capacity, const void *record);
+  uint32_t (*write)(runtime::unit &unit, uint8_t *buffer, const void *record); // size() bytes
   const char *single_tag; // tags of the operations' allocations
   const char *batch_tag;
 };
@@ -54,7 +54,7 @@ constexpr auto describe(runtime::unit &unit, uint32_t id) {
                         id,
                         sizeof(Record),
                         wire::compact_size<Record>,
-                        wire::write_compact<Record>,
+                        wire::write_record<Record>,
                         names::sendsingle.text,
                         names::sendbatch.text};
   } else {

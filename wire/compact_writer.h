@@ -1,6 +1,6 @@
 // Writes a record in the compact arrangement, in one forward pass.
 //
-// Room: wire. The sizer has measured the record, so the writer never checks the capacity again.
+// Room: wire. Whoever calls knows that there is room, so the writer never checks the capacity.
 //
 // Each table is preceded by its own vtable. Inside a table: the scalars that are not zero, then the
 // offset words of vectors and sub-tables, then the vectors' bodies, all in slot order, unaligned.
@@ -307,15 +307,6 @@ uint32_t write_record(runtime::unit &unit, uint8_t *buffer, const void *record) 
   if (__builtin_expect(flag != 0, false))
     return write_reversed(flag, buffer, record, reversed_writer::write_rarely<Record>);
   return write_native(buffer, *static_cast<const Record *>(record));
-}
-
-// The same; 0 after a log line when there is nothing to write or nowhere to write it to.
-template <class Record>
-uint32_t write_compact(runtime::unit &unit, uint8_t *buffer, uint32_t capacity,
-                       const void *record) {
-  if (!writable(unit, buffer, capacity, record, names<Record>::pack.text))
-    return 0;
-  return write_record<Record>(unit, buffer, record);
 }
 
 // Encodes a record that has to be measured; for all messages. `size` gives 0 for what cannot be

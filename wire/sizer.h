@@ -73,9 +73,9 @@ uint64_t compact_bound(const Record &record) {
       static_assert(!is_tree<value_type>(), "vectors belong to roots");
     } else if constexpr (Field::of == kind::table_vector) {
       const uint32_t count = Field::count(record);
+      const bool is_missing = Field::pointer(record) == nullptr;
       size += uint64_t{uoffset_size + compact_bound_without_vectors<value_type>()} * count;
-      if (__builtin_expect(count != 0 && Field::pointer(record) == nullptr, false))
-        size |= uint64_t{1} << 63;
+      size |= static_cast<uint64_t>(is_missing & (count != 0)) << 63;
     }
   });
   return size;
