@@ -12,6 +12,10 @@ void report_refused(runtime::unit &unit, const uint8_t *buffer, int32_t length, 
                      length, record != nullptr ? "nonNull" : "null");
 }
 
+void clear_block(void *block, size_t size) {
+  clear_memory(block, size);
+}
+
 void report_no_memory(runtime::unit &unit, uint32_t size, const char *function) {
   runtime::write_log(unit, runtime::log_category::allocation, __LINE__, function,
                      "[VARKO]:Malloc unpack data unsuccess, size(%u)", size);
