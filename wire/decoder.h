@@ -386,7 +386,8 @@ template <root_form Form, class Record>
 
 // Decodes into *record; see M__unpack in modules/message_api.h for the contract.
 template <root_form Form, class Record>
-uint32_t unpack(runtime::unit &unit, const uint8_t *buffer, uint32_t length, Record *record) {
+[[gnu::always_inline]] inline uint32_t unpack(runtime::unit &unit, const uint8_t *buffer,
+                                              uint32_t length, Record *record) {
   if (!accept(unit, buffer, length, record, names<Record>::unpack.text))
     return sizeof(Record);
   const received in{buffer, length};

@@ -116,11 +116,10 @@ struct stretch_list {
   uint32_t count;
   fixed_stretch of[Capacity];
 
-  constexpr uint32_t bytes() const {
-    uint32_t sum = 0;
-    for (uint32_t i = 0; i < count; i++)
-      sum += of[i].size;
-    return sum;
+  // Bytes of the record behind a stretch that belong to none.
+  constexpr size_t gap_after(size_t i, size_t record_size) const {
+    const size_t end = size_t{of[i].record_at} + of[i].size;
+    return (i + 1 < count ? of[i + 1].record_at : record_size) - end;
   }
 
   constexpr void add(uint32_t image_at, size_t record_at, uint32_t size) {
@@ -253,12 +252,13 @@ template <class Record>
   constexpr size_t pieces = (end + lane_count - 1) / lane_count;
   if (any_set(structure_difference<Record>(bytes, std::make_index_sequence<pieces>{})))
     return false;
-  if constexpr (fixed_stretches<Record>.bytes() < sizeof(Record))
-    memset(&record, 0, sizeof record); // what lies between the values
   auto *const to = reinterpret_cast<uint8_t *>(&record);
   for_each_stretch<Record>([&](auto index) __attribute__((always_inline)) {
     constexpr fixed_stretch stretch = fixed_stretches<Record>.of[index];
+    constexpr size_t gap = fixed_stretches<Record>.gap_after(index, sizeof(Record));
     memcpy(to + stretch.record_at, bytes + stretch.image_at, stretch.size);
+    if constexpr (gap != 0)
+      memset(to + stretch.record_at + stretch.size, 0, gap); // what lies between the values
   });
   return true;
 }
