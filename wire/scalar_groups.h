@@ -39,7 +39,6 @@ struct group_shape {
 struct scalar_group {
   uint32_t window; // where its sixteen bytes start in the record
   uint32_t first_slot;
-  uint32_t bytes; // of all its scalars together
   group_shape shape;
 };
 
@@ -76,12 +75,11 @@ constexpr group_list group_scalars() {
       const scalar_group *const last = list.count > 0 ? &list.group[list.count - 1] : nullptr;
       if (last == nullptr || at + width > last->window + lane_count ||
           last->shape.fields == max_group_fields || Field::slot - last->first_slot > 6)
-        list.group[list.count++] = {window_of(at, sizeof(Record)), Field::slot, 0, {}};
+        list.group[list.count++] = {window_of(at, sizeof(Record)), Field::slot, {}};
       scalar_group &group = list.group[list.count - 1];
       group.shape.field[group.shape.fields++] = {
           static_cast<uint8_t>(at - group.window), static_cast<uint8_t>(width),
           static_cast<uint8_t>(Field::slot - group.first_slot)};
-      group.bytes += width;
       list.bytes += width;
     }
   });

@@ -75,6 +75,20 @@ TEST_F(EveryMessage, ThatIsFlatIsReadWithZerosBetweenItsMembers) {
   });
 }
 
+// A process whose first call is this one has its allocator settled by it, as by any other.
+TEST_F(EveryMessage, ThatIsFlatBindsItsUnitWhenItsImageIsTheFirstThingRead) {
+  each_flat([](const message &message) {
+    const bytes wire = sent(message, full_record(message).get());
+    mesh_fib6::runtime::unit &unit = units_of(message).recv;
+    unit = {};
+    fake_osal::reset();
+    bytes record(message.record_size);
+    message.unpack(wire.data(), static_cast<uint32_t>(wire.size()), record.data());
+    EXPECT_EQ(unit.runtime.cache_bound, 1U);
+    EXPECT_EQ(fake_osal::calls_of(fake_osal::call_kind::use_flag_get).size(), 1U);
+  });
+}
+
 TEST_F(EveryMessage, ThatIsFlatIsReadWhateverLiesBehindItsImage) {
   each_flat([](const message &message) {
     const owned_record record = full_record(message);
