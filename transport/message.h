@@ -16,11 +16,13 @@ constexpr uint32_t fnv1a(const char *text, uint32_t hash = 0x811C9DC5) {
   return hash;
 }
 
-// The message's part of a record's name, <namespace>_<message>; null when the name is another.
-constexpr const char *message_part(const char *name, const char *wire_namespace) {
-  while (*wire_namespace != 0 && *name == *wire_namespace)
-    name++, wire_namespace++;
-  return *wire_namespace == 0 && *name == '_' ? name + 1 : nullptr;
+// Where the message's part of a record's name, <namespace>_<message>, begins; 0 when the name is
+// another.
+constexpr uint32_t message_part(const char *name, const char *wire_namespace) {
+  uint32_t at = 0;
+  while (wire_namespace[at] != 0 && name[at] == wire_namespace[at])
+    at++;
+  return wire_namespace[at] == 0 && name[at] == '_' ? at + 1 : 0;
 }
 
 // Never defined: a call makes constant evaluation fail under this name.
@@ -29,10 +31,11 @@ void record_name_must_be_namespace_and_message();
 // Identifier of Record's message: the hash of "<namespace>.<message>".
 template <class Record>
 consteval uint32_t message_id(const char *wire_namespace) {
-  const char *const message = message_part(wire::schema<Record>::name, wire_namespace);
-  if (message == nullptr)
+  const char *const name = wire::schema<Record>::name;
+  const uint32_t message = message_part(name, wire_namespace);
+  if (message == 0)
     record_name_must_be_namespace_and_message();
-  return fnv1a(message, fnv1a(".", fnv1a(wire_namespace)));
+  return fnv1a(name + message, fnv1a(".", fnv1a(wire_namespace)));
 }
 
 // The exported functions of a message type; MESH_FIB6_EXPORT specialises it.

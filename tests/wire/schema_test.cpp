@@ -50,13 +50,13 @@ TEST(SchemaNames, OfAVectorAreItsCountsAndItsOwn) {
 }
 
 TEST(MessageName, IsWhatStandsBehindTheNamespace) {
-  EXPECT_STREQ(transport::message_part("fib6_cfg_query", "fib6_cfg"), "query");
-  EXPECT_STREQ(transport::message_part("fib6_cfg_query", "fib6"), "cfg_query");
-  EXPECT_EQ(transport::message_part("fib6_cfg_query", "fib7"), nullptr);
-  EXPECT_EQ(transport::message_part("fib6_cfg_query", "fib6_c"), nullptr);
-  EXPECT_EQ(transport::message_part("fib6", "fib6"), nullptr);
-  EXPECT_EQ(transport::message_part("fib6", "fib6_cfg"), nullptr);
-  EXPECT_EQ(transport::message_part("fibs_query", "fib6"), nullptr);
+  EXPECT_EQ(transport::message_part("fib6_cfg_query", "fib6_cfg"), 9U);
+  EXPECT_EQ(transport::message_part("fib6_cfg_query", "fib6"), 5U);
+  EXPECT_EQ(transport::message_part("fib6_cfg_query", "fib7"), 0U);
+  EXPECT_EQ(transport::message_part("fib6_cfg_query", "fib6_c"), 0U);
+  EXPECT_EQ(transport::message_part("fib6", "fib6"), 0U);
+  EXPECT_EQ(transport::message_part("fib6", "fib6_cfg"), 0U);
+  EXPECT_EQ(transport::message_part("fibs_query", "fib6"), 0U);
 }
 
 // The test vectors of http://www.isthe.com/chongo/tech/comp/fnv/.
