@@ -54,6 +54,9 @@ public:
     return write_arrays(cursor, record);
   }
 
+  // The table written last has been copied to `at`, and what it was written to may go.
+  void moved_to(const uint8_t *at) { previous_ = at; }
+
 private:
   template <uint32_t Size>
   [[gnu::always_inline]] void copy_piece(uint8_t *at, uint32_t done) const {
@@ -155,8 +158,10 @@ template <class Record>
       const bool is_exposed = count - i <= constants::exposed;
       uint8_t *const to = is_exposed ? aside : at;
       const auto size = static_cast<uint32_t>(writer.write(to, elements[i]) - to);
-      if (is_exposed)
+      if (is_exposed) {
         memcpy(at, aside, size); // cppcheck-suppress uninitvar // the writer has filled it
+        writer.moved_to(at);
+      }
       at += size;
     }
   }
