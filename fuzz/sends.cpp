@@ -82,6 +82,7 @@ void encode(uint32_t which, const void *record, uint32_t byte_swap) {
     return;
   }
   memcpy(form.bytes, encoded.bytes, encoded.written);
+  memset(form.bytes + encoded.written, 0, encoded.size - encoded.written); // nothing of the heap
   form.written = encoded.written;
   form.size = encoded.size;
 }
@@ -144,7 +145,7 @@ void check_messages(const platform::send &call) {
                    message.name, i, descriptor.id, descriptor.length, form.size);
     if (first != nullptr && descriptor.data != first + used)
       return found("%s: message %u is not where it should be", message.name, i);
-    if (memcmp(descriptor.data, form.bytes, form.written) != 0)
+    if (memcmp(descriptor.data, form.bytes, form.size) != 0)
       return found("%s: message %u has other bytes than its record", message.name, i);
     used += form.size;
   }

@@ -32,6 +32,15 @@ private:
   uint8_t *bytes_;
 };
 
+// Encodes a record of `size` encoded bytes into a block of ours. A byte vector that is not null but
+// empty adds bytes to the size that nobody writes: they are cleared, or what the heap held would
+// leave the process.
+void write_message(const tree_message &message, uint8_t *data, const void *record, uint32_t size) {
+  const uint32_t written = message.write(message.unit, data, record);
+  if (__builtin_expect(written < size, false))
+    memset(data + written, 0, size - written);
+}
+
 // The i-th record of a caller's array, whose type only the message knows.
 const void *record_at(const void *records, uint32_t record_size, uint32_t i) {
   return records == nullptr ? nullptr
@@ -53,7 +62,7 @@ uint32_t send_block_of_one(const tree_message &message, uint32_t destination, co
   const send_block block(message.unit, size, message.single_tag);
   if (block.bytes() == nullptr)
     return send_failed;
-  message.write(message.unit, block.bytes(), record);
+  write_message(message, block.bytes(), record, size);
   const msg_desc descriptor{block.bytes(), message.id, size};
   return hand_over(destination, &descriptor, 1, target);
 }
@@ -70,13 +79,15 @@ uint32_t send_batch(const tree_message &message, uint32_t destination, const voi
   uint8_t *const descriptors = block.bytes() + arena_size;
   uint32_t used = 0;
   for (uint32_t i = 0; i < count; i++) {
+    if (used >= arena_size) // no message is empty, so the next record is not looked at
+      return send_failed;
     const void *const record = record_at(records, message.record_size, i);
     uint8_t *const data = block.bytes() + used;
     const uint32_t remaining = arena_size - used;
     const uint32_t size = message.size(record);
     if (size == 0 || size > remaining)
       return send_failed;
-    message.write(message.unit, data, record);
+    write_message(message, data, record, size);
     store_descriptor(descriptors, i, {data, message.id, size});
     used += size;
   }

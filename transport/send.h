@@ -31,7 +31,8 @@ struct tree_message {
   uint32_t id;
   uint32_t record_size;
   uint32_t (*size)(const void *record); // 0: cannot be encoded
-  uint32_t (*write)(runtime::unit &unit, uint8_t *buffer, const void *record); // size() bytes
+  // Returns the bytes written: size(), or less where byte vectors are empty but not null.
+  uint32_t (*write)(runtime::unit &unit, uint8_t *buffer, const void *record);
   const char *single_tag; // tags of the operations' allocations
   const char *batch_tag;
 };

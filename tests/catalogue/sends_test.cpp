@@ -87,7 +87,7 @@ void expect_outcome(const message &message, const record_array &records, uint64_
   expect_sent(message, records, target);
   expect_block(message, block_size(message, records, batch), operation);
   EXPECT_TRUE(fake_osal::log_lines().empty());
-  forget(message);
+  forget();
 }
 
 TEST_F(EveryMessage, ThatIsFlatTravelsAsAnImageOfItsConstantLength) {

@@ -49,10 +49,6 @@ void set_clean_result(uint32_t result);
 // When set, sends copy nothing (for huge batches); only addresses and counts are kept.
 void copy_payloads(bool copy);
 
-// The last bytes of every message sent until reset() may be undefined: a byte vector that is not
-// null but has length 0 adds 8 bytes to a message, which nobody writes. Everything else is checked.
-void expect_untouched_tail(uint32_t bytes);
-
 // Called at the end of every mesh call, before it returns to the library: what has been released
 // by then? The observer may ask the doubles and may send.
 using send_observer = std::function<void(const send &)>;

@@ -3,6 +3,7 @@
 //
 // Room: tests.
 #include "tests/support/definedness.h"
+#include "tests/support/guarded_buffer.h"
 #include "tests/transport/sending.h"
 
 #include <pthread.h>
@@ -233,6 +234,18 @@ TEST_F(TreeSends, AFullDataAreaTakesNoFurtherRecordHoweverSmall) {
     const uint32_t result =
         operations<M>::sendbatch(destination, records.data(), records.count(), 0);
     expect_failed_batch<M>(result, data_area + descriptor_size * records.count());
+  });
+}
+
+// The record behind the last that fits lies where reading it faults.
+TEST_F(TreeSends, AFullDataAreaFailsTheBatchBeforeTheNextRecordIsRead) {
+  each_tree([]<class M> {
+    const tree_records<M> records = exactly_full<M>();
+    ASSERT_EQ(records.total(), 65536u);
+    const guarded_buffer array(records.data(), records.count() * sizeof(M));
+    const uint32_t result = operations<M>::sendbatch(
+        destination, reinterpret_cast<const M *>(array.data()), records.count() + 1, 0);
+    expect_failed_batch<M>(result, data_area + descriptor_size * (records.count() + 1));
   });
 }
 

@@ -32,6 +32,7 @@ struct operations;
     static constexpr auto unpack = &M##__unpack;                                                   \
     static constexpr auto release = &M##_free__unpacked;                                           \
     static constexpr auto sendsingle = &M##__sendsingle;                                           \
+    static constexpr auto sendbatch = &M##__sendbatch;                                             \
     static mesh_fib6::runtime::unit &recv_unit() { return mesh_fib6::MODULE::recv_unit; }          \
     static mesh_fib6::runtime::unit &send_unit() { return mesh_fib6::MODULE::send_unit; }          \
   }
