@@ -73,7 +73,7 @@ struct reversed_order {
   }
 };
 
-// The unit's flag, read once per call: one call never mixes orders.
+// The unit's flag. Read once per call, but for a first binding, which clears it: see unpack().
 inline uint32_t byte_swap_of(const runtime::unit &unit) {
   return __atomic_load_n(&unit.byte_swap, __ATOMIC_RELAXED);
 }

@@ -173,21 +173,18 @@ class decoder : Steps {
 public:
   decoder(runtime::unit &unit, Order order, const received &in) : Steps(order, in), unit_(unit) {}
 
-  template <root_form Form, class Record>
-  void decode_root(Record &record) {
+  // The header of the root table; logs under `function` what is wrong with it.
+  bool open_root(const char *function, table_ref &table) {
     const auto root = this->template load<uint32_t>(0);
-    table_ref table{};
-    if constexpr (Form == root_form::header_first) {
-      if (!open_root(root, names<Record>::unpack.text, table))
-        return;
-      runtime::bind_cache(unit_);
-      clear_memory(&record, sizeof record);
-    } else {
-      runtime::bind_cache(unit_);
-      clear_memory(&record, sizeof record);
-      if (!open_root(root, names<Record>::unpack_non_root.text, table))
-        return;
-    }
+    if constexpr (Order::is_common)
+      return open_table(unit_, in_, order_, root, function, table);
+    return open(root, function, table);
+  }
+
+  // What the root table holds, into a zeroed record; what was allocated goes back when it is
+  // refused.
+  template <class Record>
+  void read_root(const table_ref &table, Record &record) {
     if (!read_fields(table, record, names<Record>::unpack.text))
       release(unit_, &record);
   }
@@ -196,12 +193,6 @@ private:
   bool open(uint32_t at, const char *function, table_ref &table) {
     return open_table_by_call(unit_, in_, order_, at, function, table);
   }
-  bool open_root(uint32_t at, const char *function, table_ref &table) {
-    if constexpr (Order::is_common)
-      return open_table(unit_, in_, order_, at, function, table);
-    return open(at, function, table);
-  }
-
   // Fields of a table into a zeroed record. `decoding` names the function on whose behalf members
   // are allocated.
   template <class Record>
@@ -373,36 +364,74 @@ inline bool accept(runtime::unit &unit, const uint8_t *buffer, uint32_t length, 
   return false;
 }
 
+// Decodes in the common order. `found` is the root table when its header has been read already.
+template <root_form Form, class Record>
+[[gnu::noinline]] void decode_native(runtime::unit &unit, const received in, Record &record,
+                                     const table_ref *found) {
+  decoder decode(unit, native_order{}, in);
+  table_ref table{};
+  if constexpr (Form == root_form::header_first) {
+    if (__builtin_expect(found != nullptr, false))
+      table = *found;
+    else if (!decode.open_root(names<Record>::unpack.text, table))
+      return;
+    runtime::bind_cache(unit);
+    clear_memory(&record, sizeof record);
+  } else {
+    clear_memory(&record, sizeof record);
+    if (!decode.open_root(names<Record>::unpack_non_root.text, table))
+      return;
+  }
+  decode.read_root(table, record);
+}
+
+// Decodes in the order that a flag other than 0 asks for. A first binding clears the flag: then
+// only the header, which is read before it, is reversed.
 template <root_form Form, class Record>
 [[gnu::cold, gnu::noinline]] void decode_reversed(runtime::unit &unit, uint32_t flag,
                                                   const received in, Record &record) {
-  decoder(unit, reversed_order{flag == 1}, in).template decode_root<Form>(record);
+  decoder decode(unit, reversed_order{flag == 1}, in);
+  table_ref table{};
+  if constexpr (Form == root_form::header_first) {
+    if (!decode.open_root(names<Record>::unpack.text, table))
+      return;
+    runtime::bind_cache(unit);
+    const uint32_t bound_flag = byte_swap_of(unit);
+    if (bound_flag == 0)
+      return decode_native<Form>(unit, in, record, &table);
+    clear_memory(&record, sizeof record);
+    decoder(unit, reversed_order{bound_flag == 1}, in).read_root(table, record);
+  } else {
+    clear_memory(&record, sizeof record);
+    if (decode.open_root(names<Record>::unpack_non_root.text, table))
+      decode.read_root(table, record);
+  }
 }
 
-template <root_form Form, class Record>
-[[gnu::noinline]] void decode_native(runtime::unit &unit, const received in, Record &record) {
-  decoder(unit, native_order{}, in).template decode_root<Form>(record);
-}
-
-// Decodes into *record; see M__unpack in modules/message_api.h for the contract.
+// Decodes into *record; see M__unpack in modules/message_api.h for the contract. The table form
+// binds before it reads a value, the other one behind the header: a flag that was set before the
+// unit's first use matters to that header and to nothing else.
 template <root_form Form, class Record>
 [[gnu::always_inline]] inline uint32_t unpack(runtime::unit &unit, const uint8_t *buffer,
                                               uint32_t length, Record *record) {
   if (!accept(unit, buffer, length, record, names<Record>::unpack.text))
     return sizeof(Record);
   const received in{buffer, length};
+  if constexpr (Form == root_form::table)
+    runtime::bind_cache(unit);
   const uint32_t flag = byte_swap_of(unit);
   if constexpr (!is_tree<Record>()) {
     // Flat messages mostly come from a peer's send operation.
     if (__builtin_expect(flag == 0, true) && read_image(buffer, length, *record)) {
-      runtime::bind_cache(unit);
+      if constexpr (Form == root_form::header_first)
+        runtime::bind_cache(unit);
       return sizeof(Record);
     }
   }
   if (__builtin_expect(flag != 0, false))
     decode_reversed<Form>(unit, flag, in, *record);
   else
-    decode_native<Form>(unit, in, *record);
+    decode_native<Form>(unit, in, *record, nullptr);
   return sizeof(Record);
 }
 
