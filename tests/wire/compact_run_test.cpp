@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <set>
+#include <utility>
 
 namespace {
 
@@ -299,6 +301,28 @@ protected:
     return list;
   }
 
+  // Five elements with these scalars, all but the first and the last with their vtables at that
+  // place. Of the third one's vtable the bytes from `from` up to `to` are zero.
+  void try_zeroed_stretch(vtable_place place, uint32_t from, uint32_t to, uint32_t mask) {
+    SCOPED_TRACE("bytes " + std::to_string(from) + " to " + std::to_string(to) + ", scalars " +
+                 std::to_string(mask));
+    scene made = scene_of(5, 2, fill::dense);
+    for (uint32_t i = 0; i < 5; ++i) {
+      made.in.elements[i] = compact(type(), filled(type(), i, mask));
+      if (i != 0 && i != 4)
+        made.in.elements[i].place = place;
+    }
+    message whole = message_of(made.in);
+    whole.tail.resize(64); // so that nothing is too close to the end to be read at once
+    laid_message laid(whole);
+    for (uint32_t at = from; at < to; at += 2)
+      laid.set_u16(laid.at[0][2].vtable + at, 0);
+    for (uint32_t slot = 0; slot < type().slots(); ++slot)
+      if (from == 0 || (4 + 2 * slot >= from && 4 + 2 * slot < to)) // without a size none is left
+        made.it().values.clear(slot);
+    expect_read(laid.wire, made.in.elements);
+  }
+
   bool needs_arrays_ = false;
 
 private:
@@ -435,6 +459,24 @@ TEST_F(CompactRun, GoesOnBehindAVtableThatIsAllZeros) {
     made.it().values = fields(type());
     made.it().stated_size = 0;
     made.it().stated_table_size = 0;
+  });
+}
+
+// Behind an element, ours or one that lies otherwise, comes one whose vtable is the same but for a
+// stretch of zeros. A reader that has kept only a part of the vtable before, or nothing, would take
+// the two for the same and read fields that are not there.
+TEST_F(CompactRun, LosesTheSlotsOfAZeroedStretchOfAVtable) {
+  for_each_type([&] {
+    const uint32_t size = type().vtable_size();
+    std::set<std::pair<uint32_t, uint32_t>> stretches{{0, size}};
+    for (uint32_t from = 0; from < size; from += 16)
+      stretches.insert({from, std::min(from + 16, size)});
+    if (size > 16)
+      stretches.insert({size - 16, size});
+    for (const auto &[from, to] : stretches)
+      for (uint32_t lacking = 0; lacking <= type().scalars().size(); ++lacking)
+        for (const vtable_place place : {vtable_place::before, vtable_place::behind})
+          try_zeroed_stretch(place, from, to, ~((1U << lacking) - 1));
   });
 }
 
