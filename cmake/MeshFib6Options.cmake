@@ -40,7 +40,8 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   endif()
   set(branch_protection -fcf-protection=full)
 else()
-  set(branch_protection -mbranch-protection=standard)
+  # Atomic instructions where they stand: calls of them would need libgcc.
+  set(branch_protection -mbranch-protection=standard -mno-outline-atomics)
 endif()
 
 if(NOT MESH_FIB6_SHUFFLES)

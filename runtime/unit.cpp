@@ -1,10 +1,11 @@
 // Binding of a unit to the hosting process's OSAL.
 //
-// Room: runtime. The only file that calls dlsym, malloc or free.
+// Room: runtime. The only file that calls dlsym, malloc, free or getpid.
 #include "runtime/unit.h"
 
 #include <cstdlib>
 #include <dlfcn.h>
+#include <unistd.h>
 
 namespace mesh_fib6::runtime {
 namespace {
@@ -13,6 +14,36 @@ namespace {
 template <class Function>
 Function *look_up(const char *name) {
   return reinterpret_cast<Function *>(dlsym(RTLD_DEFAULT, name));
+}
+
+// A process that is forked in the middle of a first binding inherits a lock that a thread of its
+// parent holds and that nobody here would ever release. So the first binding in a process that has
+// not used the unit's locks makes them anew, along with what the parent's thread had half done.
+// (Handlers of pthread_atfork would have to hold twelve locks while the OSAL's own handlers run.)
+void own_locks(unit &unit) {
+  const pid_t mine = getpid();
+  pid_t process = __atomic_load_n(&unit.process, __ATOMIC_ACQUIRE);
+  while (process != mine) {
+    if (process == -mine) { // another thread is at it, for a few instructions
+      process = __atomic_load_n(&unit.process, __ATOMIC_ACQUIRE);
+      continue;
+    }
+    const bool is_inherited = process != 0;
+    if (!__atomic_compare_exchange_n(&unit.process, &process, is_inherited ? -mine : mine, false,
+                                     __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))
+      continue;
+    if (is_inherited) {
+      unit_runtime &runtime = unit.runtime;
+      runtime.bind_lock = PTHREAD_MUTEX_INITIALIZER;
+      runtime.cache_lock = PTHREAD_MUTEX_INITIALIZER;
+      if (runtime.cache_bound == 0) {
+        runtime.cache_alloc = heap_alloc;
+        runtime.cache_free = heap_free;
+      }
+      __atomic_store_n(&unit.process, mine, __ATOMIC_RELEASE);
+    }
+    return;
+  }
 }
 
 } // namespace
@@ -24,7 +55,9 @@ void heap_free(void *block, uint32_t, const char *) {
   free(block);
 }
 
-void bind_general_once(unit_runtime &runtime) {
+void bind_general_once(unit &unit) {
+  own_locks(unit);
+  unit_runtime &runtime = unit.runtime;
   pthread_mutex_lock(&runtime.bind_lock);
   if (runtime.bound == 0) {
     if (runtime.log_write == nullptr)
@@ -42,6 +75,7 @@ void bind_general_once(unit_runtime &runtime) {
 }
 
 void bind_cache_once(unit &unit) {
+  own_locks(unit);
   unit_runtime &runtime = unit.runtime;
   pthread_mutex_lock(&runtime.cache_lock);
   if (runtime.cache_bound == 0) {

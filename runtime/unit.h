@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <pthread.h>
+#include <sys/types.h>
 
 namespace mesh_fib6::runtime {
 
@@ -47,6 +48,10 @@ struct unit {
   // 0: the wire is as memory is (little-endian). Non-zero: every multi-byte value is reversed, but
   // words of fixed arrays only when it is exactly 1. Written at load and under cache_lock.
   uint32_t byte_swap = 0;
+
+  // The process whose threads the two locks know, negative while one of them makes the locks anew;
+  // 0 before the first binding. See own_locks() in unit.cpp.
+  pid_t process = 0;
 };
 
 // What each unit's load routine does. Atomic, so that no compiler concludes that there is nothing
@@ -56,13 +61,13 @@ inline void clear_byte_swap(unit &unit) {
 }
 
 // The slow half of the two bindings: lock, test again, look the symbols up, set the flag last.
-void bind_general_once(unit_runtime &runtime);
+void bind_general_once(unit &unit);
 void bind_cache_once(unit &unit);
 
 // Binds log_write, mem_alloc and mem_free. Any thread; costs one flag test once bound.
 inline void bind_general(unit &unit) {
   if (__builtin_expect(__atomic_load_n(&unit.runtime.bound, __ATOMIC_ACQUIRE) == 0, false))
-    bind_general_once(unit.runtime);
+    bind_general_once(unit);
 }
 
 // Binds cache_alloc and cache_free and clears byte_swap. Any thread; one flag test once bound.

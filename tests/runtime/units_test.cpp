@@ -72,7 +72,21 @@ const unit *const fib6_send = &mesh_fib6::fib6::send_unit;
 const unit *const cfg_recv = &mesh_fib6::fib6_cfg::recv_unit;
 const unit *const cfg_send = &mesh_fib6::fib6_cfg::send_unit;
 
+// Before the load routines run, whose priority is the default: zero is what the flags hold anyway.
+bool flags_were_set = false;
+[[gnu::constructor(101)]] void set_all_flags() {
+  for (unit *each : all_units())
+    each->byte_swap = 0x5A5A5A5A;
+  flags_were_set = true;
+}
+
 // Before anything resets them: the state that loading leaves. A ctest entry of its own process.
+TEST(SixUnitsAfterLoading, HaveHadTheirByteOrderFlagsClearedByTheirLoadRoutines) {
+  ASSERT_TRUE(flags_were_set);
+  for (const unit *each : all_units())
+    EXPECT_EQ(each->byte_swap, 0U);
+}
+
 TEST(SixUnitsAfterLoading, AreUnboundWithDefaultsAndByteOrderZero) {
   for (const unit *each : all_units())
     expect_defaults(*each);
