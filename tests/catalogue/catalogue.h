@@ -19,6 +19,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace catalogue {
 
@@ -342,12 +343,12 @@ void for_each_message(Visit visit) {
 }
 
 // The row of a record type. Throws when there is none.
-inline const message &row_of(const std::string &name) {
+inline const message &row_of(std::string_view name) {
   for (const module_row &module : modules)
     for (const message &message : module.messages)
       if (message.name == name)
         return message;
-  throw std::out_of_range(name);
+  throw std::out_of_range("no message has this name");
 }
 
 } // namespace catalogue
