@@ -70,9 +70,13 @@ inline void bind_general(unit &unit) {
     bind_general_once(unit);
 }
 
+inline bool is_cache_bound(const unit &unit) {
+  return __atomic_load_n(&unit.runtime.cache_bound, __ATOMIC_ACQUIRE) != 0;
+}
+
 // Binds cache_alloc and cache_free and clears byte_swap. Any thread; one flag test once bound.
 inline void bind_cache(unit &unit) {
-  if (__builtin_expect(__atomic_load_n(&unit.runtime.cache_bound, __ATOMIC_ACQUIRE) == 0, false))
+  if (__builtin_expect(!is_cache_bound(unit), false))
     bind_cache_once(unit);
 }
 

@@ -408,6 +408,24 @@ template <root_form Form, class Record>
   }
 }
 
+template <root_form Form, class Record>
+[[gnu::always_inline]] inline void decode(runtime::unit &unit, uint32_t flag, const received in,
+                                          Record &record) {
+  if (__builtin_expect(flag != 0, false))
+    decode_reversed<Form>(unit, flag, in, record);
+  else
+    decode_native<Form>(unit, in, record, nullptr);
+}
+
+// The table form's first decode of a unit. Apart, so that no other has to keep its arguments for
+// after a call that binds.
+template <class Record>
+[[gnu::cold, gnu::noinline]] void bind_and_decode(runtime::unit &unit, const received in,
+                                                  Record &record) {
+  runtime::bind_cache(unit);
+  decode<root_form::table>(unit, byte_swap_of(unit), in, record);
+}
+
 // Decodes into *record; see M__unpack in modules/message_api.h for the contract. The table form
 // binds before it reads a value, the other one behind the header: a flag that was set before the
 // unit's first use matters to that header and to nothing else.
@@ -417,8 +435,12 @@ template <root_form Form, class Record>
   if (!accept(unit, buffer, length, record, names<Record>::unpack.text))
     return sizeof(Record);
   const received in{buffer, length};
-  if constexpr (Form == root_form::table)
-    runtime::bind_cache(unit);
+  if constexpr (Form == root_form::table) {
+    if (__builtin_expect(!runtime::is_cache_bound(unit), false)) {
+      bind_and_decode(unit, in, *record);
+      return sizeof(Record);
+    }
+  }
   const uint32_t flag = byte_swap_of(unit);
   if constexpr (!is_tree<Record>()) {
     // Flat messages mostly come from a peer's send operation.
@@ -428,10 +450,7 @@ template <root_form Form, class Record>
       return sizeof(Record);
     }
   }
-  if (__builtin_expect(flag != 0, false))
-    decode_reversed<Form>(unit, flag, in, *record);
-  else
-    decode_native<Form>(unit, in, *record, nullptr);
+  decode<Form>(unit, flag, in, *record);
   return sizeof(Record);
 }
 
