@@ -47,7 +47,7 @@ packed_message pack(const feiBrokerFib6_ipv6FwdUpdateMsg &message, uint8_t *buff
 uint64_t unpacked_entries(const packed_message &packed) {
   feiBrokerFib6_ipv6FwdUpdateMsg message{};
   feiBrokerFib6_ipv6FwdUpdateMsg__unpack(packed.bytes, packed.length, &message);
-  const uint32_t entries = message.f1 != nullptr ? message.f1_count : 0;
+  const uint64_t entries = entries_of(message).size();
   feiBrokerFib6_ipv6FwdUpdateMsg_free__unpacked(&message);
   return entries;
 }

@@ -9,8 +9,10 @@ namespace {
 
 int run(int argc, char **argv) {
   example::receiver_options options;
-  example::command_line app("Receives IPv6 tables until it is interrupted.\n"
-                            "Exit status: 0 ended when asked to, 1 failed, 2 wrong usage.");
+  example::command_line app(
+      "Receives IPv6 tables until it is interrupted.\n"
+      "Exit status: 0 ended when asked to, 1 failed, 2 wrong usage, 3 ended when\n"
+      "asked to, but messages were lost, refused or of no use.");
   app.add_option("--destination", options.destination, "Where to attach");
   app.add_option("--write-table", options.table_path, "Write a complete table to this file as text",
                  example::command_line::initial::hidden);

@@ -106,12 +106,12 @@ bool read_record(const feiBrokerFib6_nhp6GroupUpdateMsg &record, uint32_t &numbe
   const uint32_t vrf = record.f1.f0;
   number = record.f1.f1;
   members.clear();
-  for (uint32_t i = 0; i < record.f2_count; i++) {
-    members.push_back({record.f2[i].f2, record.f2[i].f3});
-    if (!same_record(record.f2[i], member_record(vrf, number, members.back())))
+  for (const feiBrokerFib6_nhp6GroupNode &node : entries_of(record)) {
+    members.push_back({node.f2, node.f3});
+    if (!same_record(node, member_record(vrf, number, members.back())))
       return false;
   }
-  return same_record(record.f1, group_record(vrf, number, members.size()));
+  return !members.empty() && same_record(record.f1, group_record(vrf, number, members.size()));
 }
 
 } // namespace example

@@ -36,10 +36,14 @@
 //     f1   phase                               a receiver notices a lost, repeated or unreadable
 //     f2   routes in the sender's table        message by it.
 //
+// No message is empty: an update or deletion has at least one entry, a sender's table at least one
+// route. So a message in which the decoder found nothing is one that it refused.
+//
 // The address words are copied, not converted: both ends must keep words in the same byte order,
 // which holds on one machine and between little-endian ones.
 #pragma once
 
+#include "examples/decoded.h"
 #include "examples/route_table.h"
 #include "modules/fib6/fib6.h"
 
@@ -76,6 +80,16 @@ feiBrokerFib6_ipv6FwdKey key_record(const route_key &key);
 feiBrokerFib6_nhp6Std next_hop_record(uint32_t number, const next_hop &hop);
 feiBrokerFib6_nhp6Group group_record(uint32_t vrf, uint32_t number, size_t members);
 feiBrokerFib6_nhp6GroupNode member_record(uint32_t vrf, uint32_t group, const group_member &member);
+
+// The entries of a message, decoded or to be sent. An update with its own header keeps them in f2,
+// the plain messages keep them in f1.
+template <class Message>
+auto entries_of(const Message &message) {
+  if constexpr (requires { message.f2_count; })
+    return elements(message.f2, message.f2_count);
+  else
+    return elements(message.f1, message.f1_count);
+}
 
 // The way back. False: the record breaks the agreement, and the outputs mean nothing.
 bool read_record(const feiBrokerFib6_ipv6Fwd &record, route_key &key, route &entry);

@@ -32,16 +32,12 @@ constexpr size_t most_messages_a_call = 16;
 template <class Message>
 using send_function = uint32_t(uint32_t, const Message *, uint32_t);
 
-// An update with its own header keeps its entries in f2, the plain messages keep them in f1.
 template <class Message>
-uint32_t entries_of(const Message &message) {
-  if constexpr (requires { message.f2_count; })
-    return message.f2_count;
-  // cppcheck-suppress identicalConditionAfterEarlyExit ; it does not tell requirements apart
-  else if constexpr (requires { message.f1_count; })
-    return message.f1_count;
-  else
-    return 0;
+size_t entry_count(const Message &message) {
+  return entries_of(message).size();
+}
+size_t entry_count(const feiBrokerFib6_pidStateMsg &) {
+  return 0;
 }
 
 // Numbers messages and sends them to one destination, in order.
@@ -60,7 +56,7 @@ public:
       const std::span<Message> now = left.first(fitting(std::span<const Message>(left)));
       for (Message &message : now) {
         message.f0 = ++last_sequence;
-        entries += entries_of(message);
+        entries += entry_count(message);
       }
       check(sendmsg(destination, now.data(), static_cast<uint32_t>(now.size())));
       left = left.subspan(now.size());
@@ -82,7 +78,7 @@ private:
   static size_t fitting(std::span<const Message> messages) {
     size_t count = 0, bytes = 0;
     for (; count < std::min(messages.size(), most_messages_a_call); count++) {
-      bytes += largest_message_frame + entries_of(messages[count]) * largest_entry;
+      bytes += largest_message_frame + entry_count(messages[count]) * largest_entry;
       if (bytes > largest_batch)
         break;
     }

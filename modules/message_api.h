@@ -24,9 +24,13 @@
  *   success. Returns 0, or 0xFFFFFFFF with `*length` untouched when `record` is null, when the
  *   capacity is smaller than the encoded size or when that size exceeds 32 bits.
  *   A null `buffer` with a large enough capacity is a size query: nothing is written, the size is
- *   stored, the result is 0 (and a parameter line is logged). A count must be 0 when its array
- *   pointer is null. A byte vector with a non-null pointer and length 0 is not written, yet adds 8
- *   to the size; those last 8 bytes of the buffer stay as they were.
+ *   stored, the result is 0 (and a parameter line is logged).
+ *   COUNTS MUST MATCH THEIR POINTERS: a count that is not 0 with a null array is the caller's error
+ *   and is not survived, neither here nor by any M__send*: the process reads through the null
+ *   pointer. A record from M__unpack may be like that (see there), so hand one on only after its
+ *   pointers were tested, or with the counts of null pointers set to 0.
+ *   A byte vector with a non-null pointer and length 0 is not written, yet adds 8 to the size; the
+ *   last 8 bytes of the buffer then stay as they were.
  *   Nothing is allocated.
  *       uint32_t length = sizeof buffer;
  *       if (M__pack(&record, buffer, &length) == 0)
@@ -38,12 +42,17 @@
  *   record. Refused before decoding starts (null argument, fewer than 4 bytes; in the header-first
  *   form also a bad root or vtable offset) the record is untouched, so zero it first when in doubt;
  *   refused later, whatever was allocated is released, pointers are null, scalars read so far stay.
+ *   TEST THE POINTER, NOT THE COUNT: counts are scalars that stay. Of a message that was cut short,
+ *   f1_count may be 1000 beside a null f1, and a loop that goes by the count alone is a crash that
+ *   any peer can cause. After M_free__unpacked it is the same.
  *   A record that holds pointers owns the blocks behind them until M_free__unpacked. Absent members
  *   are zero, absent vectors have count 0 and a null pointer. With a null `record` the call only
  *   logs and returns the size: a way to learn how much storage a record needs.
  *       memset(&record, 0, sizeof record);
  *       M__unpack(bytes, size, &record);
- *       use(&record), M_free__unpacked(&record);
+ *       for (i = 0; record.f1 != NULL && i < record.f1_count; i++)
+ *         use(&record.f1[i]);
+ *       M_free__unpacked(&record);
  *
  * void M_free__unpacked(M *record)
  *   Releases what M__unpack allocated inside *record and nulls its pointers; counts stay. Null is

@@ -1,9 +1,13 @@
 // fib6-sender and fib6-receiver by themselves, and what the help texts promise.
 //
 // Room: tests. Includes the examples' helpers; the programs are run, not linked.
+#include "host/mesh_host.h"
+#include "tests/examples/hostile_messages.h"
 #include "tests/examples/program_run.h"
+#include "transport/mesh.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <set>
 #include <sstream>
 
@@ -81,6 +85,30 @@ TEST_F(Programs, SenderSaysThatLinesWereBad) {
   program_run sender(start("fib6-sender", {write_table("2001:db8::/32\nbogus\n")}));
   EXPECT_EQ(sender.status(), 3);
   EXPECT_TRUE(holds(sender.errors(), "table:2: expected an IPv6 prefix"));
+}
+
+// The only case here that sends by itself: a process reads the mesh's settings once.
+TEST_F(Programs, ReceiverSurvivesHostileMessagesAndSaysHowManyItRefused) {
+  program_run receiver(start("fib6-receiver", {}));
+  receiver.wait_for("receiving as destination 6\n");
+  ASSERT_EQ(setenv("MESH_HOST_DIR", (mine() + "/mesh").c_str(), 1), 0);
+  uint64_t sent = 0;
+  for (const encoded_message &message : agreed_messages())
+    for (const encoded_message &attack : hostile(message)) {
+      const msg_desc described{attack.bytes.data(), attack.id,
+                               static_cast<uint32_t>(attack.bytes.size())};
+      ASSERT_EQ(MESH_SendMsg(6, &described, 1), 0u) << ++sent << receiver.errors();
+    }
+  ASSERT_EQ(mesh_host_flush(6, 30'000), 0u) << receiver.errors();
+
+  program_run sender(start("fib6-sender", {"--withdraw", write_table(prefixes(10))}));
+  EXPECT_EQ(sender.status(), 0) << sender.errors();
+  ASSERT_EQ(kill(receiver.pid(), SIGINT), 0);
+  EXPECT_EQ(receiver.status(), 3);
+  const std::string told = receiver.errors();
+  const size_t last = told.rfind("fib6-receiver: of ");
+  ASSERT_NE(last, std::string::npos) << told.substr(0, 2000);
+  EXPECT_TRUE(holds(told.substr(last), " messages refused by the decoder, "));
 }
 
 TEST_F(Programs, ShowTheirHelp) {
