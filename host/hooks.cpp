@@ -56,11 +56,12 @@ message_hooks *find_hooks(uint32_t id) {
 }
 
 // Decoders answer a null record with a log line, which would look like a defect to whoever reads
-// it. The OSAL stand-in can keep it back; where another OSAL is, the line is written.
+// it. The OSAL stand-in can keep it back; where another OSAL is, the line is written. It is looked
+// up each time, which is rare: a static variable would be a lock that a forked child may find
+// taken.
 void hold_log(int hold) {
   using hold_log_fn = void(int);
-  static auto *const held =
-      reinterpret_cast<hold_log_fn *>(dlsym(RTLD_DEFAULT, "osal_host_hold_log"));
+  auto *const held = reinterpret_cast<hold_log_fn *>(dlsym(RTLD_DEFAULT, "osal_host_hold_log"));
   if (held != nullptr)
     held(hold);
 }

@@ -24,6 +24,7 @@ osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <pthread.h>
 #include <unistd.h>
 #include <unordered_map>
 
@@ -94,6 +95,24 @@ void raise(std::atomic<uint64_t> &peak, uint64_t value) {
   va_start(arguments, format);
   write_line(format, arguments);
   va_end(arguments);
+}
+
+// Always all of them in this order; who holds one never asks for another.
+void lock_books() {
+  for (shard &each : host().shards)
+    each.lock.lock();
+}
+void unlock_books() {
+  for (shard &each : host().shards)
+    each.lock.unlock();
+}
+
+// A forked child has one thread, and nobody to give back what another one had locked. So the books
+// are locked while the process is copied, and the child begins with whole ones. The C library
+// forgets these handlers when this library is unloaded.
+[[gnu::constructor]] void guard_forks() {
+  if (const int error = pthread_atfork(lock_books, unlock_books, unlock_books); error != 0)
+    say("osal_host: a forked child may hang: %s", strerror(error));
 }
 
 const char *or_none(const char *text) {
@@ -232,8 +251,7 @@ void osal_host_hold_log(int hold) {
 }
 
 void osal_host_get_accounts(osal_host_accounts *accounts) {
-  for (shard &each : host().shards)
-    each.lock.lock();
+  lock_books();
   const books &counts = host().counts;
   accounts->allocations = counts.allocations;
   accounts->releases = counts.releases;
@@ -244,6 +262,5 @@ void osal_host_get_accounts(osal_host_accounts *accounts) {
   accounts->failed_allocations = counts.failed_allocations;
   accounts->wrong_releases = counts.wrong_releases;
   accounts->log_lines = counts.log_lines;
-  for (shard &each : host().shards)
-    each.lock.unlock();
+  unlock_books();
 }

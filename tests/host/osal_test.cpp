@@ -6,6 +6,9 @@
 #include "runtime/osal.h"
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -216,6 +219,64 @@ TEST(Osal, WritesItsBooksWhenTheProcessEndsAndTheEnvironmentAsksForThem) {
             std::string::npos)
       << told.text();
 }
+
+// The address sanitizer's own heap does not survive a fork while another thread is inside it.
+#ifndef __SANITIZE_ADDRESS__
+
+// Uses every part of the books in a forked child: blocks of every shard, old ones and new ones.
+[[noreturn]] void be_busy_child(const std::vector<void *> &inherited) {
+  for (void *block : inherited)
+    VRX_OsalMemFree(block, module, "inherited");
+  void *blocks[64];
+  for (void *&block : blocks)
+    block = VRX_OsalMemAlloc(48, module, "child");
+  for (void *block : blocks)
+    VRX_OsalMemFree(block, module, "child");
+  osal_host_hold_log(1);
+  VRX_OsalLogWrite(&names, 2, 22, "", 1, "child", "text");
+  _exit(accounts().wrong_releases == 0 ? 0 : 1);
+}
+
+// The child's status; a child that takes longer than ten seconds is ended and gives SIGKILL.
+int status_of(pid_t child) {
+  int status = -1;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (waitpid(child, &status, WNOHANG) == 0) {
+    if (std::chrono::steady_clock::now() > end)
+      kill(child, SIGKILL);
+    std::this_thread::sleep_for(std::chrono::microseconds(100));
+  }
+  return status;
+}
+
+TEST(Osal, ServesAChildForkedWhileOtherThreadsAllocateAndRelease) {
+  constexpr int forks = 30;
+  std::vector<void *> inherited;
+  for (int i = 0; i < 64; i++)
+    inherited.push_back(VRX_OsalMemAlloc(48, module, "parent"));
+  std::atomic<bool> over{false};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 3; i++)
+    threads.emplace_back([&] {
+      while (!over)
+        VRX_OsalMemFree(VRX_OsalMemAlloc(48, module, "thread"), module, "thread");
+    });
+  for (int i = 0; i < forks && !testing::Test::HasFailure(); i++) {
+    const pid_t child = fork();
+    if (child == 0)
+      be_busy_child(inherited);
+    EXPECT_EQ(status_of(child), 0) << "child " << i << " of " << forks;
+  }
+  over = true;
+  for (std::thread &thread : threads)
+    thread.join();
+  for (void *block : inherited)
+    VRX_OsalMemFree(block, module, "parent");
+  EXPECT_EQ(accounts().live_blocks, 0U);
+  EXPECT_EQ(accounts().wrong_releases, 0U);
+}
+
+#endif
 
 TEST(Osal, CutsALineThatIsTooLong) {
   const captured_stderr told;
