@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <iterator>
 #include <memory>
 #include <type_traits>
 #include <unistd.h>
@@ -258,10 +259,13 @@ std::string route_line_reader::take_route(const word_list &words) {
 std::string route_line_reader::take_further_hop(const word_list &words) {
   if (!after_route)
     return "expected a good route in front of a 'nexthop' line";
-  feed_route changed = feed.routes.back(); // so that a bad line changes nothing
-  if (std::string problem = attribute_parser(words, 0, changed).parse(); !problem.empty())
+  feed_route further; // apart, so that a bad line changes nothing
+  if (std::string problem = attribute_parser(words, 0, further).parse(); !problem.empty())
     return problem;
-  feed.routes.back() = std::move(changed);
+  feed_route &route = feed.routes.back();
+  std::move(further.hops.begin(), further.hops.end(), std::back_inserter(route.hops));
+  if (further.metric)
+    route.metric = further.metric;
   return {};
 }
 

@@ -7,10 +7,30 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstdlib>
 #include <fstream>
+#include <new>
 #include <zlib.h>
 
 using namespace example;
+
+namespace {
+std::atomic<uint64_t> allocated_bytes{0}; // by operator new, so far
+}
+
+void *operator new(size_t size) {
+  allocated_bytes += size;
+  if (void *const block = std::malloc(size != 0 ? size : 1))
+    return block;
+  throw std::bad_alloc();
+}
+void operator delete(void *block) noexcept {
+  std::free(block);
+}
+void operator delete(void *block, size_t) noexcept {
+  std::free(block);
+}
 
 namespace {
 
@@ -162,6 +182,26 @@ TEST(RouteLine, BadNextHopLeavesItsRouteAsItWas) {
   EXPECT_EQ(feed.bad_lines, 1u);
   ASSERT_EQ(feed.routes.size(), 1u);
   EXPECT_TRUE(feed.routes[0].hops.empty());
+}
+
+// Copied at each line, a route that has 2,000 would cost more than a hundred megabytes.
+TEST(RouteLine, OfAFurtherNextHopCostsTheSameHoweverManyThereAre) {
+  constexpr size_t lines = 2000, most_bytes_a_line = 1024;
+  route_line_reader reader("test");
+  reader.take_line("2001:db8::/32 metric 5");
+  const uint64_t before = allocated_bytes;
+  for (size_t i = 0; i < lines; i++)
+    reader.take_line("nexthop via fe80::1 dev eth0 weight 2");
+  EXPECT_LT(allocated_bytes - before, lines * most_bytes_a_line);
+  const route_feed feed = reader.finish();
+  ASSERT_EQ(feed.routes.size(), 1u);
+  EXPECT_EQ(feed.routes[0].hops.size(), lines);
+  EXPECT_EQ(feed.bad_lines, 0u);
+}
+
+TEST(RouteLine, OfAFurtherNextHopMayChangeTheMetricOfItsRoute) {
+  EXPECT_EQ(only_route({"2001:db8::/32 metric 5", "nexthop dev eth0"}).metric, 5u);
+  EXPECT_EQ(only_route({"2001:db8::/32 metric 5", "nexthop dev eth0 metric 6"}).metric, 6u);
 }
 
 TEST(RouteLine, WithAWordNobodyKnowsIsBad) {
