@@ -28,16 +28,22 @@ public:
   // Whether --help shows what the variable holds before the command line is read.
   enum class initial { shown, hidden };
 
+  // A text; an empty one is refused.
   void add_option(const std::string &name, std::string &variable, const std::string &help,
                   initial value = initial::shown);
-  void add_option(const std::string &name, uint32_t &variable, const std::string &help,
-                  initial value = initial::shown);
-  // From 1 to `largest`.
-  void add_count(const std::string &name, uint32_t &variable, uint32_t largest,
-                 const std::string &help);
+
+  struct range {
+    uint32_t least = 0;
+    uint32_t most = UINT32_MAX;
+  };
+  // A number, decimal or hexadecimal behind 0x. The help text and every refusal name the range.
+  void add_number(const std::string &name, uint32_t &variable, range allowed,
+                  const std::string &help, initial value = initial::shown);
+
   void add_flag(const std::string &name, bool &variable, const std::string &help);
 
-  // Nothing when the program may go on, otherwise its exit status.
+  // Nothing when the program may go on, otherwise its exit status: help was asked for and given, or
+  // something is wrong, which was told on standard error with the usage.
   std::optional<int> parse(int argc, char **argv);
 
 private:

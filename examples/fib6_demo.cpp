@@ -218,10 +218,10 @@ void add_options(command_line &app, demo_options &options) {
   app.add_option(
       "TABLE", options.sender.input,
       "File of prefixes or of `ip -6 route` output, gzip or plain; - for standard input");
-  app.add_count("--batch", options.sender.batch, largest_batch_option, "Routes a message");
-  app.add_option("--vrf", options.sender.vrf, "Routing instance of all routes");
-  app.add_option("--destination", options.sender.destination, "Where the receiver attaches");
-  app.add_option("--pause", options.sender.pause_ms,
+  app.add_number("--batch", options.sender.batch, {1, largest_batch_option}, "Routes a message");
+  app.add_number("--vrf", options.sender.vrf, {}, "Routing instance of all routes");
+  app.add_number("--destination", options.sender.destination, {}, "Where the receiver attaches");
+  app.add_number("--pause", options.sender.pause_ms, {},
                  "Milliseconds between two calls that send, to have time to watch",
                  command_line::initial::hidden);
   app.add_option("--keep", options.keep, "Keep both tables as text in this directory",

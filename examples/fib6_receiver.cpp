@@ -13,7 +13,7 @@ int run(int argc, char **argv) {
       "Receives IPv6 tables until it is interrupted.\n"
       "Exit status: 0 ended when asked to, 1 failed, 2 wrong usage, 3 ended when\n"
       "asked to, but messages were lost, refused or of no use.");
-  app.add_option("--destination", options.destination, "Where to attach");
+  app.add_number("--destination", options.destination, {}, "Where to attach");
   app.add_option("--write-table", options.table_path, "Write a complete table to this file as text",
                  example::command_line::initial::hidden);
   app.add_flag("--once", options.once, "End after the first table was withdrawn again");

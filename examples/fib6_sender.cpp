@@ -5,6 +5,8 @@
 #include "examples/program.h"
 #include "examples/sender.h"
 
+#include <filesystem>
+
 namespace {
 
 int run(int argc, char **argv) {
@@ -16,16 +18,17 @@ int run(int argc, char **argv) {
   app.add_option(
       "TABLE", options.input,
       "File of prefixes or of `ip -6 route` output, gzip or plain; - for standard input");
-  app.add_option("--destination", options.destination, "Where the receiver is attached");
-  app.add_count("--batch", options.batch, example::largest_batch_option, "Entries a message");
-  app.add_option("--vrf", options.vrf, "Routing instance of all routes");
-  app.add_option("--pause", options.pause_ms, "Milliseconds between two calls that send",
+  app.add_number("--destination", options.destination, {}, "Where the receiver is attached");
+  app.add_number("--batch", options.batch, {1, example::largest_batch_option}, "Entries a message");
+  app.add_number("--vrf", options.vrf, {}, "Routing instance of all routes");
+  app.add_number("--pause", options.pause_ms, {}, "Milliseconds between two calls that send",
                  example::command_line::initial::hidden);
   app.add_option("--write-table", options.table_path, "Write the table to this file as text",
                  example::command_line::initial::hidden);
   app.add_flag("--withdraw", options.withdraw, "Delete everything again at the end");
   if (const auto status = app.parse(argc, argv))
     return *status;
+  options.receiver = std::filesystem::path(argv[0]).replace_filename("fib6-receiver");
   return example::run_sender(options, nullptr);
 }
 

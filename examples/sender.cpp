@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <functional>
 #include <span>
 #include <thread>
@@ -43,7 +44,8 @@ size_t entry_count(const feiBrokerFib6_pidStateMsg &) {
 // Numbers messages and sends them to one destination, in order.
 class message_sender {
 public:
-  message_sender(uint32_t to, uint32_t pause_ms) : destination(to), pause(pause_ms) {}
+  explicit message_sender(const sender_options &options)
+      : destination(options.destination), pause(options.pause_ms), receiver(options.receiver) {}
 
   // Sends all of them in as few calls as their sizes allow: several messages of one call share a
   // buffer of limited size, while a single one may have any. `sent_entries` is called after each
@@ -58,7 +60,8 @@ public:
         message.f0 = ++last_sequence;
         entries += entry_count(message);
       }
-      check(sendmsg(destination, now.data(), static_cast<uint32_t>(now.size())));
+      check(last_sequence - now.size() + 1,
+            [&] { return sendmsg(destination, now.data(), static_cast<uint32_t>(now.size())); });
       left = left.subspan(now.size());
       if (sent_entries)
         sent_entries(entries);
@@ -68,7 +71,9 @@ public:
   }
 
   // Returns when the receiver has handled everything.
-  void flush() const { check(mesh_host_flush(destination, flush_timeout_ms)); }
+  void flush() const {
+    check(last_sequence, [&] { return mesh_host_flush(destination, flush_timeout_ms); });
+  }
 
   uint64_t messages() const { return last_sequence; }
 
@@ -85,19 +90,37 @@ private:
     return std::max<size_t>(count, 1);
   }
 
-  void check(uint32_t result) const {
+  // Makes a call of the mesh that takes messages from number `first` on.
+  template <class Call>
+  void check(uint64_t first, Call call) const {
+    const auto start = std::chrono::steady_clock::now();
+    const uint32_t result = call();
     if (result == 0)
       return;
+    const std::chrono::duration<double> waited = std::chrono::steady_clock::now() - start;
     const std::string reason = result == MESH_FIB6_FAILED
                                    ? "a message could not be encoded, or memory is short"
                                    : mesh_host_result_text(result);
-    throw failure(
-        formatted("sending to destination %u failed at message %u: ", destination, last_sequence) +
-        reason);
+    throw failure(formatted("sending to destination %u failed at message %s, after %.1f s: ",
+                            destination, grouped(first).c_str(), waited.count()) +
+                  reason + (result == MESH_HOST_NO_RECEIVER ? advice() : ""));
+  }
+
+  // How to start a receiver that this sender will find.
+  std::string advice() const {
+    if (receiver.empty())
+      return {};
+    std::string command;
+    for (const char *name : {"MESH_HOST_DIR", "MESH_HOST_CONFIG"})
+      if (const char *const value = std::getenv(name); value != nullptr && *value != '\0')
+        command += std::string(name) + "=" + quoted(value) + " ";
+    return "\nStart a receiver first, in another terminal:\n    " + command + quoted(receiver) +
+           formatted(" --destination %u", destination);
   }
 
   uint32_t destination;
   std::chrono::milliseconds pause;
+  std::string receiver;
   uint32_t last_sequence = 0;
 };
 
@@ -279,7 +302,7 @@ int run_sender(const sender_options &options, report_channel *parent) {
 
   if (const uint32_t result = fib6_send_init(); result != 0)
     throw failure(std::string("the mesh refused the sender: ") + mesh_host_result_text(result));
-  message_sender sender(options.destination, options.pause_ms);
+  message_sender sender(options);
   const report sent = send_table(sender, table, options);
   if (parent == nullptr)
     print("sent %s in %s\n", counted(table.routes.size(), "route").c_str(),

@@ -18,6 +18,7 @@ struct sender_options {
   uint32_t pause_ms = 0;  // between two calls that send
   bool withdraw = false;  // delete everything at the end without being asked
   std::string table_path; // where to write the table as text; empty: nowhere
+  std::string receiver; // the program to start where nobody receives; empty: that is not for users
 };
 
 inline constexpr uint32_t largest_batch_option = 100'000;

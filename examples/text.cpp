@@ -63,6 +63,17 @@ std::string shown(std::string_view text) {
   return result + (text.size() > readable ? "...'" : "'");
 }
 
+std::string quoted(const std::string &word) {
+  constexpr std::string_view plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                     "0123456789%+,-./:=@_";
+  if (!word.empty() && word.find_first_not_of(plain) == std::string::npos)
+    return word;
+  std::string text = "'";
+  for (const char c : word)
+    text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return text + "'";
+}
+
 std::vector<std::string_view> split_words(std::string_view line) {
   constexpr std::string_view blanks = " \t";
   std::vector<std::string_view> words;

@@ -33,6 +33,9 @@ std::string counted(uint64_t number, std::string_view noun);
 // Input made safe to show: cut to a readable length, what is not printable ASCII as \xNN.
 std::string shown(std::string_view text);
 
+// A word as a shell takes it, quoted where it must be.
+std::string quoted(const std::string &word);
+
 // The words of a line, separated by blanks.
 std::vector<std::string_view> split_words(std::string_view line);
 

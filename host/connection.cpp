@@ -124,6 +124,11 @@ uint32_t connection::connect(deadline until) {
     std::this_thread::sleep_for(pause);
   }
   close_sockets();
+  if (uint64_t skipped = 0; no_receiver_.pass(skipped))
+    tell("nobody receives for destination %u: tried %s for %d ms (MESH_HOST_SEND_TIMEOUT_MS; %llu "
+         "more not told)",
+         destination_, place_.address.c_str(), limits_.send_timeout_ms,
+         static_cast<unsigned long long>(skipped));
   return MESH_HOST_NO_RECEIVER;
 }
 

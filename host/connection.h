@@ -74,7 +74,7 @@ private:
   uint64_t bytes_in_flight_ = 0;
   clock::time_point next_look_{};
   bool was_unlocked_ = false;
-  rate_limit bad_ack_;
+  rate_limit bad_ack_, no_receiver_;
 };
 
 } // namespace mesh_host

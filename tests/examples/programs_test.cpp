@@ -47,10 +47,16 @@ TEST_F(Programs, HandATableOver) {
   EXPECT_EQ(read_text(mine() + "/sent"), read_text(mine() + "/received"));
 }
 
-TEST_F(Programs, SenderSaysThatNobodyReceives) {
-  program_run sender(start("fib6-sender", {write_table(prefixes(5))}));
+TEST_F(Programs, SenderSaysThatNobodyReceivesAndHowToStartAReceiver) {
+  program_run sender(start("fib6-sender", {"--destination", "9", write_table(prefixes(5))}));
   EXPECT_EQ(sender.status(), 1);
-  EXPECT_TRUE(holds(sender.errors(), "fib6-sender: sending to destination 6 failed at message"));
+  const std::string place = mine() + "/mesh";
+  EXPECT_TRUE(holds(sender.errors(), "mesh_host: nobody receives for destination 9: tried ipc://" +
+                                         place + "/9.sock for 500 ms "));
+  EXPECT_TRUE(holds(sender.errors(), "fib6-sender: sending to destination 9 failed at message 1, "
+                                     "after 0.5 s: nobody received for this destination"));
+  EXPECT_TRUE(holds(sender.errors(), "\n    MESH_HOST_DIR=" + place + " " +
+                                         program("fib6-receiver") + " --destination 9\n"));
 }
 
 TEST_F(Programs, SenderEndsWhenTheReceiverIsKilledInTheMiddle) {
@@ -92,12 +98,11 @@ TEST_F(Programs, ReceiverSurvivesHostileMessagesAndSaysHowManyItRefused) {
   program_run receiver(start("fib6-receiver", {}));
   receiver.wait_for("receiving as destination 6\n");
   ASSERT_EQ(setenv("MESH_HOST_DIR", (mine() + "/mesh").c_str(), 1), 0);
-  uint64_t sent = 0;
   for (const encoded_message &message : agreed_messages())
     for (const encoded_message &attack : hostile(message)) {
       const msg_desc described{attack.bytes.data(), attack.id,
                                static_cast<uint32_t>(attack.bytes.size())};
-      ASSERT_EQ(MESH_SendMsg(6, &described, 1), 0u) << ++sent << receiver.errors();
+      ASSERT_EQ(MESH_SendMsg(6, &described, 1), 0u);
     }
   ASSERT_EQ(mesh_host_flush(6, 30'000), 0u) << receiver.errors();
 
@@ -111,11 +116,61 @@ TEST_F(Programs, ReceiverSurvivesHostileMessagesAndSaysHowManyItRefused) {
   EXPECT_TRUE(holds(told.substr(last), " messages refused by the decoder, "));
 }
 
+struct wrong_number {
+  const char *program, *option, *value, *range;
+};
+
+TEST_F(Programs, NameTheOptionAndTheRangeOfANumberThatIsNone) {
+  constexpr const char *any = "0 to 4294967295", *batch = "1 to 100000";
+  const wrong_number wrong_numbers[] = {
+      {"fib6-sender", "--vrf", "-1", any},           {"fib6-demo", "--vrf", "-1", any},
+      {"fib6-sender", "--destination", "1e3", any},  {"fib6-demo", "--destination", "1.5", any},
+      {"fib6-receiver", "--destination", "x", any},  {"fib6-receiver", "--destination", "-1", any},
+      {"fib6-sender", "--batch", "0", batch},        {"fib6-demo", "--batch", "100001", batch},
+      {"fib6-sender", "--pause", "4294967296", any}, {"fib6-demo", "--pause", "0x", any},
+  };
+  for (const auto &[name, option, value, range] : wrong_numbers) {
+    program_run run(start(name, {std::string(option) + "=" + value}));
+    EXPECT_EQ(run.status(), 2) << name;
+    EXPECT_TRUE(holds(run.errors(), std::string(name) + ": " + option +
+                                        ": expected a number from " + range + ", found '" + value +
+                                        "'\nUsage: "));
+    EXPECT_EQ(run.output(), "");
+  }
+}
+
+TEST_F(Programs, RefuseWrongUsageWithStatus2AndSayHowTheyAreUsed) {
+  const std::vector<std::vector<std::string>> wrong{
+      {"fib6-sender", "--bogus"},
+      {"fib6-demo", "one", "two"},
+      {"fib6-receiver", "one"},
+      {"fib6-demo", "--vrf"},
+      {"fib6-receiver", "--once=7"},
+      {"fib6-demo", "--keep", ""},
+      {"fib6-sender", "--vrf=1", "--vrf=2"},
+  };
+  for (const std::vector<std::string> &words : wrong) {
+    program_run run(start(words.front(), {words.begin() + 1, words.end()}));
+    EXPECT_EQ(run.status(), 2) << testing::PrintToString(words);
+    EXPECT_TRUE(run.errors().starts_with(words.front() + ": ")) << run.errors();
+    EXPECT_TRUE(holds(run.errors(), "\nUsage: " + program(words.front())));
+    EXPECT_EQ(run.output(), "");
+  }
+}
+
+TEST_F(Programs, ReadNumbersInDecimalAndInHexadecimal) {
+  program_run sixteen(start("fib6-receiver", {"--destination", "0x10"}));
+  sixteen.wait_for("receiving as destination 16\n");
+  program_run ten(start("fib6-receiver", {"--destination", "010"}));
+  ten.wait_for("receiving as destination 10\n"); // a leading zero is no octal
+}
+
 TEST_F(Programs, ShowTheirHelp) {
   for (const char *name : {"fib6-demo", "fib6-sender", "fib6-receiver"}) {
     program_run run(start(name, {"--help"}));
     EXPECT_EQ(run.status(), 0) << name;
     EXPECT_TRUE(holds(run.output(), "Exit status: 0 ")) << name;
+    EXPECT_TRUE(holds(run.output(), ", 0 to 4294967295\n")) << name;
   }
 }
 
