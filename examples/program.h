@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <exception>
 #include <fcntl.h>
+#include <new>
 #include <unistd.h>
 
 namespace example {
@@ -31,11 +32,14 @@ inline void occupy_standard_descriptors() {
 template <class Body>
 int guarded(const char *program, Body body) noexcept {
   occupy_standard_descriptors();
-  (void)std::signal(SIGPIPE,
-                    SIG_IGN); // a closed pipe is an error to report, not a reason to vanish
+  // A closed pipe and a file that may not grow are errors to report, not reasons to vanish.
+  (void)std::signal(SIGPIPE, SIG_IGN);
+  (void)std::signal(SIGXFSZ, SIG_IGN);
   int status = failed_status;
   try {
     status = body();
+  } catch (const std::bad_alloc &) {
+    complain("%s: not enough memory\n", program);
   } catch (const std::exception &error) {
     complain("%s: %s\n", program, error.what());
   }

@@ -86,8 +86,8 @@ bool tell_problems(const report &told) {
   return false;
 }
 
-// Writes the table down and says how large it is. Runs before the phase message is acknowledged, so
-// a sender that has flushed knows that the table is on disk.
+// Writes the table down and says how large it is. Runs before the phase message is acknowledged:
+// when a sender has flushed, the table is on disk or this receiver ends with an error.
 void end_phase(phase ended, table_receiver &received, const receiver_options &options,
                report_channel *parent) {
   const bool sent = ended == phase::table_sent;

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <set>
 #include <sstream>
+#include <sys/resource.h>
 
 namespace {
 
@@ -114,6 +115,19 @@ TEST_F(Programs, ReceiverSurvivesHostileMessagesAndSaysHowManyItRefused) {
   const size_t last = told.rfind("fib6-receiver: of ");
   ASSERT_NE(last, std::string::npos) << told.substr(0, 2000);
   EXPECT_TRUE(holds(told.substr(last), " messages refused by the decoder, "));
+}
+
+TEST_F(Programs, SenderSaysThatItsTableFileMayNotGrow) {
+  const std::string table = write_table(prefixes(500));
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const rlimit one_page{4096, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &one_page), 0);
+  program_run sender(start("fib6-sender", {"--write-table", mine() + "/sent", table}));
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+  EXPECT_EQ(sender.status(), 1);
+  EXPECT_TRUE(holds(sender.errors(), "fib6-sender: cannot write the table to " + mine() +
+                                         "/sent: File too large\n"));
 }
 
 struct wrong_number {

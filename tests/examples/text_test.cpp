@@ -1,7 +1,9 @@
 // Text that people read, and type.
 //
 // Room: tests. Includes the examples.
+#include "examples/program.h"
 #include "examples/text.h"
+#include "tests/host/captured_stderr.h"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +16,13 @@ TEST(Text, IsQuotedWhereAShellWouldTakeItForSomethingElse) {
   EXPECT_EQ(quoted("/a b/$c"), "'/a b/$c'");
   EXPECT_EQ(quoted("it's"), "'it'\\''s'");
   EXPECT_EQ(quoted(""), "''");
+}
+
+TEST(Text, OfWhatEndsAProgramSaysWhoseEndItIs) {
+  const captured_stderr told;
+  EXPECT_EQ(guarded("one", []() -> int { throw std::bad_alloc(); }), failed_status);
+  EXPECT_EQ(guarded("two", []() -> int { throw failure("the reason"); }), failed_status);
+  EXPECT_EQ(told.text(), "one: not enough memory\ntwo: the reason\n");
 }
 
 } // namespace
