@@ -26,6 +26,20 @@ protected:
   }
 };
 
+// Set for a while in this process, and so in those that it starts.
+class own_variable {
+public:
+  own_variable(const char *named, const std::string &value) : name(named) {
+    setenv(name, value.c_str(), 1);
+  }
+  ~own_variable() { unsetenv(name); }
+  own_variable(const own_variable &) = delete;
+  own_variable &operator=(const own_variable &) = delete;
+
+private:
+  const char *name;
+};
+
 std::set<std::string> long_options(const std::string &help) {
   std::set<std::string> options;
   std::istringstream words(help);
@@ -98,7 +112,7 @@ TEST_F(Programs, SenderSaysThatLinesWereBad) {
 TEST_F(Programs, ReceiverSurvivesHostileMessagesAndSaysHowManyItRefused) {
   program_run receiver(start("fib6-receiver", {}));
   receiver.wait_for("receiving as destination 6\n");
-  ASSERT_EQ(setenv("MESH_HOST_DIR", (mine() + "/mesh").c_str(), 1), 0);
+  const own_variable where("MESH_HOST_DIR", mine() + "/mesh");
   for (const encoded_message &message : agreed_messages())
     for (const encoded_message &attack : hostile(message)) {
       const msg_desc described{attack.bytes.data(), attack.id,
