@@ -62,9 +62,12 @@ void table_receiver::take_as(const void *record) {
 void table_receiver::follow_sequence(uint32_t number) {
   if (number == 0) // refused before its number was read: taken for the one that was due
     number = expected_sequence;
-  if (number != expected_sequence && number != 1) // 1: a new sender
+  if (number == 1) // a new sender
+    unfinished += in_phase ? 1 : 0;
+  else if (number != expected_sequence)
     out_of_sequence++;
   expected_sequence = number + 1;
+  in_phase = true;
 }
 
 void table_receiver::keep(const feiBrokerFib6_ipv6FwdUpdateMsg &message) {
@@ -127,10 +130,12 @@ void table_receiver::keep(const feiBrokerFib6_nhp6DelMsg &message) {
 
 void table_receiver::keep(const feiBrokerFib6_pidStateMsg &message) {
   const auto now = static_cast<phase>(message.f1.f1);
-  if (now == phase::table_sent || now == phase::table_withdrawn)
-    phase_ended(*this, now);
-  else
+  if (now != phase::table_sent && now != phase::table_withdrawn) {
     rejected++;
+    return;
+  }
+  in_phase = false;
+  phase_ended(*this, now);
 }
 
 void table_receiver::spoil_one_route() {
@@ -147,7 +152,8 @@ report table_receiver::told_as(std::string word) const {
            {"groups", table.groups.size()},
            {"refused", refused},
            {"rejected", rejected},
-           {"out_of_sequence", out_of_sequence}}};
+           {"out_of_sequence", out_of_sequence},
+           {"unfinished", unfinished + (in_phase ? 1 : 0)}}};
 }
 
 std::vector<std::string> problems_of(const report &told) {
@@ -158,6 +164,7 @@ std::vector<std::string> problems_of(const report &told) {
   };
   add("refused", "message", " refused by the decoder");
   add("out_of_sequence", "message", " out of sequence (others lost or repeated before)");
+  add("unfinished", "sender", " ended in the middle");
   add("rejected", "item", " rejected");
   add("unusable", "message", " unusable to the mesh");
   return problems;

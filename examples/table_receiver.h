@@ -20,6 +20,7 @@ namespace example {
 //   refused           messages that the decoder refused, or that are as empty as those
 //   rejected          entries and messages that break the agreement, deletions of nothing
 //   out_of_sequence   places where messages are missing or come twice
+//   unfinished        senders that began to send or delete and never said that they were done
 class table_receiver {
 public:
   explicit table_receiver(std::function<void(table_receiver &, phase)> at_phase_end)
@@ -52,6 +53,8 @@ private:
   uint64_t refused = 0;
   uint64_t rejected = 0;
   uint64_t out_of_sequence = 0;
+  uint64_t unfinished = 0; // those that a next sender followed
+  bool in_phase = false;   // somebody sends or deletes
   uint32_t expected_sequence = 1;
 };
 

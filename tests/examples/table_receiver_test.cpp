@@ -164,6 +164,15 @@ TEST_F(TableReceiver, NoticesAMissingMessage) {
   EXPECT_EQ(receiver.told_as("")["out_of_sequence"], 1u);
 }
 
+TEST_F(TableReceiver, NoticesASenderThatEndedInTheMiddle) {
+  table_receiver receiver = filled();
+  EXPECT_EQ(receiver.told_as("")["unfinished"], 1u); // if nothing follows
+  for (const encoded_message &message : messages)
+    deliver(message, receiver);
+  EXPECT_EQ(receiver.told_as("")["unfinished"], 1u);
+  EXPECT_EQ(receiver.told_as("")["out_of_sequence"], 0u);
+}
+
 TEST_F(TableReceiver, RejectsNextHopsOfKindsThatNobodyAgreedUpon) {
   table_receiver receiver = filled();
   feiBrokerFib6_nhp6Std hop = next_hop_record(3, {});
@@ -189,11 +198,19 @@ TEST_F(TableReceiver, RejectsARouteWhosePrefixIsLongerThanAnAddress) {
 }
 
 TEST_F(TableReceiver, NamesEveryKindOfProblem) {
-  const report told{"", {{"refused", 1}, {"out_of_sequence", 2}, {"rejected", 3}, {"unusable", 4}}};
+  const report told{"",
+                    {{"refused", 1},
+                     {"out_of_sequence", 2},
+                     {"unfinished", 3},
+                     {"rejected", 4},
+                     {"unusable", 5}}};
   const std::vector<std::string> expected{
       "1 message refused by the decoder",
-      "2 messages out of sequence (others lost or repeated before)", "3 items rejected",
-      "4 messages unusable to the mesh"};
+      "2 messages out of sequence (others lost or repeated before)",
+      "3 senders ended in the middle",
+      "4 items rejected",
+      "5 messages unusable to the mesh",
+  };
   EXPECT_EQ(problems_of(told), expected);
 }
 
