@@ -30,7 +30,7 @@
  *   pointer. A record from M__unpack may be like that (see there), so hand one on only after its
  *   pointers were tested, or with the counts of null pointers set to 0.
  *   A byte vector with a non-null pointer and length 0 is not written, yet adds 8 to the size; the
- *   last 8 bytes of the buffer then stay as they were.
+ *   last 8 bytes of the buffer then stay as they were (M__send* send zeros there).
  *   Nothing is allocated.
  *       uint32_t length = sizeof buffer;
  *       if (M__pack(&record, buffer, &length) == 0)
