@@ -3,9 +3,12 @@
 // Room: tests. Fresh units, dlsym counted.
 #include "tests/runtime/binding_fixture.h"
 
+#include <atomic>
+#include <chrono>
 #include <cstring>
 #include <malloc.h>
 #include <string>
+#include <unistd.h>
 
 using namespace mesh_fib6::runtime;
 
@@ -240,6 +243,45 @@ TEST_F(Unit, NoLockIsLeftBehindByABinding) {
     EXPECT_EQ(pthread_mutex_trylock(lock), 0);
     pthread_mutex_unlock(lock);
   }
+}
+
+// As a forked child finds the unit when a thread of its parent was in the middle of a binding.
+TEST_F(Unit, LocksThatAreTakenInTheNameOfAnotherProcessAreMadeAnew) {
+  static unit unit; // the thread sanitizer would see the taken locks in whatever lies there next
+  unit.process = getppid();
+  for (pthread_mutex_t *lock : {&unit.runtime.bind_lock, &unit.runtime.cache_lock})
+    ASSERT_EQ(pthread_mutex_trylock(lock), 0);
+  unit.runtime.cache_alloc = &VRX_OsalMemCacheAlloc; // and not yet its release function
+  fake_osal::set_use_flag(0);
+  bind_general(unit);
+  bind_cache(unit);
+  expect_general_from_osal(unit);
+  expect_cache_from_heap(unit);
+  EXPECT_EQ(unit.process, getpid());
+}
+
+TEST_F(Unit, WhatAnotherProcessHadBoundStaysBoundWhenItsLocksAreMadeAnew) {
+  unit unit;
+  bind_cache(unit);
+  unit.process = getppid();
+  bind_general(unit);
+  expect_general_from_osal(unit);
+  expect_cache_from_osal(unit);
+}
+
+TEST_F(Unit, ABindingWaitsWhileAnotherThreadMakesTheLocksAnew) {
+  unit unit;
+  __atomic_store_n(&unit.process, -getpid(), __ATOMIC_RELEASE);
+  std::atomic<bool> is_bound{false};
+  std::thread binding([&] {
+    bind_general(unit);
+    is_bound = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  EXPECT_FALSE(is_bound);
+  __atomic_store_n(&unit.process, getpid(), __ATOMIC_RELEASE);
+  binding.join();
+  expect_general_from_osal(unit);
 }
 
 TEST_F(Unit, TheHeapWrappersAreTheSystemHeapAndIgnoreTheirOtherArguments) {
