@@ -170,14 +170,20 @@ constexpr bool names_match(const char *listed, type_list<Fields...>) {
           ...);
 }
 
+// Named, where a lambda would do: clangd 14 does not survive one in the type of a class template's
+// member.
+template <class... Members>
+constexpr walk<0, type_list<>, Members...> walk_all(type_list<Members...>) {
+  return {};
+}
+
 } // namespace detail
 
 // Everything about a record's table that does not depend on values.
 template <class Record>
 struct table {
-  using walked = decltype([]<class... Members>(type_list<Members...>) {
-    return detail::walk<0, type_list<>, Members...>{};
-  }(schema<Record>::members(*static_cast<const Record *>(nullptr))));
+  using walked =
+      decltype(detail::walk_all(schema<Record>::members(*static_cast<const Record *>(nullptr))));
   using fields = typename walked::fields;
 
   static constexpr uint32_t slots = fields::size;
