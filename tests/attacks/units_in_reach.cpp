@@ -7,6 +7,8 @@
 #include "modules/fib6_cfg/units.h"
 #include "modules/fib6_sync/units.h"
 
+#include <initializer_list>
+
 bool reset_units() {
   using namespace mesh_fib6;
   for (runtime::unit *unit : {&fib6::recv_unit, &fib6::send_unit, &fib6_cfg::recv_unit,
