@@ -1,14 +1,25 @@
 # What `cmake --install` puts where, and how others find it there.
 #
-# Three components. A device takes `runtime`; who builds programs for it adds `development`; `host`
-# holds the stand-ins of the platform, which on a device would stand in the platform's way.
+# A device takes the component `runtime`; who builds programs for it adds `development`; `schemas`,
+# `documentation` and `examples` are for people. All that is installed without a choice needs nothing
+# built but the library. `host` holds the stand-ins of the platform, which on a device would stand in
+# the platform's way: it is installed only when it is named.
 
+include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/mesh_fib6)
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-# Headers include each other by their path from the root of the sources.
-set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/mesh_fib6)
+set(header_dir ${MESH_FIB6_HEADER_DIR})
+set(data_dir ${CMAKE_INSTALL_DATADIR}/mesh_fib6)
+# The parent of this project has another CMAKE_INSTALL_DOCDIR.
+set(doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/mesh_fib6)
+
+# Beside those of a parent, components carry the project's name.
+set(component_prefix "")
+if(NOT PROJECT_IS_TOP_LEVEL)
+  set(component_prefix mesh_fib6_)
+endif()
 
 # Beside the library its neighbour is found at a prefix that the loader does not search, and nothing
 # changes at one that it does. -DCMAKE_INSTALL_RPATH= leaves the entry out.
@@ -16,28 +27,39 @@ if(NOT DEFINED CMAKE_INSTALL_RPATH)
   set_target_properties(mesh_fib6 PROPERTIES INSTALL_RPATH "\$ORIGIN")
 endif()
 
+# install_component(COMPONENT TARGETS|FILES|EXPORT ...): as install() has it.
+function(install_component component)
+  set(choice COMPONENT ${component_prefix}${component})
+  if(component STREQUAL host)
+    list(APPEND choice EXCLUDE_FROM_ALL)
+  endif()
+  install(${ARGN} ${choice})
+endfunction()
+
 # install_libraries(COMPONENT EXPORT target...): shared libraries that others link.
 function(install_libraries component export)
-  foreach(library IN LISTS ARGN)
-    # The folder of the sources is of no use, nor of anybody's concern, outside the build.
-    set_target_properties(${library} PROPERTIES INTERFACE_INCLUDE_DIRECTORIES
-      "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>;$<INSTALL_INTERFACE:${header_dir}>")
-  endforeach()
-  install(TARGETS ${ARGN} EXPORT ${export}
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${component})
+  install_component(${component} TARGETS ${ARGN} EXPORT ${export}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
 
 # install_headers(COMPONENT header...): at the path they have in the sources.
 function(install_headers component)
   foreach(header IN LISTS ARGN)
     cmake_path(GET header PARENT_PATH folder)
-    install(FILES ${header} DESTINATION ${header_dir}/${folder} COMPONENT ${component})
+    install_component(${component} FILES ${header} DESTINATION ${header_dir}/${folder})
   endforeach()
+endfunction()
+
+# install_folder(COMPONENT FOLDER DESTINATION pattern...): the files in it that match a pattern.
+function(install_folder component folder destination)
+  list(TRANSFORM ARGN PREPEND "PATTERN;" OUTPUT_VARIABLE patterns)
+  install(DIRECTORY ${folder} DESTINATION ${destination} COMPONENT ${component_prefix}${component}
+    FILES_MATCHING ${patterns})
 endfunction()
 
 # install_targets_file(COMPONENT EXPORT): the imported targets, for mesh_fib6Config.cmake.
 function(install_targets_file component export)
-  install(EXPORT ${export} NAMESPACE mesh_fib6:: DESTINATION ${package_dir} COMPONENT ${component})
+  install_component(${component} EXPORT ${export} NAMESPACE mesh_fib6:: DESTINATION ${package_dir})
 endfunction()
 
 # install_pkgconfig(COMPONENT NAME): from cmake/NAME.pc.in. Folders are told from the file, so that
@@ -49,37 +71,49 @@ function(install_pkgconfig component name)
   cmake_path(APPEND pc_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
   cmake_path(APPEND pc_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
   configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
-  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc DESTINATION ${pkgconfig_dir}
-    COMPONENT ${component})
+  install_component(${component} FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
+    DESTINATION ${pkgconfig_dir})
 endfunction()
 
 install_libraries(runtime mesh_fib6Targets mesh_fib6)
 
-install_headers(development
-  modules/message_api.h
-  modules/fib6/fib6.h
-  modules/fib6_cfg/fib6_cfg.h
-  modules/fib6_sync/fib6_sync.h
-  transport/mesh.h)
+install_headers(development ${MESH_FIB6_PUBLIC_HEADERS})
 install_targets_file(development mesh_fib6Targets)
 install_pkgconfig(development mesh_fib6)
 configure_package_config_file(cmake/mesh_fib6Config.cmake.in mesh_fib6Config.cmake
   INSTALL_DESTINATION ${package_dir})
+# Before 1.0 a minor version may change what it likes.
+set(compatibility SameMajorVersion)
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+  set(compatibility SameMinorVersion)
+endif()
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/mesh_fib6ConfigVersion.cmake
-  COMPATIBILITY SameMajorVersion)
-install(
+  COMPATIBILITY ${compatibility})
+install_component(development
   FILES
     ${CMAKE_CURRENT_BINARY_DIR}/mesh_fib6Config.cmake
     ${CMAKE_CURRENT_BINARY_DIR}/mesh_fib6ConfigVersion.cmake
-  DESTINATION ${package_dir} COMPONENT development)
+  DESTINATION ${package_dir})
 
-install_libraries(host mesh_fib6HostTargets tolvimesh osal_host memory_host)
-install_headers(host host/mesh_host.h host/osal_host.h host/memory_host.h)
-install_targets_file(host mesh_fib6HostTargets)
-install_pkgconfig(host mesh_fib6_host)
+install_folder(schemas schemas ${data_dir} *.fbs)
+install_component(documentation FILES README.md DESTINATION ${doc_dir})
+install_folder(documentation docs ${doc_dir} *.md)
+# To be built where they lie, or copied.
+install_folder(examples examples ${doc_dir} *.cpp *.h *.md *.gz CMakeLists.txt)
 
-add_custom_target(uninstall
-  COMMAND ${CMAKE_COMMAND} -DBUILD=${CMAKE_BINARY_DIR} "-DFOLDERS=${header_dir};${package_dir}"
-    -P ${CMAKE_CURRENT_LIST_DIR}/uninstall.cmake
-  COMMENT "Removing what was installed last"
-  VERBATIM)
+if(MESH_FIB6_HOST)
+  install_libraries(host mesh_fib6HostTargets
+    mesh_fib6_tolvimesh mesh_fib6_osal_host mesh_fib6_memory_host)
+  install_headers(host ${MESH_FIB6_HOST_HEADERS})
+  install_targets_file(host mesh_fib6HostTargets)
+  install_pkgconfig(host mesh_fib6_host)
+endif()
+
+if(PROJECT_IS_TOP_LEVEL)
+  add_custom_target(uninstall
+    COMMAND ${CMAKE_COMMAND} -DBUILD=${PROJECT_BINARY_DIR}
+      "-DFOLDERS=${header_dir};${package_dir};${data_dir};${doc_dir}"
+      -P ${CMAKE_CURRENT_LIST_DIR}/uninstall.cmake
+    COMMENT "Removing what was installed last"
+    VERBATIM)
+endif()

@@ -1,11 +1,12 @@
-# Compiler and linker settings, as interface targets: what a target links says what it is held to.
+# Compiler and linker settings. What everything of ours is built with, tests and tools too, is set for
+# this folder and those below it, which no project that this one is part of sees. The rest are interface
+# targets: what a target links says what it is held to.
 
-include(CheckCXXCompilerFlag)
-
-# Everything that is ours compiles without warnings, on g++ 12 and clang 14.
+# Everything that is ours compiles without warnings, on g++ 12 and clang 14. Which warnings later
+# compilers have, nobody knows: that they are errors is for us and our CI, not for who builds this.
 add_library(mesh_fib6_warnings INTERFACE)
 target_compile_options(mesh_fib6_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${MESH_FIB6_WERROR}>:-Werror>)
 
 # mesh_fib6_unity(target...): the sources of each of these are compiled as one, because what they
 # include takes longer than they do. Never those of the library.
@@ -13,9 +14,6 @@ function(mesh_fib6_unity)
   set_target_properties(${ARGN} PROPERTIES
     UNITY_BUILD ${MESH_FIB6_UNITY} UNITY_BUILD_BATCH_SIZE 0)
 endfunction()
-
-set(MESH_FIB6_SANITIZE "" CACHE STRING "Sanitizers, for -fsanitize=")
-set(MESH_FIB6_COVERAGE OFF CACHE BOOL "Instrument for coverage")
 
 if(MESH_FIB6_SANITIZE)
   add_compile_options(-fsanitize=${MESH_FIB6_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -39,9 +37,11 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
     add_compile_options(-march=x86-64-v2)
   endif()
   set(branch_protection -fcf-protection=full)
-else()
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
   # Atomic instructions where they stand: calls of them would need libgcc.
   set(branch_protection -mbranch-protection=standard -mno-outline-atomics)
+else()
+  set(branch_protection "")
 endif()
 
 if(NOT MESH_FIB6_SHUFFLES)
@@ -64,9 +64,27 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     # A file beside each object: frames and calls, for tests/runtime/check_stack.py.
     -fcallgraph-info=su)
 endif()
-if(CMAKE_BUILD_TYPE STREQUAL Release AND NOT MESH_FIB6_SANITIZE)
-  target_compile_definitions(mesh_fib6_inside INTERFACE _FORTIFY_SOURCE=2)
-endif()
+
+# The C library's checked calls need optimisation (without it, its headers warn), and sanitizers check
+# more. Which build types they are in is settled type by type, by what is optimised in each: None with
+# a packager's flags is, Debug with -Og too. Who asks for checked calls himself gets what he asked for.
+set(MESH_FIB6_FORTIFIED_TYPES "")
+get_directory_property(directory_options COMPILE_OPTIONS)
+get_directory_property(directory_definitions COMPILE_DEFINITIONS)
+foreach(type IN LISTS MESH_FIB6_BUILD_TYPES)
+  string(TOUPPER ${type} TYPE)
+  set(flags ${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${TYPE}} ${directory_options} ${directory_definitions})
+  list(JOIN flags " " flags)
+  string(REGEX MATCHALL "(^| )-O[^ ]*" levels "${flags}")
+  list(POP_BACK levels level)
+  if(MESH_FIB6_SANITIZE OR flags MATCHES "_FORTIFY_SOURCE" OR NOT level MATCHES "-O([^0]|$)")
+    continue()
+  endif()
+  list(APPEND MESH_FIB6_FORTIFIED_TYPES ${type})
+  # Some compilers define it by themselves.
+  target_compile_options(mesh_fib6_inside INTERFACE
+    $<$<CONFIG:${type}>:-U_FORTIFY_SOURCE> $<$<CONFIG:${type}>:-D_FORTIFY_SOURCE=2>)
+endforeach()
 
 add_library(mesh_fib6_hardened_link INTERFACE)
 target_link_options(mesh_fib6_hardened_link INTERFACE

@@ -28,7 +28,8 @@ function(remove_empty folder)
   remove_empty("${above}")
 endfunction()
 
-function(remove_listed manifest)
+# remove_listed(MANIFEST RESULT): RESULT is set when anything was there to be removed.
+function(remove_listed manifest result)
   set(folders "")
   file(STRINGS "${manifest}" files)
   list(TRANSFORM files PREPEND "$ENV{DESTDIR}")
@@ -36,6 +37,7 @@ function(remove_listed manifest)
     if(EXISTS "${file}" OR IS_SYMLINK "${file}")
       message(STATUS "Removing ${file}")
       file(REMOVE "${file}")
+      set(${result} TRUE PARENT_SCOPE)
     else()
       message(STATUS "Gone already: ${file}")
     endif()
@@ -50,14 +52,21 @@ function(remove_listed manifest)
   foreach(folder IN LISTS folders)
     remove_empty("${folder}")
   endforeach()
-  file(REMOVE "${manifest}") # so that what somebody else installs later is not removed by mistake
 endfunction()
 
 # One list for everything, one for each component that was installed by itself.
 file(GLOB manifests "${BUILD}/install_manifest*.txt")
 if(NOT manifests)
-  message(FATAL_ERROR "${BUILD} has no list of installed files")
+  message(FATAL_ERROR "${BUILD} has no list of installed files (install_manifest*.txt): nothing was "
+    "installed from this build folder, or all of it has been removed")
 endif()
+set(removed FALSE)
 foreach(manifest IN LISTS manifests)
-  remove_listed("${manifest}")
+  remove_listed("${manifest}" removed)
 endforeach()
+if(NOT removed)
+  message(FATAL_ERROR "None of the files is there that ${BUILD} has on its list "
+    "(install_manifest*.txt). If they were installed with DESTDIR, set it as it was then; now it is "
+    "'$ENV{DESTDIR}'. If they are gone for good, remove the list")
+endif()
+file(REMOVE ${manifests}) # so that what somebody else installs later is not removed by mistake

@@ -17,7 +17,9 @@ import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
 CONSUMER = HERE / "consumer"
-COMPONENTS = ("runtime", "development", "host")
+# What is installed without a choice, and what only when it is named.
+COMPONENTS = ("runtime", "development", "schemas", "documentation", "examples")
+ON_DEMAND = ("host",)
 STRICT = ["-pedantic", "-Wall", "-Wextra", "-Werror"]
 # What round_trip prints: the development host takes registrations, platform_mesh.c does not.
 STAND_IN_ANSWERS = "the mesh answers 0 0 0\n"
@@ -43,17 +45,24 @@ def files_below(folder):
                   for path in folder.rglob("*") if not path.is_dir())
 
 
-def major_version():
-    return int(SETTINGS["version"].split(".")[0])
+def version():
+    """Major and minor."""
+    return [int(part) for part in SETTINGS["version"].split(".")[:2]]
 
 
 def expected_files(*components):
     """What files.txt lists for these components."""
-    names = {"lib": SETTINGS["lib"], "include": SETTINGS["include"],
-             "config": SETTINGS["config"].lower() or "noconfig"}
+    names = {name: SETTINGS[name] for name in ("lib", "include", "data", "doc")}
+    names["config"] = SETTINGS["config"].lower()
     lines = (HERE / "files.txt").read_text(encoding="ascii").splitlines()
     rows = [line.split() for line in lines if not line.startswith("#")]
-    return sorted(path.format(**names) for component, path in rows if component in components)
+    source, paths = pathlib.Path(SETTINGS["source"]), []
+    for path in (path for component, path in rows if component in components):
+        folder, _, pattern = path.partition("/")
+        found = [str(file.relative_to(source)) for file in source.glob(pattern)] if "*" in path else [pattern]
+        assert found, f"nothing in the sources is {path}"
+        paths += [f"{folder.format(**names)}/{name.format(**names)}" for name in found]
+    return sorted(paths)
 
 
 class Tree:
@@ -113,9 +122,14 @@ class Installation(unittest.TestCase):
             run(*command, environment=environment)
         return Tree(destdir / prefix.relative_to("/") if destdir else prefix)
 
+    def install_with_host(self, name):
+        """Installs what a development machine has, and gives the tree."""
+        self.install(name)
+        return self.install(name, *ON_DEMAND)
+
     def install_and_move(self):
         """A whole tree at another place than it was installed to."""
-        tree = self.install("before")
+        tree = self.install_with_host("before")
         return Tree(tree.prefix.rename(self.work / "after"))
 
     def uninstall(self, **how):
@@ -157,7 +171,7 @@ class Installation(unittest.TestCase):
         return folder
 
     def check_headers(self, compiler):
-        headers = self.install("tree").headers()
+        headers = self.install_with_host("tree").headers()
         self.assertIn("modules/fib6/fib6.h", headers)
         for header in headers:
             for language in (["c", "-std=c99"], ["c++", "-std=c++98"], ["c++", "-std=c++20"]):
@@ -168,12 +182,12 @@ class Installation(unittest.TestCase):
 
     # What is in the tree.
 
-    def test_PutsExactlyTheListedFilesIntoATree(self):
+    def test_PutsExactlyTheListedFilesAndNoStandInIntoATree(self):
         tree = self.install("tree")
         self.assertEqual(files_below(tree.prefix), expected_files(*COMPONENTS))
 
     def test_PutsEachComponentsFilesIntoATreeOfItsOwn(self):
-        for component in COMPONENTS:
+        for component in (*COMPONENTS, *ON_DEMAND):
             tree = self.install(component, component)
             self.assertEqual(files_below(tree.prefix), expected_files(component))
 
@@ -185,7 +199,7 @@ class Installation(unittest.TestCase):
         self.assertFalse((self.work / "prefix").exists())
 
     def test_NamesNoFolderOfTheBuildNorThePrefix(self):
-        tree = self.install("tree")
+        tree = self.install_with_host("tree")
         folders = [str(folder).encode()
                    for folder in (SETTINGS["build"], SETTINGS["source"], tree.prefix)]
         looked_at = [path for path in files_below(tree.prefix)
@@ -230,7 +244,7 @@ class Installation(unittest.TestCase):
         self.check_output("delivered\n", programs / "delivery")
 
     def test_LinksTheOsalByPkgConfigThoughNothingRefersToIt(self):
-        tree = self.install("tree")
+        tree = self.install_with_host("tree")
         for package, reports in (("mesh_fib6", False), ("mesh_fib6_host", True)):
             program = self.build_by_pkg_config(package, tree, "-Wl,--as-needed")
             said = self.check_output(STAND_IN_ANSWERS, program, tree.lib)
@@ -254,8 +268,8 @@ class Installation(unittest.TestCase):
     # What find_package is asked for.
 
     def ask(self, wanted, *components, **how):
-        """What find_package says of a tree in which these components are installed."""
-        tree = self.install("tree", *components)
+        """What find_package says of a tree in which these components, or all, are installed."""
+        tree = self.install("tree", *components) if components else self.install_with_host("tree")
         done = self.configure(HERE / "asking", f"-DWANTED={wanted}",
                               f"-DCMAKE_PREFIX_PATH={tree.prefix}", **how)
         return " ".join((done.stdout + done.stderr).split())  # cmake breaks its lines where it likes
@@ -266,14 +280,20 @@ class Installation(unittest.TestCase):
     def check_refused(self, reason, wanted, *components):
         self.assertIn(reason, self.ask(f"{wanted};REQUIRED", *components, succeeds=False))
 
-    def test_IsFoundWhenAskedForAnEarlierVersionOfTheSameMajorVersion(self):
-        self.check_found(f"{major_version()}.0")
+    def test_IsFoundWhenAskedForItsOwnMinorVersion(self):
+        major, minor = version()
+        self.check_found(f"{major}.{minor}")
+
+    def test_IsNotFoundWhenAskedForAnEarlierMinorVersionBeforeItsFirstMajorOne(self):
+        major, minor = version()
+        self.assertEqual(major, 0, "from 1.0 on, an earlier minor version is met")
+        self.check_refused(OTHER_VERSION, f"{major}.{minor - 1}")
 
     def test_IsNotFoundWhenAskedForAnotherMajorVersion(self):
-        self.check_refused(OTHER_VERSION, f"{major_version() + 1}.0")
+        self.check_refused(OTHER_VERSION, f"{version()[0] + 1}.0")
 
     def test_IsNotFoundWhenAskedForALaterVersion(self):
-        self.check_refused(OTHER_VERSION, f"{major_version()}.999")
+        self.check_refused(OTHER_VERSION, f"{version()[0]}.999")
 
     def test_IsFoundWithTheComponentHostWhereItIsInstalled(self):
         self.check_found("COMPONENTS;host")
@@ -293,20 +313,23 @@ class Installation(unittest.TestCase):
     def test_UninstallRemovesWhatWasInstalledAndNothingElse(self):
         foreign = [self.work / "tree" / path for path in (
             f"{SETTINGS['include']}/other.h", f"{SETTINGS['include']}/mesh_fib6/host/mine.h",
-            f"{SETTINGS['lib']}/libother.so", f"{SETTINGS['lib']}/pkgconfig/.hidden")]
+            f"{SETTINGS['lib']}/libother.so", f"{SETTINGS['lib']}/pkgconfig/.hidden",
+            f"{SETTINGS['doc']}/examples/mine.cpp")]
         for path in foreign:
             path.parent.mkdir(parents=True, exist_ok=True)
             path.write_text("mine", encoding="ascii")
-        tree = self.install("tree")
+        tree = self.install_with_host("tree")
         self.uninstall()
         self.assertEqual(files_below(tree.prefix),
                          sorted(str(path.relative_to(tree.prefix)) for path in foreign))
         # Folders that are the library's alone go with their last file.
         self.assertFalse((tree.lib / "cmake" / "mesh_fib6").exists())
         self.assertFalse((tree.include / "modules").exists())
+        self.assertFalse((tree.prefix / SETTINGS["data"]).exists())
+        self.assertFalse((tree.prefix / SETTINGS["doc"] / "docs").exists())
 
     def test_UninstallRemovesWhatWasInstalledByComponents(self):
-        tree = self.install("tree", "runtime", "development")
+        tree = self.install("tree", *COMPONENTS, *ON_DEMAND)
         self.assertTrue(files_below(tree.prefix))
         self.uninstall()
         self.assertEqual(files_below(tree.prefix), [])
@@ -319,11 +342,22 @@ class Installation(unittest.TestCase):
         self.assertEqual(files_below(staged.prefix), [])
         self.assertEqual(files_below(installed.prefix), expected_files(*COMPONENTS))
 
+    def check_uninstall_fails(self, reason):
+        done = self.uninstall(succeeds=False)
+        self.assertIn(reason, " ".join((done.stdout + done.stderr).split()))
+
     def test_UninstallFailsWhenNothingIsInstalled(self):
         self.install("tree")
         self.uninstall()
-        done = self.uninstall(succeeds=False)
-        self.assertIn("has no list of installed files", done.stdout + done.stderr)
+        self.check_uninstall_fails("has no list of installed files")
+
+    def test_UninstallAsksForDestdirWhereNothingThatIsListedIsThere(self):
+        stage = self.work / "stage"
+        staged = self.install("tree", destdir=stage)
+        self.check_uninstall_fails("If they were installed with DESTDIR, set it as it was then")
+        self.assertEqual(files_below(staged.prefix), expected_files(*COMPONENTS))
+        self.uninstall(environment={"DESTDIR": str(stage)})  # the list is still there
+        self.assertEqual(files_below(staged.prefix), [])
 
 
 def main():
