@@ -466,10 +466,12 @@ def nanopb_steps(tables, roots, package):
 
 def main():
     if len(sys.argv) == 2 and sys.argv[1] in ("-h", "--help"):
-        print(__doc__)
+        print(__doc__.strip())
         return
     if len(sys.argv) != 3:
-        fail("expected two arguments, SCHEMAS_DIR and OUTPUT_DIR")
+        print(f"make_peers: expected 2 arguments, found {len(sys.argv) - 1}\n"
+              "usage: make_peers.py SCHEMAS_DIR OUTPUT_DIR", file=sys.stderr)
+        sys.exit(2)
     schemas, output = Path(sys.argv[1]), Path(sys.argv[2])
     tables, roots = needed_tables(schemas)
     output.mkdir(parents=True, exist_ok=True)

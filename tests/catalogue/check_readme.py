@@ -31,4 +31,11 @@ def main(folder):
     return 0 if rows and not missing else 1
 
 
-sys.exit(main(pathlib.Path(sys.argv[1])))
+if sys.argv[1:] in (["-h"], ["--help"]):
+    print(__doc__.strip())
+elif len(sys.argv) != 2:
+    print(f"check_readme: expected 1 argument, found {len(sys.argv) - 1}\n"
+          "usage: check_readme.py TESTS_FOLDER", file=sys.stderr)
+    sys.exit(2)
+else:
+    sys.exit(main(pathlib.Path(sys.argv[1])))

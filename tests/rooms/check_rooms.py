@@ -132,9 +132,12 @@ def self_test():
 
 
 def main():
-    if len(sys.argv) != 2 or sys.argv[1] in ("-h", "--help"):
-        print(__doc__)
-        return 0 if sys.argv[1:] in (["-h"], ["--help"]) else 2
+    if sys.argv[1:] in (["-h"], ["--help"]):
+        print(__doc__.strip())
+        return 0
+    if len(sys.argv) != 2:
+        print(__doc__.strip(), file=sys.stderr)
+        return 2
     if sys.argv[1] == "--self-test":
         found = self_test()
     else:
