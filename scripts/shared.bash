@@ -89,10 +89,12 @@ find_descendants() {
   done
 }
 
-# end_descendants PID: asks every process below this one to end, and after five seconds makes it.
+patience=5 # seconds
+
+# end_descendants PID: asks every process below this one to end, and makes it when patience is at an end.
 end_descendants() {
   local -a asked=() left
-  local pid deadline=$((SECONDS + 5))
+  local pid deadline=$((SECONDS + patience))
   while :; do
     find_descendants "$1"
     left=()
@@ -154,7 +156,8 @@ remove it, or give it to you (chown -R $(id -un) build, as root)"
 
 # ---- progress: one line that changes on a terminal, a line every few seconds anywhere else -------
 
-progress=1 # the descriptor
+progress=1      # the descriptor
+quiet_seconds=9 # no longer is a log without a line; a pause before the next look may be added
 
 fancy() { [ -t "$progress" ] && [ "${TERM:-dumb}" != dumb ]; }
 clear_line() { if fancy; then printf '\r\033[K' >&"$progress"; fi; }
@@ -195,7 +198,7 @@ watch() {
     if fancy; then
       printf '\r%-28s %6s %14s\033[K' "$what" "$(percentage "$log")" \
         "$(duration $((SECONDS - start)))" >&"$progress"
-    elif [ $((SECONDS - said)) -ge 9 ]; then
+    elif [ $((SECONDS - said)) -ge "$quiet_seconds" ]; then
       said=$SECONDS
       printf '%-28s %6s %14s\n' "$what" "$(percentage "$log")" \
         "$(duration $((SECONDS - start)))" >&"$progress"
