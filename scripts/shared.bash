@@ -111,7 +111,7 @@ end_descendants() {
     [ ${#left[@]} -gt 0 ] || return 0
     if [ "$SECONDS" -ge "$deadline" ]; then
       kill -KILL "${left[@]}" 2>/dev/null
-      return 0
+      [ "$SECONDS" -lt $((deadline + 2)) ] || return 0 # in the kernel's hands
     fi
     pause 0.02
   done

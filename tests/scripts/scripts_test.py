@@ -623,15 +623,18 @@ class Scripts(unittest.TestCase):
                         found.append((folder / "cmdline").read_bytes())
         return found
 
+    def wait_for_started(self, count):
+        """Until so many have begun what they hang in."""
+        started = pathlib.Path(self.environment["STARTED"])
+        deadline = time.monotonic() + 30
+        while not started.exists() or len(started.read_text(encoding="utf-8").split()) < count:
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.02)
+
     def check_end(self, number):
         commands = self.hanging()
-        started = pathlib.Path(self.environment["STARTED"])
-        started.touch()
         running = {name: self.start(*command) for name, command in commands.items()}
-        deadline = time.monotonic() + 30
-        while len(started.read_text(encoding="utf-8").split()) < len(running):
-            self.assertLess(time.monotonic(), deadline, "not all have started what they hang in")
-            time.sleep(0.02)
+        self.wait_for_started(len(running))
         self.assertGreaterEqual(len(self.ours()), 4 * len(running))
         self.assertTrue(list(self.temporary.iterdir()))
         for process in running.values():
@@ -658,9 +661,7 @@ class Scripts(unittest.TestCase):
             work() { bash -c 'trap "" TERM INT HUP; echo started >>"$STARTED"; while :; do sleep 86400; done'; }
             watch thing "$scratch/log" work"""
         process = self.start("bash", "-c", program, "x", self.script("scripts/shared.bash"))
-        started = pathlib.Path(self.environment["STARTED"])
-        while not started.exists():
-            time.sleep(0.02)
+        self.wait_for_started(1)
         process.terminate()
         process.communicate(timeout=20)
         self.assertEqual(process.returncode, 143)
