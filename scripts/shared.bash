@@ -37,11 +37,6 @@ no_arguments() {
 
 # ---- ends: no process and no temporary file stays, whatever ends the script ----------------------
 
-# A pipe: `watch` is rung when its command has ended, and reading it with a limit is a pause that
-# needs no process and that signals end at once.
-exec {bell}<> <(:)
-pause() { read -rt "$1" -u "$bell" rung; }
-
 scratch=
 
 # make_scratch: a folder that goes with the script; what it runs puts temporary files there.
@@ -113,7 +108,7 @@ end_descendants() {
       kill -KILL "${left[@]}" 2>/dev/null
       [ "$SECONDS" -lt $((deadline + 2)) ] || return 0 # in the kernel's hands
     fi
-    pause 0.02
+    sleep 0.02
   done
 }
 
@@ -124,7 +119,7 @@ hand_over_build() {
 }
 
 clean_up() {
-  trap '' HUP INT TERM
+  trap '' HUP INT QUIT PIPE TERM
   end_descendants $$ 2>/dev/null # the shell would name each process that was killed
   [ -z "$scratch" ] || rm -rf -- "$scratch"
   hand_over_build
@@ -132,7 +127,7 @@ clean_up() {
 
 # ended_by NUMBER: what a signal does.
 ended_by() {
-  trap '' HUP INT TERM
+  trap '' HUP INT QUIT PIPE TERM
   clear_line
   echo "$name: interrupted" >&2
   exit $((128 + $1))
@@ -142,13 +137,18 @@ clean_ends() {
   trap clean_up EXIT
   trap 'ended_by 1' HUP
   trap 'ended_by 2' INT
+  trap 'ended_by 3' QUIT
+  trap 'ended_by 13' PIPE # nobody reads on
   trap 'ended_by 15' TERM
 }
 
 # need_writable_build: tells of a build made by another user before cmake fails in the middle of it.
 need_writable_build() {
   local other
-  [ -e "$root/build" ] || return 0
+  if [ ! -e "$root/build" ]; then
+    [ -w "$root" ] || fail "'$root' cannot be written, and the build is to be in it"
+    return
+  fi
   other=$(find "$root/build" -maxdepth 2 ! -type l ! -writable -print -quit 2>/dev/null)
   [ -z "$other" ] || fail "'$other' belongs to $(stat -c %U -- "$other") and cannot be written: \
 remove it, or give it to you (chown -R $(id -un) build, as root)"
@@ -178,23 +178,23 @@ percentage() {
 # watch WHAT LOG COMMAND...: runs the command with its output in the log, says how far it is, and
 # gives its status.
 watch() {
-  local what=$1 log=$2 pid start=$SECONDS said=$SECONDS
+  local what=$1 log=$2 pid tick ended status start=$SECONDS said=$SECONDS
   shift 2
   : >"$log" || return
   (
-    trap - EXIT HUP TERM QUIT # they are the script's, or ignored in the background
+    trap - EXIT HUP QUIT PIPE TERM # they are the script's, or ignored in the background
     trap : INT                # from the keyboard it comes to all: this shell stays with its own
     "$@" </dev/null >"$log" 2>&1
-    status=$?
-    echo "$BASHPID" >&"$bell"
-    exit "$status"
   ) &
   pid=$!
   if fancy; then printf '%-28s' "$what" >&"$progress"; fi
-  while kill -0 "$pid" 2>/dev/null; do
-    rung=
-    pause 0.5
-    [ "$rung" != "$pid" ] || break
+  while :; do
+    # Not `read -t`: bash 5.2 crashes when a signal that has a trap comes while it reads.
+    sleep 0.5 &
+    tick=$!
+    wait -n -p ended "$pid" "$tick"
+    status=$?
+    [ "$ended" != "$pid" ] || break
     if fancy; then
       printf '\r%-28s %6s %14s\033[K' "$what" "$(percentage "$log")" \
         "$(duration $((SECONDS - start)))" >&"$progress"
@@ -204,6 +204,8 @@ watch() {
         "$(duration $((SECONDS - start)))" >&"$progress"
     fi
   done
+  kill "$tick" 2>/dev/null
+  wait "$tick" 2>/dev/null
   clear_line
-  wait "$pid"
+  return "$status"
 }

@@ -667,6 +667,18 @@ class Scripts(unittest.TestCase):
         self.assertEqual(process.returncode, 143)
         self.assertEqual(self.ours(), [])
 
+    def test_AReaderThatGoesAwayEndsTheScript(self):
+        script = self.suite(self.GOOD)
+        self.double("cmake", HANGING)
+        process = self.start("bash", "-c", '. "$1"; clean_ends; make_scratch; quiet_seconds=0; watch thing "$2" cmake',
+                             "x", script.parent / "shared.bash", self.work / "log")
+        self.wait_for_started(1)
+        process.stdout.close()
+        self.assertEqual(process.wait(timeout=20), 128 + signal.SIGPIPE)
+        process.stderr.close()
+        self.assertEqual(self.ours(), [])
+        self.assertEqual(list(self.temporary.iterdir()), [])
+
     # try-fresh
 
     def test_TryFreshNamesWhatItLacks(self):
