@@ -38,6 +38,7 @@ no_arguments() {
 # ---- ends: no process and no temporary file stays, whatever ends the script ----------------------
 
 scratch=
+at_exit=- # what the trap of EXIT is
 
 # make_scratch: a folder that goes with the script; what it runs puts temporary files there.
 make_scratch() {
@@ -59,13 +60,13 @@ read_process() {
 # started, parents first, but for this shell. Those that lost their parent are known by the folder for
 # their temporary files.
 find_descendants() {
-  local folder pid
-  local -a orphans=()
+  local folder pid orphans=
   local -A children=()
   local -a next=("$1") below
   descendants=()
   if [ -n "$scratch" ]; then
-    mapfile -t orphans < <(cd /proc && grep -slaF -- "TMPDIR=$scratch" [0-9]*/environ)
+    # Not by a process substitution, which would still be there to be found.
+    orphans=$(cd /proc && grep -slaF -- "TMPDIR=$scratch" [0-9]*/environ)
   fi
   for folder in /proc/[0-9]*; do
     pid=${folder#/proc/}
@@ -77,7 +78,7 @@ find_descendants() {
     descendants+=("${below[@]}")
     next=("${next[@]:1}" "${below[@]}")
   done
-  for pid in "${orphans[@]%/environ}"; do
+  for pid in ${orphans//\/environ/}; do
     if [ "$pid" != $$ ] && [ "$pid" != "$1" ] && read_process "$pid" && [ "$process_state" != Z ]; then
       descendants+=("$pid")
     fi
@@ -119,21 +120,28 @@ hand_over_build() {
 }
 
 clean_up() {
-  trap '' HUP INT QUIT PIPE TERM
-  end_descendants $$ 2>/dev/null # the shell would name each process that was killed
-  [ -z "$scratch" ] || rm -rf -- "$scratch"
-  hand_over_build
+  if [ "$BASHPID" = $$ ]; then
+    trap '' HUP INT QUIT PIPE TERM
+    end_descendants $$ 2>/dev/null # the shell would name each process that was killed
+    [ -z "$scratch" ] || rm -rf -- "$scratch"
+    hand_over_build
+  fi
 }
 
 # ended_by NUMBER: what a signal does.
 ended_by() {
-  trap '' HUP INT QUIT PIPE TERM
-  clear_line
-  echo "$name: interrupted" >&2
+  if [ "$BASHPID" = $$ ]; then
+    trap '' HUP INT QUIT PIPE TERM
+    clear_line
+    echo "$name: interrupted" >&2
+    clean_up
+    trap - EXIT
+  fi
   exit $((128 + $1))
 }
 
 clean_ends() {
+  at_exit=clean_up
   trap clean_up EXIT
   trap 'ended_by 1' HUP
   trap 'ended_by 2' INT
@@ -190,8 +198,12 @@ watch() {
   if fancy; then printf '%-28s' "$what" >&"$progress"; fi
   while :; do
     # Not `read -t`: bash 5.2 crashes when a signal that has a trap comes while it reads.
+    # A child that is ended before it has forgotten our trap of EXIT would run it.
+    trap - EXIT
     sleep 0.5 &
     tick=$!
+    # shellcheck disable=SC2064 # a name
+    trap "$at_exit" EXIT
     wait -n -p ended "$pid" "$tick"
     status=$?
     [ "$ended" != "$pid" ] || break

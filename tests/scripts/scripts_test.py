@@ -27,7 +27,7 @@ ODD = "it's a \"place\"; $(touch pwned) `touch pwned` & <so>"
 # All that the scripts may call on the smallest Debian; what else they find is a double.
 PLAIN_TOOLS = ("awk basename bash cat chmod chown cut date dirname env find fold grep head id ln ls "
                "mkdir mktemp mv nproc printf python3 readlink rm sed seq sleep sort stat tail tee "
-               "touch tr true uname wc xargs zcat").split()
+               "timeout touch tr true uname wc xargs zcat").split()
 INTERRUPTIONS = (signal.SIGHUP, signal.SIGINT, signal.SIGTERM)
 DPKG_QUERY = r"""#!/bin/bash
 # Knows what INSTALLED holds, 'package:architecture' a word; a name without an architecture is any.
@@ -83,7 +83,7 @@ class Scripts(unittest.TestCase):
         self.environment = {
             "PATH": f"{self.doubles}:{tools}", "HOME": str(self.work), "LANG": "C.UTF-8", "TERM": "xterm",
             "TMPDIR": str(self.temporary), "CALLS": str(self.calls), "NATIVE": "amd64", "INSTALLED": "",
-            "STARTED": str(self.work / "started")}
+            "STARTED": str(self.work / "started"), "MAY": str(self.work)}
 
     def double(self, name, text):
         """A program that the scripts find instead of the real one."""
@@ -472,16 +472,22 @@ class Scripts(unittest.TestCase):
 
     # test
 
-    def suite(self, *entries):
+    def suite(self, *entries, may=("build", "test")):
         """A tree whose builds are quick and whose ctest reports these entries."""
         tree = self.tree()
+        for what in may:
+            (self.work / what).touch()
         self.all_installed()
+        # They are done when they may be.
         self.double("cmake", """#!/bin/bash
-            [[ $1 != --build ]] || { echo '[3/12] half'; sleep 0.7; echo '[12/12] done'; }\n""")
+            [[ $1 == --build ]] || exit 0
+            echo '[3/12] some'
+            until [ -e "$MAY/build" ]; do sleep 0.05; done
+            echo '[12/12] done'\n""")
         self.double("ctest", f"""#!/bin/bash
             while [ $# -gt 0 ]; do [ "$1" != --output-junit ] || report=$2; shift; done
             echo '1/2 Test #1: x .... Passed 0.1 sec'
-            sleep 0.7
+            until [ -e "$MAY/test" ]; do sleep 0.05; done
             echo '<testsuite>{"".join(entries)}</testsuite>' >"$report"\n""")
         return tree / "scripts/test"
 
@@ -549,8 +555,9 @@ class Scripts(unittest.TestCase):
         self.assertEqual((status, errors), (0, ""))
         self.assertEqual((tree / "build/deep").stat().st_uid, owner)
 
-    def on_terminal(self, script, *arguments, **environment):
-        """What the script writes to a terminal."""
+    def on_terminal(self, script, *arguments, answers=(), **environment):
+        """What the script writes to a terminal. Answers are pairs of a text and what may go on as soon as
+        the text is shown."""
         ours, theirs = pty.openpty()
         process = self.start(script, *arguments, stdout=theirs, environment=environment)
         os.close(theirs)
@@ -558,12 +565,16 @@ class Scripts(unittest.TestCase):
         with contextlib.suppress(OSError):  # the other side is closed
             while piece := os.read(ours, 4096):
                 shown += piece
+                for text, what in answers:
+                    if text in shown:
+                        (self.work / what).touch()
         os.close(ours)
         process.communicate(timeout=10)
         return shown.decode()
 
     def test_ATerminalShowsOneLineThatChanges(self):
-        shown = self.on_terminal(self.suite(self.GOOD), "release")
+        shown = self.on_terminal(self.suite(self.GOOD, may=()), "release",
+                                 answers=((b"25 %", "build"), (b"50 %", "test")))
         self.assertRegex(shown, r"\rbuild-release +25 % +\d s\x1b\[K")
         self.assertRegex(shown, r"\rctest-release +50 % +\d s\x1b\[K")
         self.assertRegex(shown, r"\x1b\[Kbuild-release +ok")
@@ -579,15 +590,18 @@ class Scripts(unittest.TestCase):
     def test_ALogGetsALineEveryTenSeconds(self):
         # The interval is shortened for the test; that it is short enough is seen first.
         program = """. "$1" && [ "$quiet_seconds" -le 9 ] && quiet_seconds=1
-            work() { echo '[1/4] a'; sleep 1.4; echo '[2/4] b'; sleep 1.2; }
+            until_may() { until [ -e "$MAY/$1" ]; do sleep 0.05; done; }
+            work() { echo '[1/4] a'; until_may build; echo '[2/4] b'; until_may test; }
             watch thing "$2" work"""
-        status, output, errors = self.run_script("bash", "-c", program, "x", self.script("scripts/shared.bash"),
-                                                 self.work / "log")
-        self.assertEqual((status, errors), (0, ""))
-        lines = output.splitlines()
-        self.assertIn(len(lines), (2, 3))
-        self.assertRegex(lines[0], r"^thing +25 % +1 s$")
-        self.assertRegex(lines[1], r"^thing +50 % +[23] s$")
+        process = self.start("bash", "-c", program, "x", self.script("scripts/shared.bash"), self.work / "log")
+        self.assertRegex(process.stdout.readline(), r"^thing +25 % +\d+ s$")
+        (self.work / "build").touch()
+        lines = iter(process.stdout.readline, "")
+        self.assertRegex(next(line for line in lines if "25 %" not in line), r"^thing +50 % +\d+ s$")
+        (self.work / "test").touch()
+        output, errors = process.communicate(timeout=20)
+        self.assertEqual((process.returncode, errors), (0, ""))
+        self.assertNotIn("\033", output)
 
     # Ends.
 
@@ -669,6 +683,14 @@ class Scripts(unittest.TestCase):
         process.stderr.close()
         self.assertEqual(self.ours(), [])
         self.assertEqual(list(self.temporary.iterdir()), [])
+
+    def test_NoStepIsWaitedForWhenItIsDone(self):
+        # What is left of a step, if anything is, would be waited for as long as patience lasts.
+        program = """for _ in {1..30}; do
+              timeout 4 bash -c '. "$1"; clean_ends; make_scratch; watch thing "$2" true' x "$1" "$2" || exit
+            done"""
+        self.assertEqual(self.run_script("bash", "-c", program, "x", self.script("scripts/shared.bash"),
+                                         self.work / "log"), (0, "", ""))
 
     # try-fresh
 
