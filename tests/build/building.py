@@ -46,7 +46,7 @@ def compile_commands(build):
 
 def copy_sources(to):
     """The checkout, without what was built in it."""
-    names = run("git", "-C", SOURCE, "ls-files", "--cached", "--others", "--exclude-standard").split("\n")
+    names = run("git", "-C", SOURCE, "-c", f"safe.directory={SOURCE}", "ls-files", "--cached", "--others", "--exclude-standard").split("\n")
     for name in filter(None, names):
         (to / name).parent.mkdir(parents=True, exist_ok=True)
         shutil.copy(SOURCE / name, to / name)
