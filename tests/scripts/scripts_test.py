@@ -62,11 +62,17 @@ wait
 """
 
 
+def open_to_all():
+    """A folder for temporary files that every user can reach; this user's own may be closed to others."""
+    usual = pathlib.Path(tempfile.gettempdir()).resolve()
+    return usual if all(place.stat().st_mode & 0o001 for place in (usual, *usual.parents)) else "/tmp"
+
+
 class Scripts(unittest.TestCase):
     maxDiff = None
 
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="mesh-fib6-scripts.")
+        folder = tempfile.TemporaryDirectory(prefix="mesh-fib6-scripts.", dir=open_to_all())
         self.addCleanup(folder.cleanup)
         self.work = pathlib.Path(folder.name)
         self.doubles = self.work / "doubles"
@@ -93,6 +99,13 @@ class Scripts(unittest.TestCase):
 
     def user(self, number):
         self.double("id", f'#!/bin/bash\n[ "$1" = -u ] && echo {number} || echo somebody\n')
+
+    def as_plain_user(self):
+        """How to start what is to run without root's rights, which has its folder then."""
+        if os.geteuid() != 0:
+            return {}
+        os.chown(self.work, 65534, 65534)
+        return {"user": 65534, "group": 65534, "extra_groups": []}
 
     def debian(self):
         self.double("dpkg", DPKG)
@@ -378,18 +391,16 @@ class Scripts(unittest.TestCase):
         self.assertFalse((self.work / "new").exists())
 
     def test_TheDemoRefusesWhatCannotBeReadOrWritten(self):
-        if os.geteuid() == 0:  # who may read everything: as somebody else
-            os.chown(self.work, 65534, 65534)
-            become = {"user": 65534, "group": 65534, "extra_groups": []}
-        else:
-            become = {}
+        become = self.as_plain_user()
+        demo = self.tree() / "scripts/demo"  # the checkout may be closed to others
         file, folder = self.work / "secret", self.work / "closed"
         file.touch()
         file.chmod(0)
         folder.mkdir(mode=0o555)
         for expected, *arguments in (("cannot read secret: Permission denied", "secret"),
                                      ("closed/new: Permission denied", "--keep", "closed/new")):
-            done = self.demo(*arguments, **become)
+            self.debian()
+            done = self.run_script(demo, *arguments, **become)
             self.check_wrong(done, arguments)
             self.assertIn(expected, done[2])
 
@@ -536,10 +547,7 @@ class Scripts(unittest.TestCase):
         build = script.parent.parent / "build"
         (build / "release").mkdir(parents=True)
         (build / "release").chmod(0o555)
-        become = {}
-        if os.geteuid() == 0:
-            os.chown(self.work, 65534, 65534)
-            become = {"user": 65534, "group": 65534, "extra_groups": []}
+        become = self.as_plain_user()
         for name in ("test", "demo", "fuzz"):
             status, _, errors = self.run_script(script.parent / name, **become)
             self.assertEqual(status, 1)
