@@ -44,6 +44,7 @@ at_exit=- # what the trap of EXIT is
 make_scratch() {
   scratch=$(mktemp -d "${TMPDIR:-/tmp}/$name.XXXXXX" 2>/dev/null) ||
     fail "cannot make a folder in '${TMPDIR:-/tmp}'; set TMPDIR to a folder that can be written"
+  chmod 711 "$scratch" # tests that become somebody else go through it
   export TMPDIR=$scratch
 }
 
