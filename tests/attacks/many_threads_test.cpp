@@ -10,7 +10,7 @@
 #include "modules/fib6/fib6.h"
 #include "modules/fib6_cfg/fib6_cfg.h"
 #include "modules/fib6_sync/fib6_sync.h"
-#include "runtime/osal.h"
+#include "tests/support/osal_functions.h"
 #include "transport/mesh.h"
 
 #include <gtest/gtest.h>
@@ -56,12 +56,6 @@ void *allocate(uint32_t size, uint32_t module) {
 } // namespace
 
 extern "C" {
-
-osal_log_write_fn VRX_OsalLogWrite;
-osal_alloc_fn VRX_OsalMemAlloc;
-osal_alloc_fn VRX_OsalMemCacheAlloc;
-osal_free_fn VRX_OsalMemFree;
-osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
 
 void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category, const char *,
                       uint32_t, const char *, const char *format, ...) {

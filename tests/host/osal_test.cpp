@@ -3,7 +3,7 @@
 // Room: tests.
 #include "captured_stderr.h"
 #include "host/osal_host.h"
-#include "runtime/osal.h"
+#include "tests/support/osal_functions.h"
 
 #include <algorithm>
 #include <atomic>
@@ -18,14 +18,6 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
-
-extern "C" {
-osal_log_write_fn VRX_OsalLogWrite;
-osal_alloc_fn VRX_OsalMemAlloc;
-osal_alloc_fn VRX_OsalMemCacheAlloc;
-osal_free_fn VRX_OsalMemFree;
-osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
-}
 
 namespace {
 

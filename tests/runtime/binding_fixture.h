@@ -8,6 +8,7 @@
 #include "tests/runtime/wrapped_dlsym.h"
 #include "tests/support/fake_mesh.h"
 #include "tests/support/fake_osal.h"
+#include "tests/support/osal_functions.h"
 
 #include <gtest/gtest.h>
 
@@ -15,14 +16,6 @@
 #include <cstddef>
 #include <thread>
 #include <vector>
-
-extern "C" {
-osal_log_write_fn VRX_OsalLogWrite;
-osal_alloc_fn VRX_OsalMemAlloc;
-osal_alloc_fn VRX_OsalMemCacheAlloc;
-osal_free_fn VRX_OsalMemFree;
-osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
-}
 
 inline constexpr const char *log_write_name = "VRX_OsalLogWrite";
 inline constexpr const char *mem_alloc_name = "VRX_OsalMemAlloc";

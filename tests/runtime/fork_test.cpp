@@ -8,6 +8,7 @@
 #include "modules/fib6_sync/units.h"
 #include "runtime/unit.h"
 #include "tests/support/fake_mesh.h"
+#include "tests/support/osal_functions.h"
 #include "tests/support/random_record.h"
 #include "tools/descriptors.h"
 
@@ -63,12 +64,6 @@ private:
 } // namespace
 
 extern "C" {
-
-osal_log_write_fn VRX_OsalLogWrite;
-osal_alloc_fn VRX_OsalMemAlloc;
-osal_alloc_fn VRX_OsalMemCacheAlloc;
-osal_free_fn VRX_OsalMemFree;
-osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
 
 void VRX_OsalLogWrite(const void *, uint32_t, uint32_t, const char *, uint32_t, const char *,
                       const char *, ...) {}

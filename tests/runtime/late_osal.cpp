@@ -4,6 +4,7 @@
 #include "tests/runtime/late_osal.h"
 
 #include "runtime/osal.h"
+#include "tests/support/osal_functions.h"
 
 #include <cstdlib>
 
@@ -13,11 +14,6 @@ late_osal_counts counts;
 
 extern "C" {
 
-osal_log_write_fn VRX_OsalLogWrite;
-osal_alloc_fn VRX_OsalMemAlloc;
-osal_alloc_fn VRX_OsalMemCacheAlloc;
-osal_free_fn VRX_OsalMemFree;
-osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
 void late_osal_get_counts(late_osal_counts *out);
 
 void VRX_OsalLogWrite(const void *, uint32_t, uint32_t, const char *, uint32_t, const char *,

@@ -3,18 +3,11 @@
 // Room: tests. Includes the platform's declarations. A process that lacks some of the five is made
 // by leaving them out here.
 #include "tests/support/fake_osal_entries.h"
-
-#include "runtime/osal.h"
+#include "tests/support/osal_functions.h"
 
 namespace entries = fake_osal::entries;
 
 extern "C" {
-
-osal_log_write_fn VRX_OsalLogWrite;
-osal_alloc_fn VRX_OsalMemAlloc;
-osal_alloc_fn VRX_OsalMemCacheAlloc;
-osal_free_fn VRX_OsalMemFree;
-osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
 
 #ifndef FAKE_OSAL_WITHOUT_LOG_WRITE
 void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category, const char *text,
