@@ -22,27 +22,23 @@ Function *look_up(const char *name) {
 // (Handlers of pthread_atfork would have to hold twelve locks while the OSAL's own handlers run.)
 void own_locks(unit &unit) {
   const pid_t mine = getpid();
-  pid_t process = __atomic_load_n(&unit.process, __ATOMIC_ACQUIRE);
-  while (process != mine) {
-    if (process == -mine) { // another thread is at it, for a few instructions
-      process = __atomic_load_n(&unit.process, __ATOMIC_ACQUIRE);
-      continue;
-    }
+  const auto owner = [&unit] { return __atomic_load_n(&unit.process, __ATOMIC_ACQUIRE); };
+  for (pid_t process = owner(); process != mine; process = owner()) {
     const bool is_inherited = process != 0;
-    if (!__atomic_compare_exchange_n(&unit.process, &process, is_inherited ? -mine : mine, false,
-                                     __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))
+    // Another thread that is at it needs a few instructions: look again.
+    if (process == -mine ||
+        !__atomic_compare_exchange_n(&unit.process, &process, is_inherited ? -mine : mine, false,
+                                     __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE) ||
+        !is_inherited)
       continue;
-    if (is_inherited) {
-      unit_runtime &runtime = unit.runtime;
-      runtime.bind_lock = PTHREAD_MUTEX_INITIALIZER;
-      runtime.cache_lock = PTHREAD_MUTEX_INITIALIZER;
-      if (runtime.cache_bound == 0) {
-        runtime.cache_alloc = heap_alloc;
-        runtime.cache_free = heap_free;
-      }
-      __atomic_store_n(&unit.process, mine, __ATOMIC_RELEASE);
+    unit_runtime &runtime = unit.runtime;
+    runtime.bind_lock = PTHREAD_MUTEX_INITIALIZER;
+    runtime.cache_lock = PTHREAD_MUTEX_INITIALIZER;
+    if (runtime.cache_bound == 0) {
+      runtime.cache_alloc = heap_alloc;
+      runtime.cache_free = heap_free;
     }
-    return;
+    __atomic_store_n(&unit.process, mine, __ATOMIC_RELEASE);
   }
 }
 
