@@ -133,11 +133,6 @@ using namespace fuzz::platform;
 
 extern "C" {
 
-osal_log_write_fn VRX_OsalLogWrite;
-osal_alloc_fn VRX_OsalMemAlloc, VRX_OsalMemCacheAlloc;
-osal_free_fn VRX_OsalMemFree;
-osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
-
 void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category, const char *text,
                       uint32_t, const char *function, const char *format, ...) {
   va_list arguments;

@@ -6,14 +6,6 @@
 #pragma GCC visibility push(default)
 #include "host/osal_host.h"
 #include "runtime/osal.h"
-
-extern "C" {
-osal_log_write_fn VRX_OsalLogWrite;
-osal_alloc_fn VRX_OsalMemAlloc;
-osal_alloc_fn VRX_OsalMemCacheAlloc;
-osal_free_fn VRX_OsalMemFree;
-osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
-}
 #pragma GCC visibility pop
 
 #include <array>

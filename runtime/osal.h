@@ -1,8 +1,9 @@
-/* The platform's OS-abstraction layer as this project calls it: five function types.
+/* The platform's OS-abstraction layer as this project calls it: five functions and their
+ * types.
  *
  * Room: runtime. Plain C99, also valid C++. The library never links against these functions: it
- * looks them up by name in the hosting process and lives without them (see unit.h). The types are
- * here so that a stand-in and a test double are checked against the same signatures.
+ * looks them up by name in the hosting process and lives without them (see unit.h). They are
+ * declared for a stand-in and for test doubles, which are them.
  */
 #ifndef MESH_FIB6_RUNTIME_OSAL_H
 #define MESH_FIB6_RUNTIME_OSAL_H
@@ -31,6 +32,12 @@ typedef void osal_free_fn(void *block, uint32_t module, const char *caller);
 /* VRX_OsalMemUseFlagGet: 1 when memory module `module` is to take decoded records from the cache
  * allocator. */
 typedef uint32_t osal_use_flag_get_fn(uint32_t module);
+
+osal_log_write_fn VRX_OsalLogWrite;
+osal_alloc_fn VRX_OsalMemAlloc;
+osal_alloc_fn VRX_OsalMemCacheAlloc;
+osal_free_fn VRX_OsalMemFree;
+osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
 
 #ifdef __cplusplus
 }

@@ -25,7 +25,8 @@ void own_locks(unit &unit) {
   const auto owner = [&unit] { return __atomic_load_n(&unit.process, __ATOMIC_ACQUIRE); };
   for (pid_t process = owner(); process != mine; process = owner()) {
     const bool is_inherited = process != 0;
-    // Another thread that is at it needs a few instructions: look again.
+    // Another thread that is at it needs a few instructions, so look again; a process that
+    // inherited nothing finds itself the owner.
     if (process == -mine ||
         !__atomic_compare_exchange_n(&unit.process, &process, is_inherited ? -mine : mine, false,
                                      __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE) ||

@@ -10,7 +10,7 @@
 #include "modules/fib6/fib6.h"
 #include "modules/fib6_cfg/fib6_cfg.h"
 #include "modules/fib6_sync/fib6_sync.h"
-#include "tests/support/osal_functions.h"
+#include "runtime/osal.h"
 #include "transport/mesh.h"
 
 #include <gtest/gtest.h>

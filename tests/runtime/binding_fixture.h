@@ -4,11 +4,11 @@
 // Room: tests.
 #pragma once
 
+#include "runtime/osal.h"
 #include "runtime/unit.h"
 #include "tests/runtime/wrapped_dlsym.h"
 #include "tests/support/fake_mesh.h"
 #include "tests/support/fake_osal.h"
-#include "tests/support/osal_functions.h"
 
 #include <gtest/gtest.h>
 

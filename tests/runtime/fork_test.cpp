@@ -6,9 +6,9 @@
 #include "modules/fib6/units.h"
 #include "modules/fib6_cfg/units.h"
 #include "modules/fib6_sync/units.h"
+#include "runtime/osal.h"
 #include "runtime/unit.h"
 #include "tests/support/fake_mesh.h"
-#include "tests/support/osal_functions.h"
 #include "tests/support/random_record.h"
 #include "tools/descriptors.h"
 

@@ -4,7 +4,6 @@
 #include "tests/runtime/late_osal.h"
 
 #include "runtime/osal.h"
-#include "tests/support/osal_functions.h"
 
 #include <cstdlib>
 

@@ -2,8 +2,8 @@
 //
 // Room: tests. Includes the platform's declarations. A process that lacks some of the five is made
 // by leaving them out here.
+#include "runtime/osal.h"
 #include "tests/support/fake_osal_entries.h"
-#include "tests/support/osal_functions.h"
 
 namespace entries = fake_osal::entries;
 
