@@ -4,7 +4,7 @@
 #pragma once
 
 #include "bench/pool.h"
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 
 #include <cstdio>
 #include <cstdlib>

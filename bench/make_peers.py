@@ -128,8 +128,8 @@ HEADER = "// Written by bench/make_peers.py.\n#pragma once\n\n"
 
 
 def records_header(tables, roots):
-    out = [HEADER + '#include "bench/filler.h"\n#include "modules/fib6/fib6.h"\n'
-           '#include "modules/fib6_cfg/fib6_cfg.h"\n#include "modules/fib6_sync/fib6_sync.h"\n\n'
+    out = [HEADER + '#include "bench/filler.h"\n#include <mesh_fib6/fib6.h>\n'
+           '#include <mesh_fib6/fib6_cfg.h>\n#include <mesh_fib6/fib6_sync.h>\n\n'
            "#include <cstdlib>\n#include <cstring>\n\nnamespace bench {\n"]
     for t in tables:
         fill, same, release = [], [], []

@@ -1,7 +1,7 @@
 // Room: bench. See mesh.h.
 #include "bench/mesh.h"
 
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 
 namespace bench {
 

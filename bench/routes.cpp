@@ -30,7 +30,7 @@ std::vector<feiBrokerFib6_ipv6Fwd> read_routes(const std::string &path) {
     if (slash == nullptr)
       fail(path, line, "expected 'address/length'");
     *slash = 0;
-    // What the route feed of the examples would send: instance, group, metric, kind, line.
+    // What the route feed of the demo would send: instance, group, metric, kind, line.
     feiBrokerFib6_ipv6Fwd route{};
     if (inet_pton(AF_INET6, text, route.f3) != 1)
       fail(path, line, "expected an IPv6 address before '/'");

@@ -3,7 +3,7 @@
 // Room: bench. Includes module fib6's public header.
 #pragma once
 
-#include "modules/fib6/fib6.h"
+#include <mesh_fib6/fib6.h>
 
 #include <string>
 #include <vector>

@@ -10,7 +10,6 @@ include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/mesh_fib6)
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-set(header_dir ${MESH_FIB6_HEADER_DIR})
 set(data_dir ${CMAKE_INSTALL_DATADIR}/mesh_fib6)
 # The parent of this project has another CMAKE_INSTALL_DOCDIR.
 set(doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/mesh_fib6)
@@ -42,11 +41,12 @@ function(install_libraries component export)
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
 
-# install_headers(COMPONENT header...): at the path they have in the sources.
+# install_headers(COMPONENT header...): where they are looked for.
 function(install_headers component)
   foreach(header IN LISTS ARGN)
-    cmake_path(GET header PARENT_PATH folder)
-    install_component(${component} FILES ${header} DESTINATION ${header_dir}/${folder})
+    mesh_fib6_header_path(${header} path)
+    cmake_path(GET path PARENT_PATH folder)
+    install_component(${component} FILES ${header} DESTINATION ${MESH_FIB6_HEADER_DIR}/${folder})
   endforeach()
 endfunction()
 
@@ -99,7 +99,7 @@ install_folder(schemas schemas ${data_dir} *.fbs)
 install_component(documentation FILES README.md DESTINATION ${doc_dir})
 install_folder(documentation docs ${doc_dir} *.md)
 # To be built where they lie, or copied.
-install_folder(examples examples ${doc_dir} *.cpp *.h *.md *.gz CMakeLists.txt)
+install_folder(examples demo ${doc_dir} *.cpp *.h *.md *.gz CMakeLists.txt)
 
 if(MESH_FIB6_HOST)
   install_libraries(host mesh_fib6HostTargets
@@ -112,7 +112,7 @@ endif()
 if(PROJECT_IS_TOP_LEVEL)
   add_custom_target(uninstall
     COMMAND ${CMAKE_COMMAND} -DBUILD=${PROJECT_BINARY_DIR}
-      "-DFOLDERS=${header_dir};${package_dir};${data_dir};${doc_dir}"
+      "-DFOLDERS=${MESH_FIB6_HEADER_DIR}/mesh_fib6;${package_dir};${data_dir};${doc_dir}"
       -P ${CMAKE_CURRENT_LIST_DIR}/uninstall.cmake
     COMMENT "Removing what was installed last"
     VERBATIM)

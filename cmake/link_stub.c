@@ -3,7 +3,7 @@
  *
  * Room: the build. Includes the declarations of the mesh: what is linked is what is declared.
  */
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 
 enum { refused = 1 };
 

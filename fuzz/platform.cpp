@@ -6,7 +6,7 @@
 
 #include "fuzz/exact_copy.h"
 #include "fuzz/finding.h"
-#include "runtime/osal.h"
+#include "platform/osal.h"
 
 #include <cstdarg>
 #include <cstdlib>

@@ -5,7 +5,7 @@
 // and remembers one execution only.
 #pragma once
 
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 
 #include <cstdint>
 

@@ -13,7 +13,7 @@
 #include "host/settings.h"
 #include "host/tell.h"
 #include "host/turn.h"
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 
 #include <cstdint>
 #include <deque>

@@ -3,7 +3,7 @@
 // Room: host. The platform's mesh declarations and the standard library.
 #pragma once
 
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 
 #include <atomic>
 #include <cstdint>

@@ -6,7 +6,7 @@
 
 #include "host/deadline.h"
 #include "host/settings.h"
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 
 #include <condition_variable>
 #include <cstdint>

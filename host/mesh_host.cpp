@@ -4,7 +4,7 @@
 // Room: host. Nothing of the library behind the hooks is known here.
 #pragma GCC visibility push(default)
 #include "host/mesh_host.h"
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 #pragma GCC visibility pop
 
 #include "host/connection.h"

@@ -1,7 +1,7 @@
 /* The receiving interface of the development host's mesh stand-in (libtolvimesh.so).
  *
  * Room: host. Plain C99, also valid C++. The four sending and registering functions are declared in
- * transport/mesh.h; this header adds what a receiver needs on a development machine. It is this
+ * ../platform/mesh.h; this header adds what a receiver needs on a development machine. It is this
  * stand-in's own interface: the device's mesh has another.
  */
 #ifndef MESH_FIB6_HOST_MESH_HOST_H

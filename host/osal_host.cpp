@@ -1,11 +1,11 @@
 // The OSAL stand-in: a heap that keeps books, and a log on stderr.
 //
-// Room: host. Includes the platform's OSAL types and its own header; libc and the standard library
+// Room: host. Includes the platform's OSAL and its own header; libc and the standard library
 // otherwise. Blocks are known by address in a table beside the heap, not by a header in front of
 // them: a header can only be read where there is one, and a wrong address may have none.
 #pragma GCC visibility push(default)
 #include "host/osal_host.h"
-#include "runtime/osal.h"
+#include "platform/osal.h"
 #pragma GCC visibility pop
 
 #include <array>

@@ -1,7 +1,7 @@
 /* Accounting of the development host's OSAL stand-in (libosal_host.so).
  *
  * Room: host. Plain C99, also valid C++. The stand-in exports the five functions that the library
- * looks up by name (types in runtime/osal.h) and counts what passes through them.
+ * looks up by name (../platform/osal.h) and counts what passes through them.
  */
 #ifndef MESH_FIB6_HOST_OSAL_HOST_H
 #define MESH_FIB6_HOST_OSAL_HOST_H

@@ -5,7 +5,7 @@
 // symbol name, once for the life of the process. Units are the library's only mutable state.
 #pragma once
 
-#include "runtime/osal.h"
+#include "platform/osal.h"
 
 #include <cstdint>
 #include <pthread.h>

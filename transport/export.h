@@ -9,7 +9,7 @@
 #include "wire/decoder.h"
 
 // Defines what MESH_FIB6_MESSAGE(M) declares, for the units and the namespace of mesh_fib6::module.
-// Contracts: modules/message_api.h.
+// Contracts: mesh_fib6/message_api.h.
 #define MESH_FIB6_EXPORT(module, M, form)                                                          \
   template <>                                                                                      \
   struct mesh_fib6::transport::exported<M> {                                                       \

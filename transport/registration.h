@@ -4,7 +4,7 @@
 // by the hosting process, never at load; binds no unit.
 #pragma once
 
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 #include "transport/message.h"
 
 namespace mesh_fib6::transport {

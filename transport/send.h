@@ -10,7 +10,7 @@
 // flat record, which is little more than a copy of its image, is compiled per message.
 #pragma once
 
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 #include "transport/message.h"
 #include "wire/compact_writer.h"
 #include "wire/fixed_image.h"
@@ -78,7 +78,7 @@ inline uint32_t hand_over(uint32_t destination, const msg_desc *messages, uint32
 }
 
 // The operations; `record` and `records` point to the message's own records. Contracts:
-// M__sendsingle and M__sendbatch in modules/message_api.h.
+// M__sendsingle and M__sendbatch in mesh_fib6/message_api.h.
 uint32_t send_block_of_one(const tree_message &message, uint32_t destination, const void *record,
                            uint64_t target);
 uint32_t send_batch(const tree_message &message, uint32_t destination, const void *records,

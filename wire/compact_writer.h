@@ -7,10 +7,10 @@
 // Behind it: its sub-tables and element tables.
 #pragma once
 
+#include "platform/memory.h"
 #include "wire/byte_order.h"
 #include "wire/layout.h"
 #include "wire/names.h"
-#include "wire/platform_memory.h"
 #include "wire/sizer.h"
 #include "wire/table_writer.h"
 

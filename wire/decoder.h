@@ -6,13 +6,13 @@
 // the format is accepted, and any other that obeys the FlatBuffers rules.
 #pragma once
 
+#include "platform/memory.h"
 #include "wire/bounds.h"
 #include "wire/byte_order.h"
 #include "wire/compact_reader.h"
 #include "wire/fixed_image.h"
 #include "wire/layout.h"
 #include "wire/names.h"
-#include "wire/platform_memory.h"
 #include "wire/release.h"
 #include "wire/table_reader.h"
 

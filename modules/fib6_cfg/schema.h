@@ -4,8 +4,8 @@
 // a table; everything else about it is computed.
 #pragma once
 
-#include "modules/fib6_cfg/fib6_cfg.h"
 #include "wire/schema.h"
+#include <mesh_fib6/fib6_cfg.h>
 
 MESH_FIB6_TABLE(fib6_cfg_query_comm_param, f0, f1, f2_count, f2);
 MESH_FIB6_TABLE(fib6_cfg_query_comm_rec, f0, f1, f2, f3_count, f3);

@@ -4,8 +4,8 @@
 // a table; everything else about it is computed.
 #pragma once
 
-#include "modules/fib6_sync/fib6_sync.h"
 #include "wire/schema.h"
+#include <mesh_fib6/fib6_sync.h>
 
 MESH_FIB6_TABLE(fib6Sync_tlv, f0, f1);
 MESH_FIB6_TABLE(fib6Sync_ipv6Fwd, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12, f13, f14);

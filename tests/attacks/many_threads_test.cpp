@@ -7,11 +7,11 @@
 #include "tests/attacks/many_threads.h"
 #include "tests/support/random_record.h"
 
-#include "modules/fib6/fib6.h"
-#include "modules/fib6_cfg/fib6_cfg.h"
-#include "modules/fib6_sync/fib6_sync.h"
-#include "runtime/osal.h"
-#include "transport/mesh.h"
+#include "platform/mesh.h"
+#include "platform/osal.h"
+#include <mesh_fib6/fib6.h>
+#include <mesh_fib6/fib6_cfg.h>
+#include <mesh_fib6/fib6_sync.h>
 
 #include <gtest/gtest.h>
 

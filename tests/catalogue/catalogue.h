@@ -6,10 +6,10 @@
 // something else is caught.
 #pragma once
 
-#include "modules/fib6/fib6.h"
-#include "modules/fib6_cfg/fib6_cfg.h"
-#include "modules/fib6_sync/fib6_sync.h"
-#include "transport/mesh.h"
+#include "platform/mesh.h"
+#include <mesh_fib6/fib6.h>
+#include <mesh_fib6/fib6_cfg.h>
+#include <mesh_fib6/fib6_sync.h>
 
 #include <gtest/gtest.h>
 

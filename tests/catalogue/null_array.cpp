@@ -2,7 +2,7 @@
 // process does not survive that. Says so when the fault arrives.
 //
 // Room: tests. Public headers only; linked with the library as it ships.
-#include "modules/fib6/fib6.h"
+#include <mesh_fib6/fib6.h>
 
 #include <csignal>
 #include <cstdint>

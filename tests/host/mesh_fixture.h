@@ -5,7 +5,7 @@
 #pragma once
 
 #include "host/mesh_host.h"
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 
 #include <chrono>
 #include <cstdint>

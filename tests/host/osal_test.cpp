@@ -3,7 +3,7 @@
 // Room: tests.
 #include "captured_stderr.h"
 #include "host/osal_host.h"
-#include "runtime/osal.h"
+#include "platform/osal.h"
 
 #include <algorithm>
 #include <atomic>

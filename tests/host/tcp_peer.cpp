@@ -2,7 +2,7 @@
 //
 // Room: tests. Without GoogleTest, to be started by a script in a network namespace.
 #include "host/mesh_host.h"
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 
 #include <cstdio>
 #include <cstdlib>

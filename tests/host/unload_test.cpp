@@ -1,7 +1,7 @@
 // A program may load the OSAL stand-in late and unload it again.
 //
 // Room: tests. Loads the library by its path; nothing of it is linked.
-#include "runtime/osal.h"
+#include "platform/osal.h"
 
 #include <gtest/gtest.h>
 

@@ -71,7 +71,7 @@ class Tree:
     def __init__(self, prefix):
         self.prefix = prefix
         self.lib = prefix / SETTINGS["lib"]
-        self.include = prefix / SETTINGS["include"] / "mesh_fib6"
+        self.include = prefix / SETTINGS["include"]
 
     def headers(self):
         return [path for path in files_below(self.include) if path.endswith(".h")]
@@ -166,19 +166,19 @@ class Installation(unittest.TestCase):
         folder = self.work / "platform"
         folder.mkdir()
         self.compile(SETTINGS["c"], HERE / "platform_mesh.c", "-std=c99", "-shared", "-fPIC",
-                     f"-I{tree.include}", "-Wl,-soname,libtolvimesh.so",
+                     f"-I{tree.include / 'mesh_fib6'}", "-Wl,-soname,libtolvimesh.so",
                      output=folder / "libtolvimesh.so")
         return folder
 
     def check_headers(self, compiler):
         headers = self.install_with_host("tree").headers()
-        self.assertIn("modules/fib6/fib6.h", headers)
+        self.assertIn("mesh_fib6/fib6.h", headers)
         for header in headers:
             for language in (["c", "-std=c99"], ["c++", "-std=c++98"], ["c++", "-std=c++20"]):
                 with self.subTest(header=header, language=language):
                     run(*compiler.split(), "-x", *language, *STRICT, "-fsyntax-only",
-                        f"-I{self.work / 'tree' / SETTINGS['include'] / 'mesh_fib6'}", "-",
-                        text=f'#include "{header}"\n')
+                        f"-I{self.work / 'tree' / SETTINGS['include']}", "-",
+                        text=f'#include <{header}>\n')
 
     # What is in the tree.
 
@@ -314,7 +314,7 @@ class Installation(unittest.TestCase):
         foreign = [self.work / "tree" / path for path in (
             f"{SETTINGS['include']}/other.h", f"{SETTINGS['include']}/mesh_fib6/host/mine.h",
             f"{SETTINGS['lib']}/libother.so", f"{SETTINGS['lib']}/pkgconfig/.hidden",
-            f"{SETTINGS['doc']}/examples/mine.cpp")]
+            f"{SETTINGS['doc']}/demo/mine.cpp")]
         for path in foreign:
             path.parent.mkdir(parents=True, exist_ok=True)
             path.write_text("mine", encoding="ascii")
@@ -324,7 +324,7 @@ class Installation(unittest.TestCase):
                          sorted(str(path.relative_to(tree.prefix)) for path in foreign))
         # Folders that are the library's alone go with their last file.
         self.assertFalse((tree.lib / "cmake" / "mesh_fib6").exists())
-        self.assertFalse((tree.include / "modules").exists())
+        self.assertFalse((tree.include / "mesh_fib6" / "platform").exists())
         self.assertFalse((tree.prefix / SETTINGS["data"]).exists())
         self.assertFalse((tree.prefix / SETTINGS["doc"] / "docs").exists())
 

@@ -1,8 +1,8 @@
 /* A platform's own libtolvimesh.so, which takes everything but registrations.
  *
- * Room: tests. Includes the installed declarations of the mesh.
+ * Room: tests. Includes the declarations of the mesh, installed or from the sources.
  */
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 
 enum { refusal = 77 }; /* by which a program sees whose mesh it talks to */
 

@@ -3,7 +3,7 @@
 // Room: tests.
 #include "tests/interop/exchange.h"
 
-#include "modules/fib6/fib6.h"
+#include <mesh_fib6/fib6.h>
 
 #include <gtest/gtest.h>
 

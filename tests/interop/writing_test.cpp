@@ -3,7 +3,7 @@
 // Room: tests.
 #include "tests/interop/exchange.h"
 
-#include "modules/fib6_cfg/fib6_cfg.h"
+#include <mesh_fib6/fib6_cfg.h>
 
 #include "fib6_cfg_generated.h"
 

@@ -10,31 +10,34 @@ import re
 import sys
 import tempfile
 
-LIBRARY = ("runtime", "wire", "transport", "modules")
+LIBRARY = ("include", "platform", "runtime", "wire", "transport", "modules")
 # Whose sources a room may include, as patterns of paths from the root. The first pattern that
 # matches a file says which room it is in. {m} is the module's own name.
 MAY_INCLUDE = [
-    (r"runtime/", [r"runtime/"]),
-    (r"wire/", [r"wire/", r"runtime/"]),
-    (r"transport/", [r"transport/", r"wire/", r"runtime/"]),
     # What users compile: plain C, nothing of the library's inside.
-    (r"modules/(?P<m>[^/]+)/(?P=m)\.h", [r"modules/message_api\.h$"]),
-    (r"modules/message_api\.h", []),
-    (r"modules/(?P<m>[^/]+)/", [r"modules/{m}/", r"modules/[^/]+\.h$", r"transport/", r"wire/",
-                                r"runtime/"]),
-    (r"modules/", [r"modules/[^/]+\.h$", r"transport/", r"wire/", r"runtime/"]),
-    (r"host/", [r"host/", r"transport/mesh\.h$", r"runtime/osal\.h$"]),
-    (r"tools/", [r"tools/", r"modules/[^/]+/schema\.h$", r"modules/(?P<x>[^/]+)/(?P=x)\.h$",
-                 r"modules/message_api\.h$", r"wire/(schema|layout)\.h$",
-                 r"transport/message\.h$"]),
-    (r"examples/", [r"examples/", r"host/", r"modules/(?P<x>[^/]+)/(?P=x)\.h$",
-                    r"modules/message_api\.h$"]),
+    (r"include/mesh_fib6/", [r"include/mesh_fib6/"]),
+    (r"platform/", []),
+    (r"runtime/", [r"runtime/", r"platform/"]),
+    (r"wire/", [r"wire/", r"runtime/", r"platform/"]),
+    (r"transport/", [r"transport/", r"wire/", r"runtime/", r"platform/"]),
+    (r"modules/(?P<m>[^/]+)/", [r"modules/{m}/", r"include/mesh_fib6/{m}\.h$",
+                                r"include/mesh_fib6/message_api\.h$", r"modules/[^/]+\.h$",
+                                r"transport/", r"wire/", r"runtime/", r"platform/"]),
+    (r"modules/", [r"modules/[^/]+\.h$", r"transport/", r"wire/", r"runtime/", r"platform/"]),
+    (r"host/", [r"host/", r"platform/"]),
+    (r"tools/", [r"tools/", r"modules/[^/]+/schema\.h$", r"include/mesh_fib6/",
+                 r"wire/(schema|layout)\.h$", r"transport/message\.h$"]),
+    (r"demo/", [r"demo/", r"host/(mesh|osal|memory)_host\.h$", r"platform/(mesh|osal)\.h$",
+                r"include/mesh_fib6/"]),
 ]
+# Folders that are searched for headers, and what users call those that are installed from elsewhere.
+SEARCHED = ("", "include/")
+INSTALLED = re.compile(r"mesh_fib6/((?:host|platform)/.*)")
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"\n]+)"|<([^>\n]+)>)', re.M)
 
 
 def sources(tree):
-    for room in (*LIBRARY, "host", "tools", "examples"):
+    for room in (*LIBRARY, "host", "tools", "demo"):
         for folder, _, names in os.walk(os.path.join(tree, room)):
             for name in sorted(names):
                 if name.endswith((".h", ".c", ".hpp", ".cpp")):
@@ -54,7 +57,10 @@ def allowed(file, included):
 def target_of(tree, file, name, angled):
     """The path of what is included, from the root; None when it is not of this tree."""
     beside = os.path.normpath(os.path.join(os.path.dirname(file), name))
-    choices = [os.path.normpath(name)] if angled else [beside, os.path.normpath(name)]
+    choices = [os.path.normpath(folder + name) for folder in SEARCHED]
+    choices += [match.group(1) for match in [INSTALLED.match(name)] if match]
+    if not angled:
+        choices.insert(0, beside)
     for choice in choices:
         if os.path.isfile(os.path.join(tree, choice)):
             return choice
@@ -80,42 +86,61 @@ def problems(tree):
 
 # (file, what it includes, whether that is forbidden)
 SAMPLES = [
+    ("platform/a.h", "<stdint.h>", False),
+    ("platform/a.h", '"platform/mesh.h"', True),
+    ("platform/a.h", '"runtime/unit.h"', True),
     ("runtime/a.cpp", '"runtime/unit.h"', False),
+    ("runtime/a.cpp", '"platform/osal.h"', False),
     ("runtime/a.cpp", '"wire/schema.h"', True),
     ("runtime/a.cpp", "<wire/schema.h>", True),
     ("wire/a.h", '"runtime/unit.h"', False),
     ("wire/a.h", '"schema.h"', False),
-    ("wire/a.h", '"transport/mesh.h"', True),
-    ("wire/a.h", '"../transport/mesh.h"', True),
+    ("wire/a.h", '"platform/memory.h"', False),
+    ("wire/a.h", '"transport/send.h"', True),
+    ("wire/a.h", '"../transport/send.h"', True),
+    ("wire/a.h", "<mesh_fib6/one.h>", True),
     ("wire/a.h", '"tests/support/fake.h"', True),
     ("transport/a.cpp", '"wire/schema.h"', False),
-    ("transport/a.cpp", '"modules/message_api.h"', True),
-    ("transport/a.cpp", '"modules/one/one.h"', True),
+    ("transport/a.cpp", '"platform/mesh.h"', False),
+    ("transport/a.cpp", "<mesh_fib6/message_api.h>", True),
+    ("transport/a.cpp", '"include/mesh_fib6/one.h"', True),
     ("modules/one/one.cpp", '"modules/one/schema.h"', False),
-    ("modules/one/one.cpp", '"modules/message_api.h"', False),
-    ("modules/one/one.cpp", '"modules/two/two.h"', True),
+    ("modules/one/one.cpp", '"modules/pins.h"', False),
+    ("modules/one/one.cpp", "<mesh_fib6/message_api.h>", False),
+    ("modules/one/one.cpp", "<mesh_fib6/one.h>", False),
+    ("modules/one/one.cpp", "<mesh_fib6/two.h>", True),
+    ("modules/one/one.cpp", '"modules/two/schema.h"', True),
     ("modules/one/one.cpp", '"host/mesh_host.h"', True),
     ("modules/one/one.cpp", '"tools/descriptors.h"', True),
     ("modules/one/one.cpp", '"fuzz/seeds.h"', True),
-    ("modules/one/one.h", '"modules/message_api.h"', False),
-    ("modules/one/one.h", '"wire/schema.h"', True),
-    ("host/a.cpp", '"transport/mesh.h"', False),
-    ("host/a.cpp", '"runtime/osal.h"', False),
+    ("include/mesh_fib6/one.h", '"message_api.h"', False),
+    ("include/mesh_fib6/one.h", "<stdint.h>", False),
+    ("include/mesh_fib6/one.h", '"platform/mesh.h"', True),
+    ("include/mesh_fib6/one.h", '"../../platform/mesh.h"', True),
+    ("include/mesh_fib6/one.h", '"wire/schema.h"', True),
+    ("host/a.cpp", '"platform/mesh.h"', False),
+    ("host/a.h", '"../platform/mesh.h"', False),
+    ("host/a.cpp", '"platform/osal.h"', False),
+    ("host/a.cpp", "<mesh_fib6/one.h>", True),
     ("host/a.cpp", '"runtime/unit.h"', True),
     ("host/a.cpp", '"wire/schema.h"', True),
     ("tools/a.cpp", '"modules/one/schema.h"', False),
     ("tools/a.cpp", '"runtime/unit.h"', True),
     ("tools/a.cpp", '"host/mesh_host.h"', True),
-    ("examples/a.cpp", '"modules/one/one.h"', False),
-    ("examples/a.cpp", '"host/mesh_host.h"', False),
-    ("examples/a.cpp", '"modules/one/schema.h"', True),
-    ("examples/a.cpp", '"wire/schema.h"', True),
-    ("examples/a.cpp", "<vector>", False),
+    ("demo/a.cpp", "<mesh_fib6/one.h>", False),
+    ("demo/a.cpp", "<mesh_fib6/host/mesh_host.h>", False),
+    ("demo/a.cpp", "<mesh_fib6/host/connection.h>", True),
+    ("demo/a.cpp", "<mesh_fib6/platform/mesh.h>", False),
+    ("demo/a.cpp", "<mesh_fib6/platform/memory.h>", True),
+    ("demo/a.cpp", '"modules/one/schema.h"', True),
+    ("demo/a.cpp", '"wire/schema.h"', True),
+    ("demo/a.cpp", "<vector>", False),
 ]
-THERE = ["runtime/unit.h", "runtime/osal.h", "wire/schema.h", "transport/mesh.h",
-         "modules/message_api.h", "modules/one/one.h", "modules/one/schema.h",
-         "modules/two/two.h", "host/mesh_host.h", "tools/descriptors.h", "tests/support/fake.h",
-         "fuzz/seeds.h"]
+THERE = ["include/mesh_fib6/message_api.h", "include/mesh_fib6/one.h", "include/mesh_fib6/two.h",
+         "platform/mesh.h", "platform/osal.h", "platform/memory.h", "runtime/unit.h",
+         "wire/schema.h", "transport/send.h", "modules/pins.h", "modules/one/schema.h",
+         "modules/two/schema.h", "host/mesh_host.h", "host/connection.h", "tools/descriptors.h",
+         "tests/support/fake.h", "fuzz/seeds.h"]
 
 
 def self_test():

@@ -4,7 +4,7 @@
 // Room: tests.
 #pragma once
 
-#include "runtime/osal.h"
+#include "platform/osal.h"
 #include "runtime/unit.h"
 #include "tests/runtime/wrapped_dlsym.h"
 #include "tests/support/fake_mesh.h"

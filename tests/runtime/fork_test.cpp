@@ -6,7 +6,7 @@
 #include "modules/fib6/units.h"
 #include "modules/fib6_cfg/units.h"
 #include "modules/fib6_sync/units.h"
-#include "runtime/osal.h"
+#include "platform/osal.h"
 #include "runtime/unit.h"
 #include "tests/support/fake_mesh.h"
 #include "tests/support/random_record.h"

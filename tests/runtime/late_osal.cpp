@@ -3,7 +3,7 @@
 // Room: tests. One thread.
 #include "tests/runtime/late_osal.h"
 
-#include "runtime/osal.h"
+#include "platform/osal.h"
 
 #include <cstdlib>
 

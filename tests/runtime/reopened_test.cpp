@@ -2,9 +2,9 @@
 // without a trace and comes back unbound.
 //
 // Room: tests. Reaches the library by dlopen only.
-#include "modules/fib6/fib6.h"
 #include "tests/support/fake_mesh.h"
 #include "tests/support/fake_osal.h"
+#include <mesh_fib6/fib6.h>
 
 #include <gtest/gtest.h>
 

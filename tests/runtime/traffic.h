@@ -4,9 +4,9 @@
 // Room: tests. Public headers only: the library is the one that ships.
 #pragma once
 
-#include "modules/fib6/fib6.h"
-#include "modules/fib6_cfg/fib6_cfg.h"
 #include "tests/support/fake_mesh.h"
+#include <mesh_fib6/fib6.h>
+#include <mesh_fib6/fib6_cfg.h>
 
 #include <gtest/gtest.h>
 

@@ -1,13 +1,13 @@
 // The six units of the library: which of them a call binds, and which half of it.
 //
 // Room: tests. Each test starts with all six as they are after loading.
-#include "modules/fib6/fib6.h"
 #include "modules/fib6/units.h"
-#include "modules/fib6_cfg/fib6_cfg.h"
 #include "modules/fib6_cfg/units.h"
-#include "modules/fib6_sync/fib6_sync.h"
 #include "modules/fib6_sync/units.h"
 #include "tests/runtime/binding_fixture.h"
+#include <mesh_fib6/fib6.h>
+#include <mesh_fib6/fib6_cfg.h>
+#include <mesh_fib6/fib6_sync.h>
 
 #include <array>
 #include <cstring>

@@ -5,7 +5,7 @@
 // at once. Thread-safe.
 #pragma once
 
-#include "transport/mesh.h"
+#include "platform/mesh.h"
 
 #include <cstdint>
 #include <functional>

@@ -2,7 +2,7 @@
 //
 // Room: tests. Includes the platform's declarations. A process that lacks some of the five is made
 // by leaving them out here.
-#include "runtime/osal.h"
+#include "platform/osal.h"
 #include "tests/support/fake_osal_entries.h"
 
 namespace entries = fake_osal::entries;

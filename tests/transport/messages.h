@@ -3,9 +3,9 @@
 // Room: tests. Public headers only. Nothing here is computed by the library.
 #pragma once
 
-#include "modules/fib6/fib6.h"
-#include "modules/fib6_cfg/fib6_cfg.h"
 #include "tests/support/guarded_buffer.h"
+#include <mesh_fib6/fib6.h>
+#include <mesh_fib6/fib6_cfg.h>
 
 #include <gtest/gtest.h>
 

@@ -6,8 +6,8 @@
 // in its record, and nothing from the library.
 #pragma once
 
-#include "modules/fib6/fib6.h"
-#include "modules/fib6_cfg/fib6_cfg.h"
+#include <mesh_fib6/fib6.h>
+#include <mesh_fib6/fib6_cfg.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -5,9 +5,9 @@
 // follow.
 #pragma once
 
-#include "modules/fib6_sync/fib6_sync.h"
 #include "modules/fib6_sync/units.h"
 #include "tests/wire/golden_records.h"
+#include <mesh_fib6/fib6_sync.h>
 
 MESH_FIB6_TEST_OPERATIONS(fib6Sync_svcCtxMsg, fib6_sync, 0x43B81539, 2, header_first);
 MESH_FIB6_TEST_OPERATIONS(fib6Sync_ipv6FwdUpdateMsg, fib6_sync, 0x48CDB5CB, 2, table_form);

@@ -3,11 +3,11 @@
 // Room: tests. Includes the modules' public headers and the units.
 #pragma once
 
-#include "modules/fib6/fib6.h"
 #include "modules/fib6/units.h"
-#include "modules/fib6_cfg/fib6_cfg.h"
 #include "modules/fib6_cfg/units.h"
 #include "tests/support/message_cases.h"
+#include <mesh_fib6/fib6.h>
+#include <mesh_fib6/fib6_cfg.h>
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // quick copy: the library uses what is there.
 //
 // Room: tests. Defines the functions in the executable, as a device's process does; built twice.
-#include "wire/platform_memory.h"
+#include "platform/memory.h"
 
 #include <gtest/gtest.h>
 
@@ -48,7 +48,7 @@ int memcpy_sOptAsm(void *destination, size_t capacity, const void *source, size_
 TEST(PlatformMemory, ClearsWithTheProcesssFunctionAndNoByteMore) {
   char area[8] = "abcdefg";
   called.clear();
-  mesh_fib6::wire::clear_memory(area, 5);
+  mesh_fib6::clear_memory(area, 5);
   EXPECT_EQ(called, "memset_s(5, 5)");
   EXPECT_EQ(std::memcmp(area, "\0\0\0\0\0fg", sizeof area), 0);
 }
@@ -56,7 +56,7 @@ TEST(PlatformMemory, ClearsWithTheProcesssFunctionAndNoByteMore) {
 TEST(PlatformMemory, CopiesWithTheQuickestFunctionOfTheProcessAndNoByteMore) {
   char area[8] = "abcdefg";
   called.clear();
-  mesh_fib6::wire::copy_memory(area, "12345", 5);
+  mesh_fib6::copy_memory(area, "12345", 5);
   EXPECT_EQ(called, copying);
   EXPECT_STREQ(area, "12345fg");
 }

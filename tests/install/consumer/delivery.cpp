@@ -2,9 +2,9 @@
 // a route.
 //
 // Room: tests. Includes the installed headers and the standard library.
-#include "host/mesh_host.h"
-#include "host/osal_host.h"
-#include "modules/fib6/fib6.h"
+#include <mesh_fib6/fib6.h>
+#include <mesh_fib6/host/mesh_host.h>
+#include <mesh_fib6/host/osal_host.h>
 
 #include <cstdlib>
 #include <iostream>

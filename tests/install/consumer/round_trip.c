@@ -3,9 +3,9 @@
  * Room: tests. Includes the public headers and libc. Prints what the mesh answered; the exit status
  * tells whether the route came back.
  */
-#include "modules/fib6/fib6.h"
-#include "modules/fib6_cfg/fib6_cfg.h"
-#include "modules/fib6_sync/fib6_sync.h"
+#include <mesh_fib6/fib6.h>
+#include <mesh_fib6/fib6_cfg.h>
+#include <mesh_fib6/fib6_sync.h>
 
 #include <stdio.h>
 #include <string.h>
