@@ -5,8 +5,8 @@
 // Room: tests. Where the fields lie and what they hold is element_wire.h's.
 #include "tests/wire/decoding.h"
 #include "tests/wire/element_wire.h"
-#include "tests/wire/golden_records_cfg.h" // for the operations alone
 #include "tests/wire/log_expectation.h"
+#include "tests/wire/operations.h"
 
 #include <gtest/gtest.h>
 

@@ -2,10 +2,10 @@
 // the allocator refuses, when released twice.
 //
 // Room: tests.
-#include "tests/support/annotated.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/wire_builder.h"
 #include "tests/wire/decoding.h"
+#include "tests/wire/golden.h"
 #include "tests/wire/log_expectation.h"
 
 #include <gtest/gtest.h>
@@ -17,9 +17,7 @@ using texts = std::vector<std::string>;
 
 template <class M>
 std::vector<uint8_t> full_image() {
-  return annotated::bytes_of(
-      annotated::load(std::string(MESH_FIB6_GOLDEN_DIR "/") + operations<M>::name + ".txt"),
-      "full");
+  return golden::file_of<M>().bytes_of("full");
 }
 
 // "alloc 96", "alloc 28", ... for the vectors of a record with these counts.

@@ -3,7 +3,7 @@
 // Room: tests.
 #include "tests/support/fake_osal.h"
 #include "tests/support/guarded_buffer.h"
-#include "tests/wire/golden_records.h"
+#include "tests/wire/golden.h"
 #include "tests/wire/log_expectation.h"
 #include "tests/wire/operations.h"
 
@@ -27,7 +27,7 @@ uint32_t size_of(const M &record) {
 // A root of one scalar and one vector, holding one zero element of type E.
 template <class M>
 uint32_t size_with_one_zero_element() {
-  return size_of(*golden_records::zero_elements<M>());
+  return size_of(golden::record_of<M>("zero_elements"));
 }
 
 TEST(EncodedSize, OfARouteUpdateWithoutEntriesIsItsBase) {
@@ -272,12 +272,7 @@ protected:
   }
 
   // The record of the message's image "full".
-  static const M &full() {
-    for (const auto &image : golden_records::images<M>())
-      if (image.name == "full")
-        return *image.record;
-    throw std::runtime_error("no image full");
-  }
+  static const M &full() { return golden::record_of<M>("full"); }
 };
 using Pack_messages = all_messages;
 

@@ -3,9 +3,8 @@
 // Room: tests. Includes the modules' public headers and the units.
 #pragma once
 
-#include "modules/fib6/units.h"
-#include "modules/fib6_cfg/units.h"
 #include "tests/support/message_cases.h"
+#include "tests/support/units.h"
 #include <mesh_fib6/fib6.h>
 #include <mesh_fib6/fib6_cfg.h>
 
@@ -50,6 +49,24 @@ MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_ipv6PathMtuDelMsg, fib6, 0x6718B739, 2, 
 MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_pidStateMsg, fib6, 0x2DAF16C2, 2, header_first);
 MESH_FIB6_TEST_OPERATIONS(fib6_cfg_cfg_ipv6_ttl_expired_forward, fib6_cfg, 0x863B570C, 5,
                           header_first);
+
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_classItemMsg, fib6, 0x9D4AD197, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_vrfClassStateMsg, fib6, 0x4E636B47, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_vrfClassDataMsg, fib6, 0x2646ACE6, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_lrClassDataMsg, fib6, 0x36A0ECDC, 3, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_loadBalanceMode, fib6, 0x0D2C457A, 7, table_form);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_loadBalanceReverse, fib6, 0x2555943D, 3, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_dod_enable, fib6, 0x877476E0, 3, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_dod_rule, fib6, 0x7EA01FE9, 5, header_first);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_dod_aging, fib6, 0x89D66519, 6, table_form);
+MESH_FIB6_TEST_OPERATIONS(feiBrokerFib6_special_ip, fib6, 0xD001F332, 4, header_first);
+
+MESH_FIB6_TEST_OPERATIONS(fib6_cfg_query_fib6_key, fib6_cfg, 0x727C4D11, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(fib6_cfg_query_fib6_rec, fib6_cfg, 0x8B27C60C, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(fib6_cfg_query_dfx_key, fib6_cfg, 0x244EBB6A, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(fib6_cfg_query_dfx_rec, fib6_cfg, 0x3ACCEBF3, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(fib6_cfg_query_fib6check_key, fib6_cfg, 0x6C0280B3, 2, header_first);
+MESH_FIB6_TEST_OPERATIONS(fib6_cfg_query_fib6check_rec, fib6_cfg, 0xDD6EF182, 2, header_first);
 
 // Calls visit(count, array) for each vector of a record, in member order.
 template <class M, class Visitor>
@@ -97,27 +114,8 @@ using all_messages =
                    feiBrokerFib6_ipv6PathMtuUpdateMsg, feiBrokerFib6_ipv6PathMtuDelMsg,
                    feiBrokerFib6_pidStateMsg, fib6_cfg_cfg_ipv6_ttl_expired_forward>;
 
-// Binds both sides of the message's module, so that what a test then records is the call's own.
+// Binds both sides of the message's module.
 template <class M>
 void bind_units() {
-  for (mesh_fib6::runtime::unit *unit :
-       {&operations<M>::recv_unit(), &operations<M>::send_unit()}) {
-    mesh_fib6::runtime::bind_general(*unit);
-    mesh_fib6::runtime::bind_cache(*unit);
-  }
+  bind_units({operations<M>::recv_unit(), operations<M>::send_unit()});
 }
-
-// Sets a unit's byte order for the life of this object; the unit must be bound already, for binding
-// clears the flag.
-class swapped_unit {
-public:
-  swapped_unit(mesh_fib6::runtime::unit &unit, uint32_t byte_swap) : unit_(unit) {
-    unit_.byte_swap = byte_swap;
-  }
-  swapped_unit(const swapped_unit &) = delete;
-  swapped_unit &operator=(const swapped_unit &) = delete;
-  ~swapped_unit() { unit_.byte_swap = 0; }
-
-private:
-  mesh_fib6::runtime::unit &unit_;
-};

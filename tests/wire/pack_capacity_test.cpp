@@ -3,12 +3,11 @@
 // able to tell.
 //
 // Room: tests. Expected bytes are the reviewed images and element_wire.h's.
-#include "tests/support/annotated.h"
 #include "tests/wire/decoding.h"
 #include "tests/wire/element_wire.h"
-#include "tests/wire/golden_records_cfg.h"
-#include "tests/wire/golden_records_fib6_control.h"
+#include "tests/wire/golden.h"
 #include "tests/wire/log_expectation.h"
+#include "tests/wire/query_messages.h"
 
 #include <gtest/gtest.h>
 
@@ -57,19 +56,12 @@ packing packing_of(const std::string &name, const M *record, const bytes &expect
 template <class M>
 void add_images(std::vector<packing> &list, const char *short_name,
                 const std::vector<std::pair<const char *, uint32_t>> &bounds) {
-  const auto file =
-      annotated::load(std::string(MESH_FIB6_GOLDEN_DIR "/") + operations<M>::name + ".txt");
   for (const auto &[name, bound] : bounds) {
-    bool found = false;
-    for (const auto &image : golden_records::images<M>())
-      if (image.name == name && image.arrangement == golden_records::layout::compact) {
-        list.push_back(packing_of(std::string(short_name) + "_" + name,
-                                  static_cast<const M *>(image.record),
-                                  annotated::bytes_of(file, name), bound, image.byte_swap));
-        found = true;
-      }
-    if (!found)
-      throw std::runtime_error(std::string("no image ") + name);
+    const golden::image &image = golden::file_of<M>().image_of(name);
+    EXPECT_FALSE(image.fixed) << name;
+    list.push_back(packing_of(std::string(short_name) + "_" + name,
+                              static_cast<const M *>(image.record), image.bytes, bound,
+                              image.byte_swap));
   }
 }
 
@@ -78,14 +70,10 @@ template <class M>
 void add_empty_bytes(std::vector<packing> &list, const char *name, uint32_t bound) {
   static uint8_t nothing[1];
   static M record;
-  for (const auto &image : golden_records::images<M>())
-    if (image.name == "full_without_bytes")
-      std::memcpy(&record, image.record, sizeof record);
+  std::memcpy(&record, &golden::record_of<M>("full_without_bytes"), sizeof record);
   set_bytes(record, nothing, 0);
-  const auto file =
-      annotated::load(std::string(MESH_FIB6_GOLDEN_DIR "/") + operations<M>::name + ".txt");
   list.push_back(packing_of(name, static_cast<const M *>(&record),
-                            annotated::bytes_of(file, "full_without_bytes"), bound));
+                            golden::file_of<M>().bytes_of("full_without_bytes"), bound));
   list.back().unwritten = 8;
 }
 

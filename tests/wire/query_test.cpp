@@ -3,14 +3,13 @@
 // in the log, and who owns the blocks behind a query.
 //
 // Room: tests.
-#include "tests/support/annotated.h"
 #include "tests/support/fake_mesh.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/wire_builder.h"
 #include "tests/wire/decoding.h"
-#include "tests/wire/golden_records_cfg.h"
-#include "tests/wire/golden_records_fib6_control.h"
+#include "tests/wire/golden.h"
 #include "tests/wire/log_expectation.h"
+#include "tests/wire/query_messages.h"
 
 #include <gtest/gtest.h>
 
@@ -26,18 +25,10 @@ constexpr uint32_t failed = 0xFFFFFFFF;
 
 template <class M>
 wire_builder image(const char *name) {
-  return wire_builder(annotated::bytes_of(
-      annotated::load(std::string(MESH_FIB6_GOLDEN_DIR "/") + operations<M>::name + ".txt"), name));
+  return wire_builder(golden::file_of<M>().bytes_of(name));
 }
 
-// The record behind an image.
-template <class M>
-const M &record_of(const char *name) {
-  for (const auto &each : golden_records::images<M>())
-    if (each.name == name)
-      return *each.record;
-  throw std::runtime_error(std::string("no image ") + name);
-}
+using golden::record_of;
 
 template <class M>
 bytes packed(const M &record) {
@@ -191,7 +182,12 @@ constexpr bool has_sub_table() {
 
 template <class M>
 struct Control {};
-using Control_messages = control_messages;
+using Control_messages =
+    testing::Types<feiBrokerFib6_classItemMsg, feiBrokerFib6_vrfClassStateMsg,
+                   feiBrokerFib6_vrfClassDataMsg, feiBrokerFib6_lrClassDataMsg,
+                   feiBrokerFib6_loadBalanceMode, feiBrokerFib6_loadBalanceReverse,
+                   feiBrokerFib6_dod_enable, feiBrokerFib6_dod_rule, feiBrokerFib6_dod_aging,
+                   feiBrokerFib6_special_ip>;
 
 MESSAGE_TEST(Control, OfZerosIsSentWithEveryFieldAndPackedWithoutThem) {
   bind_units<TypeParam>();
@@ -614,11 +610,11 @@ protected:
 using Query_messages = query_messages;
 
 MESSAGE_TEST(Query, AsksForItsBytesUnderTheSharedRecordsNameAndForItemsUnderItsOwn) {
-  for (const auto &each : golden_records::images<TypeParam>()) {
+  for (const golden::image &each : golden::file_of<TypeParam>().images()) {
     SCOPED_TRACE(each.name);
-    const decoding<TypeParam> decoded(image<TypeParam>(each.name.c_str()).bytes(),
-                                      {.byte_swap = each.byte_swap});
-    EXPECT_EQ(block_texts(decoded.calls), this->taken(*each.record));
+    const decoding<TypeParam> decoded(each.bytes, {.byte_swap = each.byte_swap});
+    EXPECT_EQ(block_texts(decoded.calls),
+              this->taken(*static_cast<const TypeParam *>(each.record)));
   }
 }
 
