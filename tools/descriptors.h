@@ -2,8 +2,7 @@
 // tests and documents, which meet a message by its name and not by its type.
 //
 // Room: tools. May include wire/schema.h, wire/layout.h, transport/message.h and the modules'
-// schemas; nothing else of the library. Nothing is written here that the schema says already,
-// except the names of the operations, which only a macro can form.
+// schemas; nothing else of the library. Nothing is written here that the schema says already.
 //
 // Everything is constexpr. A program that uses only tables needs no library; one that touches
 // `modules` refers to the operations and links it.
@@ -206,85 +205,6 @@ struct module_descriptor {
   std::span<const message_descriptor> messages;
 };
 
-// The exported functions of a message type; MESH_FIB6_OPERATIONS specialises it.
-template <class Record>
-struct operations;
-
-#define MESH_FIB6_OPERATIONS(M)                                                                    \
-  template <>                                                                                      \
-  struct operations<M> {                                                                           \
-    static constexpr auto pack = &M##__pack;                                                       \
-    static constexpr auto unpack = &M##__unpack;                                                   \
-    static constexpr auto free_unpacked = &M##_free__unpacked;                                     \
-    static constexpr auto sendsingle = &M##__sendsingle;                                           \
-    static constexpr auto sendbatch = &M##__sendbatch;                                             \
-    static constexpr auto sendmsg = &M##__sendmsg;                                                 \
-    static constexpr auto sendtomsg = &M##__sendtomsg;                                             \
-  }
-
-MESH_FIB6_OPERATIONS(feiBrokerFib6_ipv6FwdUpdateMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_ipv6FwdDelMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_nhp6GroupUpdateMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_nhp6GroupDelMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_nhp6UpdateMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_nhp6DelMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_srv6SrListUpdateMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_srv6SrListDelMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_ipv6PathMtuUpdateMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_ipv6PathMtuDelMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_pidStateMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_classItemMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_vrfClassStateMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_vrfClassDataMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_lrClassDataMsg);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_loadBalanceMode);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_loadBalanceReverse);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_dod_enable);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_dod_rule);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_dod_aging);
-MESH_FIB6_OPERATIONS(feiBrokerFib6_special_ip);
-
-MESH_FIB6_OPERATIONS(fib6_cfg_query_fib6_key);
-MESH_FIB6_OPERATIONS(fib6_cfg_query_fib6_rec);
-MESH_FIB6_OPERATIONS(fib6_cfg_query_dfx_key);
-MESH_FIB6_OPERATIONS(fib6_cfg_query_dfx_rec);
-MESH_FIB6_OPERATIONS(fib6_cfg_cfg_ipv6_ttl_expired_forward);
-MESH_FIB6_OPERATIONS(fib6_cfg_query_fib6check_key);
-MESH_FIB6_OPERATIONS(fib6_cfg_query_fib6check_rec);
-
-MESH_FIB6_OPERATIONS(fib6Sync_svcCtxMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_ipv6FwdUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_ipv6FwdDelMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6GroupUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6GroupDelMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6GroupNodeUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6GroupNodeDelMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6UpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6DelMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6StdUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6StdDelMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6ExtUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6VpnUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6VxlanUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6VpnSidUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6ExtSrv6TeUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_ipv6PathMtuUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_ipv6PathMtuDelMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_loadBalanceMode);
-MESH_FIB6_OPERATIONS(fib6Sync_loadBalanceReverse);
-MESH_FIB6_OPERATIONS(fib6Sync_ecmpCfg);
-MESH_FIB6_OPERATIONS(fib6Sync_dod_enable);
-MESH_FIB6_OPERATIONS(fib6Sync_glbCfg);
-MESH_FIB6_OPERATIONS(fib6Sync_srv6SrListUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_srv6SrListDelMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_nhp6_ext_label_update_data);
-MESH_FIB6_OPERATIONS(fib6Sync_dod_rule);
-MESH_FIB6_OPERATIONS(fib6Sync_dod_aging);
-MESH_FIB6_OPERATIONS(fib6Sync_special_ip);
-MESH_FIB6_OPERATIONS(fib6Sync_specialIpUpdateMsg);
-MESH_FIB6_OPERATIONS(fib6Sync_specialIpDeleteMsg);
-#undef MESH_FIB6_OPERATIONS
-
 namespace detail {
 
 // What the schema headers say of a module, as a type.
@@ -332,7 +252,7 @@ constexpr message_descriptor describe_message() {
           },
       .unpack = [](const uint8_t *buffer, uint32_t length,
                    void *record) { return op::unpack(buffer, length, static_cast<M *>(record)); },
-      .free_unpacked = [](void *record) { op::free_unpacked(static_cast<M *>(record)); },
+      .free_unpacked = [](void *record) { op::release(static_cast<M *>(record)); },
       .sendsingle =
           [](uint32_t destination, const void *record, uint32_t ignored, uint64_t target) {
             return op::sendsingle(destination, static_cast<const M *>(record), ignored, target);

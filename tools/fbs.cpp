@@ -89,7 +89,7 @@ std::string fbs_of(const module_descriptor &module) {
   for (const message_descriptor &message : module.messages)
     list_tables(*message.table, tables);
   std::string text = std::string("// The messages of module ") + module.name +
-                     ", for FlatBuffers tools. Written by tools/write_schemas.\n"
+                     ", for FlatBuffers tools. Written by tools/write_baselines.\n"
                      "//\n"
                      "// What a schema cannot say, docs/interop.md does: buffers are not aligned, "
                      "and an array with a\n"

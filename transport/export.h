@@ -1,32 +1,35 @@
 // Stamps out the seven exported functions of a message type.
 //
-// Room: transport. Used by a module's source, once per message.
+// Room: transport. Used by a module's source, for each message of its list, where `this_module` is
+// the module's namespace.
 #pragma once
 
 #include "transport/message.h"
+#include "transport/pins.h"
 #include "transport/send.h"
 #include "wire/compact_writer.h"
 #include "wire/decoder.h"
 
-// Defines what MESH_FIB6_MESSAGE(M) declares, for the units and the namespace of mesh_fib6::module.
-// Contracts: mesh_fib6/message_api.h.
-#define MESH_FIB6_EXPORT(module, M, form)                                                          \
+// Defines what MESH_FIB6_MESSAGE(M) declares, for the units and the namespace of this_module, and
+// compares what the list states. Contracts: mesh_fib6/message_api.h.
+#define MESH_FIB6_EXPORT(M, form, identifier, size)                                                \
   template <>                                                                                      \
   struct mesh_fib6::transport::exported<M> {                                                       \
-    static constexpr uint32_t id = message_id<M>(module::wire_namespace);                          \
-    static constexpr auto unpack = &M##__unpack;                                                   \
-    static constexpr auto release = &M##_free__unpacked;                                           \
-    static constexpr auto message = describe<M>(module::send_unit, id);                            \
+    static constexpr auto message = describe<M>(this_module::send_unit, identifier);               \
+    static_assert(message_id<M>(this_module::wire_namespace) == identifier,                        \
+                  #M " has another identifier than is stated");                                    \
+    static_assert(size_of_zeros<M>() == size, #M " takes another size than is stated");            \
+    static_assert(tables_take_what_is_stated<M>());                                                \
   };                                                                                               \
   uint32_t M##__pack(const M *record, uint8_t *buffer, uint32_t *length) {                         \
-    return mesh_fib6::wire::pack(mesh_fib6::module::send_unit, record, buffer, length);            \
+    return mesh_fib6::wire::pack(this_module::send_unit, record, buffer, length);                  \
   }                                                                                                \
   uint32_t M##__unpack(const uint8_t *buffer, uint32_t length, M *record) {                        \
-    return mesh_fib6::wire::unpack<mesh_fib6::wire::root_form::form>(mesh_fib6::module::recv_unit, \
+    return mesh_fib6::wire::unpack<mesh_fib6::wire::root_form::form>(this_module::recv_unit,       \
                                                                      buffer, length, record);      \
   }                                                                                                \
   void M##_free__unpacked(M *record) {                                                             \
-    mesh_fib6::wire::release(mesh_fib6::module::recv_unit, record);                                \
+    mesh_fib6::wire::release(this_module::recv_unit, record);                                      \
   }                                                                                                \
   uint32_t M##__sendsingle(uint32_t destination, const M *record, uint32_t, uint64_t target) {     \
     using namespace mesh_fib6::transport;                                                          \
@@ -45,5 +48,4 @@
                           uint64_t target) {                                                       \
     using namespace mesh_fib6::transport;                                                          \
     return send_counted<M, exported<M>::message>(destination, records, count, target);             \
-  }                                                                                                \
-  static_assert(true)
+  }

@@ -38,7 +38,7 @@ consteval uint32_t message_id(const char *wire_namespace) {
   return fnv1a(name + message, fnv1a(".", fnv1a(wire_namespace)));
 }
 
-// The exported functions of a message type; MESH_FIB6_EXPORT specialises it.
+// What the send operations need of a message type; MESH_FIB6_EXPORT specialises it.
 template <class Record>
 struct exported;
 

@@ -5,7 +5,8 @@
 #pragma once
 
 #include "platform/mesh.h"
-#include "transport/message.h"
+#include "transport/operations.h"
+#include "wire/schema.h"
 
 namespace mesh_fib6::transport {
 
@@ -21,9 +22,9 @@ template <class... Records>
 uint32_t register_messages(wire::type_list<Records...>) {
   uint32_t result = 0;
   const bool all =
-      (((result = MESH_RegIDLFuncHook(exported<Records>::id,
-                                      as_hook<mesh_unpack_hook>(exported<Records>::unpack),
-                                      as_hook<mesh_free_hook>(exported<Records>::release))) == 0) &&
+      (((result = MESH_RegIDLFuncHook(
+             operations<Records>::id, as_hook<mesh_unpack_hook>(operations<Records>::unpack),
+             as_hook<mesh_free_hook>(operations<Records>::release))) == 0) &&
        ...);
   static_cast<void>(all);
   return result;

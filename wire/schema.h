@@ -80,14 +80,18 @@ constexpr type_list<Members...> types_of(const Members &...) {
   return {};
 }
 
-// Describes a record: its members in declaration order, which is slot order; of a vector both the
-// count and the pointer. The structured binding makes the compiler refuse a list that leaves a
-// member out, and table<> checks that the names are those of the slots.
-#define MESH_FIB6_TABLE(record, ...)                                                               \
+// Describes a record: what its size is, what its table takes in the compact arrangement when every
+// scalar is zero and every vector empty (sub-tables not counted), and its members in declaration
+// order, which is slot order; of a vector both the count and the pointer. The sizes are contracts
+// with peers, stated by hand for the compiler to compare. The structured binding makes it refuse a
+// list that leaves a member out, and table<> checks that the names are those of the slots.
+#define MESH_FIB6_TABLE(record, record_size, table_size, ...)                                      \
   template <>                                                                                      \
   struct mesh_fib6::wire::schema<record> {                                                         \
     static constexpr char name[] = #record;                                                        \
     static constexpr char listed[] = #__VA_ARGS__;                                                 \
+    static constexpr uint32_t stated_size = table_size;                                            \
+    static_assert(sizeof(record) == record_size, #record " has another size than is stated");      \
     static constexpr auto members(const record &r) {                                               \
       const auto &[__VA_ARGS__] = r;                                                               \
       return ::mesh_fib6::wire::types_of(__VA_ARGS__);                                             \

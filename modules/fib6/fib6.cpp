@@ -23,27 +23,8 @@ namespace {
 } // namespace
 } // namespace mesh_fib6::fib6
 
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_ipv6FwdUpdateMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_ipv6FwdDelMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_nhp6GroupUpdateMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_nhp6GroupDelMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_nhp6UpdateMsg, table);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_nhp6DelMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_srv6SrListUpdateMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_srv6SrListDelMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_ipv6PathMtuUpdateMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_ipv6PathMtuDelMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_pidStateMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_classItemMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_vrfClassStateMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_vrfClassDataMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_lrClassDataMsg, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_loadBalanceMode, table);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_loadBalanceReverse, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_dod_enable, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_dod_rule, header_first);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_dod_aging, table);
-MESH_FIB6_EXPORT(fib6, feiBrokerFib6_special_ip, header_first);
+namespace this_module = mesh_fib6::fib6;
+MESH_FIB6_FIB6_MESSAGES(MESH_FIB6_EXPORT)
 
 uint32_t fib6_recv_init(void) {
   return mesh_fib6::transport::register_messages(mesh_fib6::fib6::messages{});
@@ -54,5 +35,3 @@ uint32_t fib6_send_init(void) {
 }
 
 void fib6__send_resource_clean(void) {}
-
-#include "modules/fib6/pins.h" // behind the exports: it pins their identifiers

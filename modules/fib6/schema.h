@@ -1,84 +1,94 @@
 // Schema of module fib6: the members of every record and the module's messages.
 //
 // Room: modules. May include every lower room; other modules are strangers. One line here describes
-// a table; everything else about it is computed.
+// a table, with two sizes for the compiler to compare; everything else about it is computed.
 #pragma once
 
+#include "transport/operations.h"
 #include "wire/schema.h"
 #include <mesh_fib6/fib6.h>
 
-MESH_FIB6_TABLE(feiBrokerFib6_ipv6Fwd, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12, f13);
-MESH_FIB6_TABLE(feiBrokerFib6_ipv6FwdKey, f0, f1, f2, f3, f4);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6Group, f0, f1, f2, f3, f4);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6GroupNode, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6GroupKey, f0, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6Std, f0, f1, f2, f3, f4, f5, f6, f7, f8);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6Ext, f0, f1, f2, f3, f4, f5, f6, f7);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6Vpn, f0, f1, f2, f3, f4);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6Vxlan, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6VpnSid, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6Pp6ExtSrv6Te, f0, f1, f2, f3, f4, f5, f6, f7, f8);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6Key, f0);
-MESH_FIB6_TABLE(feiBrokerFib6_srv6SrList, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12,
-                f13, f14, f15, f16);
-MESH_FIB6_TABLE(feiBrokerFib6_srv6SrListKey, f0, f1, f2, f3);
-MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtu, f0, f1, f2, f3, f4);
-MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtuKey, f0, f1, f2);
-MESH_FIB6_TABLE(feiBrokerFib6_pidState, f0, f1, f2);
-MESH_FIB6_TABLE(feiBrokerFib6_classItem, f0, f1, f2);
-MESH_FIB6_TABLE(feiBrokerFib6_vrfClassState, f0, f1, f2, f3, f4, f5);
-MESH_FIB6_TABLE(feiBrokerFib6_vrfClassData, f0, f1, f2, f3, f4, f5, f6);
+MESH_FIB6_TABLE(feiBrokerFib6_ipv6Fwd, 56, 60, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11,
+                f12, f13);
+MESH_FIB6_TABLE(feiBrokerFib6_ipv6FwdKey, 28, 53, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6Group, 20, 18, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6GroupNode, 40, 28, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6GroupKey, 8, 12, f0, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6, 44, 52, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6Std, 48, 50, f0, f1, f2, f3, f4, f5, f6, f7, f8);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6Ext, 28, 35, f0, f1, f2, f3, f4, f5, f6, f7);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6Vpn, 20, 18, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6Vxlan, 60, 83, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11,
+                f12);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6VpnSid, 72, 104, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10,
+                f11);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6Pp6ExtSrv6Te, 44, 50, f0, f1, f2, f3, f4, f5, f6, f7, f8);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6Key, 4, 10, f0);
+MESH_FIB6_TABLE(feiBrokerFib6_srv6SrList, 184, 282, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10,
+                f11, f12, f13, f14, f15, f16);
+MESH_FIB6_TABLE(feiBrokerFib6_srv6SrListKey, 16, 16, f0, f1, f2, f3);
+MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtu, 32, 42, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtuKey, 24, 38, f0, f1, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_pidState, 12, 14, f0, f1, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_classItem, 12, 14, f0, f1, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_vrfClassState, 24, 20, f0, f1, f2, f3, f4, f5);
+MESH_FIB6_TABLE(feiBrokerFib6_vrfClassData, 28, 22, f0, f1, f2, f3, f4, f5, f6);
 
-MESH_FIB6_TABLE(feiBrokerFib6_ipv6FwdUpdateMsg, f0, f1_count, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_ipv6FwdDelMsg, f0, f1_count, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6GroupUpdateMsg, f0, f1, f2_count, f2);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6GroupDelMsg, f0, f1_count, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6UpdateMsg, f0, f1, f2_count, f2, f3_count, f3, f4_count, f4,
-                f5_count, f5, f6_count, f6, f7_count, f7);
-MESH_FIB6_TABLE(feiBrokerFib6_nhp6DelMsg, f0, f1_count, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_srv6SrListUpdateMsg, f0, f1_count, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_srv6SrListDelMsg, f0, f1_count, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtuUpdateMsg, f0, f1_count, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtuDelMsg, f0, f1_count, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_pidStateMsg, f0, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_classItemMsg, f0, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_vrfClassStateMsg, f0, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_vrfClassDataMsg, f0, f1);
-MESH_FIB6_TABLE(feiBrokerFib6_lrClassDataMsg, f0, f1, f2);
-MESH_FIB6_TABLE(feiBrokerFib6_loadBalanceMode, f0, f1, f2, f3, f4, f5, f6);
-MESH_FIB6_TABLE(feiBrokerFib6_loadBalanceReverse, f0, f1, f2);
-MESH_FIB6_TABLE(feiBrokerFib6_dod_enable, f0, f1, f2);
-MESH_FIB6_TABLE(feiBrokerFib6_dod_rule, f0, f1, f2, f3, f4);
-MESH_FIB6_TABLE(feiBrokerFib6_dod_aging, f0, f1, f2, f3, f4, f5);
-MESH_FIB6_TABLE(feiBrokerFib6_special_ip, f0, f1, f2, f3);
+MESH_FIB6_TABLE(feiBrokerFib6_ipv6FwdUpdateMsg, 16, 12, f0, f1_count, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_ipv6FwdDelMsg, 16, 12, f0, f1_count, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6GroupUpdateMsg, 40, 18, f0, f1, f2_count, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6GroupDelMsg, 16, 12, f0, f1_count, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6UpdateMsg, 144, 28, f0, f1, f2_count, f2, f3_count, f3, f4_count,
+                f4, f5_count, f5, f6_count, f6, f7_count, f7);
+MESH_FIB6_TABLE(feiBrokerFib6_nhp6DelMsg, 16, 12, f0, f1_count, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_srv6SrListUpdateMsg, 16, 12, f0, f1_count, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_srv6SrListDelMsg, 16, 12, f0, f1_count, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtuUpdateMsg, 16, 12, f0, f1_count, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_ipv6PathMtuDelMsg, 16, 12, f0, f1_count, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_pidStateMsg, 16, 16, f0, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_classItemMsg, 16, 16, f0, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_vrfClassStateMsg, 28, 16, f0, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_vrfClassDataMsg, 32, 16, f0, f1);
+MESH_FIB6_TABLE(feiBrokerFib6_lrClassDataMsg, 12, 14, f0, f1, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_loadBalanceMode, 16, 22, f0, f1, f2, f3, f4, f5, f6);
+MESH_FIB6_TABLE(feiBrokerFib6_loadBalanceReverse, 12, 14, f0, f1, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_dod_enable, 12, 14, f0, f1, f2);
+MESH_FIB6_TABLE(feiBrokerFib6_dod_rule, 32, 42, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(feiBrokerFib6_dod_aging, 24, 20, f0, f1, f2, f3, f4, f5);
+MESH_FIB6_TABLE(feiBrokerFib6_special_ip, 12, 16, f0, f1, f2, f3);
+
+// The module's messages in the order in which they are registered: the record, its root form
+// (wire/decoder.h), the identifier, and the size of a message of zeros as it is sent.
+#define MESH_FIB6_FIB6_MESSAGES(X)                                                                 \
+  X(feiBrokerFib6_ipv6FwdUpdateMsg, header_first, 0x5026A923, 16)                                  \
+  X(feiBrokerFib6_ipv6FwdDelMsg, header_first, 0x0B394879, 16)                                     \
+  X(feiBrokerFib6_nhp6GroupUpdateMsg, header_first, 0x12BA2120, 40)                                \
+  X(feiBrokerFib6_nhp6GroupDelMsg, header_first, 0xE0BBBCA0, 16)                                   \
+  X(feiBrokerFib6_nhp6UpdateMsg, table, 0x5FFC4D23, 84)                                            \
+  X(feiBrokerFib6_nhp6DelMsg, header_first, 0xEE8FB479, 16)                                        \
+  X(feiBrokerFib6_srv6SrListUpdateMsg, header_first, 0x44FD956B, 16)                               \
+  X(feiBrokerFib6_srv6SrListDelMsg, header_first, 0x03FB3FE1, 16)                                  \
+  X(feiBrokerFib6_ipv6PathMtuUpdateMsg, header_first, 0x08C4DDE3, 16)                              \
+  X(feiBrokerFib6_ipv6PathMtuDelMsg, header_first, 0x6718B739, 16)                                 \
+  X(feiBrokerFib6_pidStateMsg, header_first, 0x2DAF16C2, 56)                                       \
+  X(feiBrokerFib6_classItemMsg, header_first, 0x9D4AD197, 56)                                      \
+  X(feiBrokerFib6_vrfClassStateMsg, header_first, 0x4E636B47, 72)                                  \
+  X(feiBrokerFib6_vrfClassDataMsg, header_first, 0x2646ACE6, 80)                                   \
+  X(feiBrokerFib6_lrClassDataMsg, header_first, 0x36A0ECDC, 32)                                    \
+  X(feiBrokerFib6_loadBalanceMode, table, 0x0D2C457A, 48)                                          \
+  X(feiBrokerFib6_loadBalanceReverse, header_first, 0x2555943D, 32)                                \
+  X(feiBrokerFib6_dod_enable, header_first, 0x877476E0, 32)                                        \
+  X(feiBrokerFib6_dod_rule, header_first, 0x7EA01FE9, 64)                                          \
+  X(feiBrokerFib6_dod_aging, table, 0x89D66519, 48)                                                \
+  X(feiBrokerFib6_special_ip, header_first, 0xD001F332, 32)
+
+MESH_FIB6_FIB6_MESSAGES(MESH_FIB6_OPERATIONS)
 
 namespace mesh_fib6::fib6 {
 
 // What identifiers are hashed from and record names begin with.
 inline constexpr char wire_namespace[] = "feiBrokerFib6";
 
-// The messages in the order in which they are registered.
-using messages = wire::type_list<feiBrokerFib6_ipv6FwdUpdateMsg,     //
-                                 feiBrokerFib6_ipv6FwdDelMsg,        //
-                                 feiBrokerFib6_nhp6GroupUpdateMsg,   //
-                                 feiBrokerFib6_nhp6GroupDelMsg,      //
-                                 feiBrokerFib6_nhp6UpdateMsg,        //
-                                 feiBrokerFib6_nhp6DelMsg,           //
-                                 feiBrokerFib6_srv6SrListUpdateMsg,  //
-                                 feiBrokerFib6_srv6SrListDelMsg,     //
-                                 feiBrokerFib6_ipv6PathMtuUpdateMsg, //
-                                 feiBrokerFib6_ipv6PathMtuDelMsg,    //
-                                 feiBrokerFib6_pidStateMsg,          //
-                                 feiBrokerFib6_classItemMsg,         //
-                                 feiBrokerFib6_vrfClassStateMsg,     //
-                                 feiBrokerFib6_vrfClassDataMsg,      //
-                                 feiBrokerFib6_lrClassDataMsg,       //
-                                 feiBrokerFib6_loadBalanceMode,      //
-                                 feiBrokerFib6_loadBalanceReverse,   //
-                                 feiBrokerFib6_dod_enable,           //
-                                 feiBrokerFib6_dod_rule,             //
-                                 feiBrokerFib6_dod_aging,            //
-                                 feiBrokerFib6_special_ip>;
+using messages = listed<void MESH_FIB6_FIB6_MESSAGES(MESH_FIB6_LISTED)>::types;
 
 } // namespace mesh_fib6::fib6

@@ -23,13 +23,8 @@ namespace {
 } // namespace
 } // namespace mesh_fib6::fib6_cfg
 
-MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_fib6_key, header_first);
-MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_fib6_rec, header_first);
-MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_dfx_key, header_first);
-MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_dfx_rec, header_first);
-MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_cfg_ipv6_ttl_expired_forward, header_first);
-MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_fib6check_key, header_first);
-MESH_FIB6_EXPORT(fib6_cfg, fib6_cfg_query_fib6check_rec, header_first);
+namespace this_module = mesh_fib6::fib6_cfg;
+MESH_FIB6_FIB6_CFG_MESSAGES(MESH_FIB6_EXPORT)
 
 uint32_t fib6_cfg_recv_init(void) {
   return mesh_fib6::transport::register_messages(mesh_fib6::fib6_cfg::messages{});
@@ -40,5 +35,3 @@ uint32_t fib6_cfg_send_init(void) {
 }
 
 void fib6_cfg__send_resource_clean(void) {}
-
-#include "modules/fib6_cfg/pins.h" // behind the exports: it pins their identifiers

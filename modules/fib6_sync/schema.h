@@ -1,108 +1,118 @@
 // Schema of module fib6_sync: the members of every record and the module's messages.
 //
 // Room: modules. May include every lower room; other modules are strangers. One line here describes
-// a table; everything else about it is computed.
+// a table, with two sizes for the compiler to compare; everything else about it is computed.
 #pragma once
 
+#include "transport/operations.h"
 #include "wire/schema.h"
 #include <mesh_fib6/fib6_sync.h>
 
-MESH_FIB6_TABLE(fib6Sync_tlv, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_ipv6Fwd, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12, f13, f14);
-MESH_FIB6_TABLE(fib6Sync_ipv6FwdKey, f0, f1, f2, f3, f4);
-MESH_FIB6_TABLE(fib6Sync_nhp6Group, f0, f1, f2, f3, f4);
-MESH_FIB6_TABLE(fib6Sync_nhp6GroupKey, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6GroupNode, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9);
-MESH_FIB6_TABLE(fib6Sync_nhp6GroupNodeKey, f0, f1, f2, f3, f4, f5, f6);
-MESH_FIB6_TABLE(fib6Sync_nhp6, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9);
-MESH_FIB6_TABLE(fib6Sync_nhp6Key, f0);
-MESH_FIB6_TABLE(fib6Sync_nhp6Std, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9);
-MESH_FIB6_TABLE(fib6Sync_nhp6StdKey, f0, f1, f2);
-MESH_FIB6_TABLE(fib6Sync_nhp6Ext, f0, f1, f2, f3, f4, f5, f6);
-MESH_FIB6_TABLE(fib6Sync_nhp6Vpn, f0, f1, f2, f3, f4);
-MESH_FIB6_TABLE(fib6Sync_nhp6Vxlan, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12, f13);
-MESH_FIB6_TABLE(fib6Sync_nhp6VpnSid, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12);
-MESH_FIB6_TABLE(fib6Sync_nhp6ExtSrv6Te, f0, f1, f2, f3, f4, f5, f6, f7, f8);
-MESH_FIB6_TABLE(fib6Sync_ipv6PathMtu, f0, f1, f2, f3, f4);
-MESH_FIB6_TABLE(fib6Sync_ipv6PathMtuKey, f0, f1, f2);
-MESH_FIB6_TABLE(fib6Sync_srv6SrList, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12, f13,
-                f14, f15, f16);
-MESH_FIB6_TABLE(fib6Sync_srv6SrListKey, f0, f1, f2, f3);
-MESH_FIB6_TABLE(fib6Sync_balanceModeData, f0, f1, f2, f3, f4);
-MESH_FIB6_TABLE(fib6Sync_balanceReverseData, f0);
-MESH_FIB6_TABLE(fib6Sync_dod_enable_data, f0);
-MESH_FIB6_TABLE(fib6Sync_specialIpData, f0, f1, f2);
-MESH_FIB6_TABLE(fib6Sync_specialIpKey, f0);
-MESH_FIB6_TABLE(fib6Sync_nhp6_ext_label, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10);
+MESH_FIB6_TABLE(fib6Sync_tlv, 8, 12, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_ipv6Fwd, 60, 62, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12,
+                f13, f14);
+MESH_FIB6_TABLE(fib6Sync_ipv6FwdKey, 28, 53, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(fib6Sync_nhp6Group, 20, 18, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(fib6Sync_nhp6GroupKey, 8, 12, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6GroupNode, 40, 28, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9);
+MESH_FIB6_TABLE(fib6Sync_nhp6GroupNodeKey, 28, 22, f0, f1, f2, f3, f4, f5, f6);
+MESH_FIB6_TABLE(fib6Sync_nhp6, 44, 52, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9);
+MESH_FIB6_TABLE(fib6Sync_nhp6Key, 4, 10, f0);
+MESH_FIB6_TABLE(fib6Sync_nhp6Std, 52, 52, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9);
+MESH_FIB6_TABLE(fib6Sync_nhp6StdKey, 24, 38, f0, f1, f2);
+MESH_FIB6_TABLE(fib6Sync_nhp6Ext, 28, 22, f0, f1, f2, f3, f4, f5, f6);
+MESH_FIB6_TABLE(fib6Sync_nhp6Vpn, 20, 18, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(fib6Sync_nhp6Vxlan, 64, 85, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12,
+                f13);
+MESH_FIB6_TABLE(fib6Sync_nhp6VpnSid, 104, 146, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11,
+                f12);
+MESH_FIB6_TABLE(fib6Sync_nhp6ExtSrv6Te, 44, 50, f0, f1, f2, f3, f4, f5, f6, f7, f8);
+MESH_FIB6_TABLE(fib6Sync_ipv6PathMtu, 32, 42, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(fib6Sync_ipv6PathMtuKey, 24, 38, f0, f1, f2);
+MESH_FIB6_TABLE(fib6Sync_srv6SrList, 184, 282, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11,
+                f12, f13, f14, f15, f16);
+MESH_FIB6_TABLE(fib6Sync_srv6SrListKey, 16, 16, f0, f1, f2, f3);
+MESH_FIB6_TABLE(fib6Sync_balanceModeData, 5, 18, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(fib6Sync_balanceReverseData, 1, 10, f0);
+MESH_FIB6_TABLE(fib6Sync_dod_enable_data, 4, 10, f0);
+MESH_FIB6_TABLE(fib6Sync_specialIpData, 8, 14, f0, f1, f2);
+MESH_FIB6_TABLE(fib6Sync_specialIpKey, 4, 10, f0);
+MESH_FIB6_TABLE(fib6Sync_nhp6_ext_label, 68, 78, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10);
 
-MESH_FIB6_TABLE(fib6Sync_svcCtxMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_ipv6FwdUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_ipv6FwdDelMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6GroupUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6GroupDelMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6GroupNodeUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6GroupNodeDelMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6UpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6DelMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6StdUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6StdDelMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6ExtUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6VpnUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6VxlanUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6VpnSidUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6ExtSrv6TeUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_ipv6PathMtuUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_ipv6PathMtuDelMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_loadBalanceMode, f0, f1, f2);
-MESH_FIB6_TABLE(fib6Sync_loadBalanceReverse, f0, f1, f2);
-MESH_FIB6_TABLE(fib6Sync_ecmpCfg, f0, f1, f2, f3);
-MESH_FIB6_TABLE(fib6Sync_dod_enable, f0, f1, f2);
-MESH_FIB6_TABLE(fib6Sync_glbCfg, f0, f1, f2);
-MESH_FIB6_TABLE(fib6Sync_srv6SrListUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_srv6SrListDelMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_nhp6_ext_label_update_data, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_dod_rule, f0, f1, f2, f3, f4);
-MESH_FIB6_TABLE(fib6Sync_dod_aging, f0, f1, f2, f3, f4, f5);
-MESH_FIB6_TABLE(fib6Sync_special_ip, f0, f1, f2, f3);
-MESH_FIB6_TABLE(fib6Sync_specialIpUpdateMsg, f0, f1);
-MESH_FIB6_TABLE(fib6Sync_specialIpDeleteMsg, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_svcCtxMsg, 40, 56, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_ipv6FwdUpdateMsg, 68, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_ipv6FwdDelMsg, 36, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6GroupUpdateMsg, 28, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6GroupDelMsg, 16, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6GroupNodeUpdateMsg, 48, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6GroupNodeDelMsg, 36, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6UpdateMsg, 52, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6DelMsg, 12, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6StdUpdateMsg, 60, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6StdDelMsg, 32, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6ExtUpdateMsg, 36, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6VpnUpdateMsg, 28, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6VxlanUpdateMsg, 72, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6VpnSidUpdateMsg, 112, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6ExtSrv6TeUpdateMsg, 52, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_ipv6PathMtuUpdateMsg, 40, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_ipv6PathMtuDelMsg, 32, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_loadBalanceMode, 12, 18, f0, f1, f2);
+MESH_FIB6_TABLE(fib6Sync_loadBalanceReverse, 8, 18, f0, f1, f2);
+MESH_FIB6_TABLE(fib6Sync_ecmpCfg, 16, 24, f0, f1, f2, f3);
+MESH_FIB6_TABLE(fib6Sync_dod_enable, 12, 18, f0, f1, f2);
+MESH_FIB6_TABLE(fib6Sync_glbCfg, 12, 18, f0, f1, f2);
+MESH_FIB6_TABLE(fib6Sync_srv6SrListUpdateMsg, 192, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_srv6SrListDelMsg, 24, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_nhp6_ext_label_update_data, 76, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_dod_rule, 32, 42, f0, f1, f2, f3, f4);
+MESH_FIB6_TABLE(fib6Sync_dod_aging, 24, 20, f0, f1, f2, f3, f4, f5);
+MESH_FIB6_TABLE(fib6Sync_special_ip, 12, 16, f0, f1, f2, f3);
+MESH_FIB6_TABLE(fib6Sync_specialIpUpdateMsg, 16, 20, f0, f1);
+MESH_FIB6_TABLE(fib6Sync_specialIpDeleteMsg, 12, 20, f0, f1);
+
+// The module's messages in the order in which they are registered: the record, its root form
+// (wire/decoder.h), the identifier, and the size of a message of zeros as it is sent.
+#define MESH_FIB6_FIB6_SYNC_MESSAGES(X)                                                            \
+  X(fib6Sync_svcCtxMsg, header_first, 0x43B81539, 80)                                              \
+  X(fib6Sync_ipv6FwdUpdateMsg, table, 0x48CDB5CB, 152)                                             \
+  X(fib6Sync_ipv6FwdDelMsg, table, 0x20B86741, 112)                                                \
+  X(fib6Sync_nhp6GroupUpdateMsg, table, 0x27313708, 88)                                            \
+  X(fib6Sync_nhp6GroupDelMsg, table, 0xA67F1088, 64)                                               \
+  X(fib6Sync_nhp6GroupNodeUpdateMsg, table, 0x89EA08AC, 112)                                       \
+  X(fib6Sync_nhp6GroupNodeDelMsg, table, 0x368222CC, 96)                                           \
+  X(fib6Sync_nhp6UpdateMsg, table, 0x44477C2B, 128)                                                \
+  X(fib6Sync_nhp6DelMsg, table, 0x05D162A1, 64)                                                    \
+  X(fib6Sync_nhp6StdUpdateMsg, table, 0xD2D6370A, 136)                                             \
+  X(fib6Sync_nhp6StdDelMsg, table, 0x20959026, 96)                                                 \
+  X(fib6Sync_nhp6ExtUpdateMsg, table, 0xA1DBFFBC, 96)                                              \
+  X(fib6Sync_nhp6VpnUpdateMsg, table, 0xAA706A55, 88)                                              \
+  X(fib6Sync_nhp6VxlanUpdateMsg, table, 0x1D511A2A, 168)                                           \
+  X(fib6Sync_nhp6VpnSidUpdateMsg, table, 0xB2CFE153, 216)                                          \
+  X(fib6Sync_nhp6ExtSrv6TeUpdateMsg, table, 0x1F17926E, 128)                                       \
+  X(fib6Sync_ipv6PathMtuUpdateMsg, table, 0xB893ECAB, 104)                                         \
+  X(fib6Sync_ipv6PathMtuDelMsg, table, 0xCD5FE421, 96)                                             \
+  X(fib6Sync_loadBalanceMode, header_first, 0xE0A34E72, 64)                                        \
+  X(fib6Sync_loadBalanceReverse, header_first, 0x29F980E5, 56)                                     \
+  X(fib6Sync_ecmpCfg, header_first, 0xB9FA4070, 88)                                                \
+  X(fib6Sync_dod_enable, header_first, 0x0055A568, 56)                                             \
+  X(fib6Sync_glbCfg, header_first, 0xB86E5320, 56)                                                 \
+  X(fib6Sync_srv6SrListUpdateMsg, table, 0xE63E88D3, 352)                                          \
+  X(fib6Sync_srv6SrListDelMsg, table, 0x1045D0A9, 80)                                              \
+  X(fib6Sync_nhp6_ext_label_update_data, table, 0x2EE805D3, 160)                                   \
+  X(fib6Sync_dod_rule, header_first, 0x0863B261, 64)                                               \
+  X(fib6Sync_dod_aging, table, 0x17073BB1, 48)                                                     \
+  X(fib6Sync_special_ip, header_first, 0x48FCFCFA, 32)                                             \
+  X(fib6Sync_specialIpUpdateMsg, table, 0xA81DEDDB, 72)                                            \
+  X(fib6Sync_specialIpDeleteMsg, table, 0x6DE1A2B5, 64)
+
+MESH_FIB6_FIB6_SYNC_MESSAGES(MESH_FIB6_OPERATIONS)
 
 namespace mesh_fib6::fib6_sync {
 
 // What identifiers are hashed from and record names begin with.
 inline constexpr char wire_namespace[] = "fib6Sync";
 
-// The messages in the order in which they are registered.
-using messages = wire::type_list<fib6Sync_svcCtxMsg,                  //
-                                 fib6Sync_ipv6FwdUpdateMsg,           //
-                                 fib6Sync_ipv6FwdDelMsg,              //
-                                 fib6Sync_nhp6GroupUpdateMsg,         //
-                                 fib6Sync_nhp6GroupDelMsg,            //
-                                 fib6Sync_nhp6GroupNodeUpdateMsg,     //
-                                 fib6Sync_nhp6GroupNodeDelMsg,        //
-                                 fib6Sync_nhp6UpdateMsg,              //
-                                 fib6Sync_nhp6DelMsg,                 //
-                                 fib6Sync_nhp6StdUpdateMsg,           //
-                                 fib6Sync_nhp6StdDelMsg,              //
-                                 fib6Sync_nhp6ExtUpdateMsg,           //
-                                 fib6Sync_nhp6VpnUpdateMsg,           //
-                                 fib6Sync_nhp6VxlanUpdateMsg,         //
-                                 fib6Sync_nhp6VpnSidUpdateMsg,        //
-                                 fib6Sync_nhp6ExtSrv6TeUpdateMsg,     //
-                                 fib6Sync_ipv6PathMtuUpdateMsg,       //
-                                 fib6Sync_ipv6PathMtuDelMsg,          //
-                                 fib6Sync_loadBalanceMode,            //
-                                 fib6Sync_loadBalanceReverse,         //
-                                 fib6Sync_ecmpCfg,                    //
-                                 fib6Sync_dod_enable,                 //
-                                 fib6Sync_glbCfg,                     //
-                                 fib6Sync_srv6SrListUpdateMsg,        //
-                                 fib6Sync_srv6SrListDelMsg,           //
-                                 fib6Sync_nhp6_ext_label_update_data, //
-                                 fib6Sync_dod_rule,                   //
-                                 fib6Sync_dod_aging,                  //
-                                 fib6Sync_special_ip,                 //
-                                 fib6Sync_specialIpUpdateMsg,         //
-                                 fib6Sync_specialIpDeleteMsg>;
+using messages = listed<void MESH_FIB6_FIB6_SYNC_MESSAGES(MESH_FIB6_LISTED)>::types;
 
 } // namespace mesh_fib6::fib6_sync

@@ -205,7 +205,7 @@ class Configuring(Building):
         self.assertEqual(sorted(made), [
             "libraries/libmesh_fib6.so",
             "mesh_fib6/host/libmemory_host.so", "mesh_fib6/host/libosal_host.so",
-            "mesh_fib6/host/libtolvimesh.so", "mesh_fib6/tools/write_schemas"])
+            "mesh_fib6/host/libtolvimesh.so", "mesh_fib6/tools/write_baselines"])
 
 
 if __name__ == "__main__":

@@ -170,7 +170,7 @@ class Scripts(unittest.TestCase):
 
     def test_EachToolTellsWrongUsageFromFailureAndShowsItsHelp(self):
         python = sys.executable
-        for tool in ([SETTINGS["write_schemas"]], [SETTINGS["fuzz_decode"]], [SETTINGS["fuzz_make_seeds"]],
+        for tool in ([SETTINGS["write_baselines"]], [SETTINGS["fuzz_decode"]], [SETTINGS["fuzz_make_seeds"]],
                      [python, self.script("bench/make_peers.py")],
                      [python, self.script("tests/catalogue/check_readme.py")],
                      [python, self.script("tests/rooms/check_rooms.py")],
@@ -185,12 +185,12 @@ class Scripts(unittest.TestCase):
                 self.assertEqual((status, output), (2, ""), errors)
                 self.assertRegex(errors, "(?m)^ *usage: ")
 
-    def test_WriteSchemasRefusesWhatIsNoFolder(self):
+    def test_WriteBaselinesRefusesWhatIsNoSourceTree(self):
         file = self.work / "file"
         file.touch()
         for arguments in ([file], [self.work / "missing"], ["--option"], [self.work, self.work]):
-            self.check_wrong(self.run_script(SETTINGS["write_schemas"], *arguments), arguments)
-        self.assertEqual(list(self.work.glob("*.fbs")), [])
+            self.check_wrong(self.run_script(SETTINGS["write_baselines"], *arguments), arguments)
+        self.assertEqual(list(self.work.iterdir()), [file])
 
     def test_StagesAndStepsThatDoNotExistAreRefusedWithThoseThatDo(self):
         for script, known in (("test", "aarch64"), ("try-fresh", "demo-user"), ("fuzz", "round_trip")):

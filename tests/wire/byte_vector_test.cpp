@@ -24,8 +24,8 @@ struct test_letter {
   uint32_t f1_count;
   uint8_t *f1;
 };
-MESH_FIB6_TABLE(test_note, f0, f1_count, f1);
-MESH_FIB6_TABLE(test_letter, f0, f1_count, f1);
+MESH_FIB6_TABLE(test_note, 16, 12, f0, f1_count, f1);
+MESH_FIB6_TABLE(test_letter, 32, 16, f0, f1_count, f1);
 
 namespace {
 
