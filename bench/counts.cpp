@@ -35,9 +35,9 @@ void decoding(const std::string &name, const pool<Record> &records, int calls,
               const encoded &message) {
   counted(name, records.entry_count() * static_cast<uint64_t>(calls), calls, [&] {
     Record back;
-    exports<Record>::unpack(message.data, static_cast<uint32_t>(message.size), &back);
+    operations<Record>::unpack(message.data, static_cast<uint32_t>(message.size), &back);
     observe(&back);
-    exports<Record>::release(&back);
+    operations<Record>::release(&back);
   });
 }
 
@@ -55,8 +55,8 @@ void coding(const std::string &name, const pool<Record> &records, int calls = 1)
 template <class Record>
 void sending(const std::string &name, const pool<Record> &records, int calls) {
   counted(name, records.entry_count() * static_cast<uint64_t>(calls), calls, [&] {
-    must_be_sent(exports<Record>::sendmsg(1, records.records().data(),
-                                          static_cast<uint32_t>(records.size())));
+    must_be_sent(operations<Record>::sendmsg(1, records.records().data(),
+                                             static_cast<uint32_t>(records.size())));
   });
 }
 

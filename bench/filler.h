@@ -48,10 +48,6 @@ private:
   std::mt19937 random_;
 };
 
-// The exported functions of a message.
-template <class Record>
-struct exports;
-
 // Room for a vector of a record; null for none. Not cleared: who reads writes every member.
 template <class T>
 T *allocate(uint32_t count) {

@@ -8,6 +8,8 @@
 
 namespace bench {
 
+using mesh_fib6::operations;
+
 // How much room __pack is told it has.
 enum class capacity {
   ample, // more than any message needs
@@ -16,7 +18,7 @@ enum class capacity {
 
 template <class Record>
 class library_peer {
-  using call = exports<Record>;
+  using call = operations<Record>;
 
 public:
   library_peer(capacity room, const pool<Record> &records)
@@ -56,7 +58,7 @@ public:
 
   encoded encode(const Record &record) {
     sent_bytes = &image_;
-    exports<Record>::sendmsg(1, &record, 1);
+    operations<Record>::sendmsg(1, &record, 1);
     sent_bytes = nullptr;
     return {image_.data(), image_.size()};
   }
@@ -73,7 +75,7 @@ inline void must_be_sent(uint32_t result) {
 // The four send operations for the whole pool in one call.
 template <class Record>
 std::vector<contestant> send_contestants(const pool<Record> &records) {
-  using call = exports<Record>;
+  using call = operations<Record>;
   const Record *first = records.records().data();
   const auto count = static_cast<uint32_t>(records.size());
   const auto looped = [](auto send) {

@@ -128,8 +128,8 @@ HEADER = "// Written by bench/make_peers.py.\n#pragma once\n\n"
 
 
 def records_header(tables, roots):
-    out = [HEADER + '#include "bench/filler.h"\n#include <mesh_fib6/fib6.h>\n'
-           '#include <mesh_fib6/fib6_cfg.h>\n#include <mesh_fib6/fib6_sync.h>\n\n'
+    out = [HEADER + '#include "bench/filler.h"\n#include "modules/fib6/schema.h"\n'
+           '#include "modules/fib6_cfg/schema.h"\n#include "modules/fib6_sync/schema.h"\n\n'
            "#include <cstdlib>\n#include <cstring>\n\nnamespace bench {\n"]
     for t in tables:
         fill, same, release = [], [], []
@@ -176,10 +176,6 @@ def records_header(tables, roots):
         entries = " + ".join(f"r.{f.name}_count" for f in vectors) or "1"
         arg = f"const {r} &r" if vectors else f"const {r} &"
         out.append(function(f"uint64_t entries({arg})", [f"return {entries};"]))
-        out.append(f"template <>\nstruct exports<{r}> {{")
-        for name in ("pack", "unpack", "sendsingle", "sendbatch", "sendmsg", "sendtomsg"):
-            out.append(f"  static constexpr auto {name} = {r}__{name};")
-        out.append(f"  static constexpr auto release = {r}_free__unpacked;\n}};\n")
     out.append("} // namespace bench")
     return "\n".join(out) + "\n"
 

@@ -62,17 +62,11 @@ uint32_t make_seeds_of(const fs::path &golden, const fs::path &output) {
 }
 
 int run(const fs::path &golden_folder, const fs::path &output) {
-  uint32_t files = 0, images = 0;
-  for (const fs::directory_entry &entry : fs::directory_iterator(golden_folder))
-    if (entry.path().extension() == ".txt") {
-      images += make_seeds_of(entry.path(), output);
-      files++;
-    }
-  if (files < fuzz::message_count)
-    throw std::runtime_error(golden_folder.string() + ": " + std::to_string(files) +
-                             " golden files, expected one for each of " +
-                             std::to_string(fuzz::message_count) + " messages");
-  printf("%u images of %u messages\n", images, files);
+  uint32_t images = 0;
+  mesh_fib6::tools::for_each_message([&](const fuzz::message_descriptor &message) {
+    images += make_seeds_of(golden_folder / (std::string(message.name) + ".txt"), output);
+  });
+  printf("%u images of %u messages\n", images, fuzz::message_count);
   return 0;
 }
 

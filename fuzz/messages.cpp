@@ -3,10 +3,8 @@
 // Room: attacks. The root form is taken from the catalogue of tests, which is written by hand.
 #include "fuzz/messages.h"
 
-#include "modules/fib6/units.h"
-#include "modules/fib6_cfg/units.h"
-#include "modules/fib6_sync/units.h"
 #include "tests/catalogue/catalogue.h"
+#include "tests/support/units.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -28,31 +26,10 @@ void add_vectors(message &result, const table_descriptor &table, uint32_t base) 
       add_vectors(result, *field.table, base + field.offset);
     if (!field.is_vector())
       continue;
-    if (result.vector_count == max_vectors)
-      give_up(table.name, "more vectors than max_vectors");
     result.vectors[result.vector_count++] = {&table, &table != result.table,
                                              base + field.count_offset, base + field.offset,
                                              field.width};
   }
-}
-
-struct units {
-  mesh_fib6::runtime::unit *recv, *send;
-};
-
-units units_of(std::string_view module) {
-  using namespace mesh_fib6;
-  if (module == "fib6")
-    return {&fib6::recv_unit, &fib6::send_unit};
-  if (module == "fib6_cfg")
-    return {&fib6_cfg::recv_unit, &fib6_cfg::send_unit};
-  return {&fib6_sync::recv_unit, &fib6_sync::send_unit};
-}
-
-// Bound before the first execution: the first binding would reset the byte_swap flag.
-void bind(mesh_fib6::runtime::unit &unit) {
-  mesh_fib6::runtime::bind_general(unit);
-  mesh_fib6::runtime::bind_cache(unit);
 }
 
 struct table_of_messages {
@@ -60,26 +37,19 @@ struct table_of_messages {
 
   table_of_messages() {
     uint32_t n = 0;
-    mesh_fib6::tools::for_each_message([&](const message_descriptor &descriptor) {
-      if (n == message_count)
-        give_up(descriptor.name, "one message more than message_count says");
-      add(rows[n++], descriptor);
-    });
-    if (n != message_count)
-      give_up("the messages", "fewer than message_count says");
+    mesh_fib6::tools::for_each_message(
+        [&](const message_descriptor &descriptor) { add(rows[n++], descriptor); });
   }
 
 private:
   static void add(message &row, const message_descriptor &descriptor) {
     static_cast<message_descriptor &>(row) = descriptor;
-    if (descriptor.record_size > max_record_size)
-      give_up(descriptor.name, "larger than max_record_size");
     row.table_form = catalogue::row_of(descriptor.name).form == catalogue::root_form::table_form;
-    const units both = units_of(descriptor.module);
-    row.recv_unit = both.recv;
-    row.send_unit = both.send;
-    bind(*row.recv_unit);
-    bind(*row.send_unit);
+    const unit_pair units = units_of(descriptor.name);
+    bind_units(
+        units); // before the first execution: the first binding would reset the byte_swap flag
+    row.recv_unit = &units.recv;
+    row.send_unit = &units.send;
     row.vector_count = 0;
     add_vectors(row, *descriptor.table, 0);
     row.storage = malloc(descriptor.record_size);

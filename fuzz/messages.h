@@ -1,4 +1,4 @@
-// The 59 messages as targets see them: what their descriptors say, and what only peers know.
+// The messages as targets see them: what their descriptors say, and what only peers know.
 //
 // Room: attacks. Includes descriptors and the units of the modules. Everything is worked out once,
 // before the first execution.
@@ -16,9 +16,29 @@ using mesh_fib6::tools::kind;
 using mesh_fib6::tools::message_descriptor;
 using mesh_fib6::tools::table_descriptor;
 
-inline constexpr uint32_t message_count = 59;
-inline constexpr uint32_t max_vectors = 8;       // of one message, embedded records included
-inline constexpr uint32_t max_record_size = 288; // of any message
+using mesh_fib6::tools::message_count;
+
+// How many vectors a record of the table owns, embedded records included.
+constexpr uint32_t count_vectors(const table_descriptor &table) {
+  uint32_t count = 0;
+  for (const field_descriptor &field : table.fields)
+    count += field.is_vector() ? 1 : field.kind == kind::table ? count_vectors(*field.table) : 0;
+  return count;
+}
+
+// The most of all messages.
+template <class Number>
+consteval uint32_t most(Number number) {
+  uint32_t result = 0;
+  mesh_fib6::tools::for_each_message([&](const message_descriptor &message) {
+    result = number(message) > result ? number(message) : result;
+  });
+  return result;
+}
+inline constexpr uint32_t max_vectors =
+    most([](const message_descriptor &message) { return count_vectors(*message.table); });
+inline constexpr uint32_t max_record_size =
+    most([](const message_descriptor &message) { return message.record_size; });
 
 // A vector that a decoded record owns: in the message's record or in one that is embedded in it.
 struct vector_place {

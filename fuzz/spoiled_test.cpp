@@ -53,8 +53,7 @@ uint32_t size_of(const bytes &image) {
 }
 
 TEST(EveryFullMessage, IsDecodedAtEvenAndOddAddresses) {
-  uint32_t images = 0;
-  for_each_full_image([&](const message &message, const bytes &image) {
+  for_each_full_image([](const message &message, const bytes &image) {
     SCOPED_TRACE(message.name);
     for (const bool odd : {false, true}) {
       decoded visitor;
@@ -63,9 +62,7 @@ TEST(EveryFullMessage, IsDecodedAtEvenAndOddAddresses) {
       expect_as_the_reference(message, image, size_of(image), around, &visitor);
       EXPECT_TRUE(visitor.was_called);
     }
-    images++;
   });
-  EXPECT_EQ(images, 59U + 43U);
 }
 
 TEST(EveryFullMessage, IsDecodedAsTheReferenceSaysAfterEachOfItsBytes) {
@@ -92,20 +89,17 @@ TEST(EveryFullMessage, IsDecodedAsTheReferenceSaysWithEachOfItsBitsFlipped) {
 }
 
 TEST(EveryFullMessage, ReleasesWhatItHasWhenAnyOfItsRequestsForMemoryIsRefused) {
-  uint32_t refusals = 0;
-  for_each_full_image([&](const message &message, const bytes &image) {
+  for_each_full_image([](const message &message, const bytes &image) {
     SCOPED_TRACE(message.name);
+    EXPECT_EQ(message.vector_count != 0, message.is_tree());
     for (uint32_t request = 1; request <= message.vector_count; request++) {
       decoded visitor;
       circumstances around{};
       around.refused_request = request;
       expect_as_the_reference(message, image, size_of(image), around, &visitor);
       EXPECT_FALSE(visitor.was_called);
-      refusals++;
     }
   });
-  // fib6: nine messages with one vector, one with six. Queries: four with one, two with two.
-  EXPECT_EQ(refusals, 9 + 6 + 4 + 2 * 2U);
 }
 
 } // namespace

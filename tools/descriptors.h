@@ -295,10 +295,20 @@ inline constexpr module_descriptor modules[] = {
 
 // Calls visit(message) for every message of every module.
 template <class Visit>
-void for_each_message(Visit &&visit) {
+constexpr void for_each_message(Visit &&visit) {
   for (const module_descriptor &module : modules)
     for (const message_descriptor &message : module.messages)
       visit(message);
 }
+
+// How many messages there are of which holds(message).
+template <class Condition>
+consteval uint32_t count_messages(Condition holds) {
+  uint32_t count = 0;
+  for_each_message([&](const message_descriptor &message) { count += holds(message) ? 1 : 0; });
+  return count;
+}
+
+inline constexpr uint32_t message_count = count_messages([](auto &) { return true; });
 
 } // namespace mesh_fib6::tools

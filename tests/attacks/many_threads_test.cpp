@@ -119,8 +119,10 @@ uint32_t MESH_RegIDLResorceCleanFuncHook(mesh_clean_hook clean) {
 namespace {
 
 constexpr uint32_t threads = 4;
-constexpr uint32_t messages_in_all = 59;
-constexpr uint32_t trees = 16;
+constexpr uint32_t messages_in_all = mesh_fib6::tools::message_count;
+constexpr uint32_t trees = mesh_fib6::tools::count_messages([](const message_descriptor &message) {
+  return message.shape == mesh_fib6::tools::shape::tree;
+});
 
 // A sound message of any type: root table at 8, a vtable without slots before it.
 constexpr uint8_t empty_message[] = {8, 0, 0, 0, 4, 0, 4, 0, 4, 0, 0, 0};

@@ -9,6 +9,7 @@
 #include "tests/support/fake_mesh.h"
 #include "tests/support/fake_osal.h"
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/units.h"
 
 #include <gtest/gtest.h>
 
@@ -25,10 +26,7 @@ inline constexpr uint32_t failed = 0xFFFFFFFF;
 inline constexpr uint32_t byte_orders[] = {0, 1, 2};
 
 inline unit_pair units_of(const message &message) {
-  const std::string_view name = message.hashed;
-  return ::units_of(name.starts_with("feiBrokerFib6.") ? "fib6"
-                    : name.starts_with("fib6_cfg.")    ? "fib6_cfg"
-                                                       : "fib6_sync");
+  return ::units_of(message.name);
 }
 
 inline void forget() {

@@ -15,20 +15,17 @@ namespace {
 TEST_F(EveryMessage, HasOneRowWithAnIdentifierOfItsOwn) {
   std::set<std::string> names;
   std::set<uint32_t> identifiers;
-  for (const module_row &module : modules)
-    for (size_t i = 0; i < module.messages.size(); i++) {
-      EXPECT_EQ(module.messages[i].position, i + 1) << module.messages[i].name;
-      names.insert(module.messages[i].name);
-      identifiers.insert(module.messages[i].id);
-    }
-  EXPECT_EQ(names.size(), message_count);
-  EXPECT_EQ(identifiers.size(), message_count);
+  for_each_message([&](const message &message, const module_row &) {
+    EXPECT_TRUE(names.insert(message.name).second);
+    EXPECT_TRUE(identifiers.insert(message.id).second);
+  });
+  mesh_fib6::tools::for_each_message([](const message_descriptor &descriptor) {
+    EXPECT_NE(find_row(descriptor.name), nullptr)
+        << "tests/catalogue/catalogue.h has no row for " << descriptor.name;
+  });
 }
 
 TEST_F(EveryMessage, IsInTheSchemaWhatItIsInTheTable) {
-  size_t described = 0;
-  mesh_fib6::tools::for_each_message([&described](const message_descriptor &) { ++described; });
-  EXPECT_EQ(described, message_count);
   for_each_message([](const message &message, const module_row &module) {
     const message_descriptor &descriptor = descriptor_of(message);
     EXPECT_STREQ(descriptor.module, module.name);

@@ -59,13 +59,11 @@ TEST(Descriptors, ListEveryMessageOnceByNameAndIdentifier) {
   std::set<std::string> names;
   std::set<uint32_t> ids;
   for_each_message([&](const message_descriptor &message) {
-    names.insert(message.name);
-    ids.insert(message.id);
+    EXPECT_TRUE(names.insert(message.name).second) << message.name;
+    EXPECT_TRUE(ids.insert(message.id).second) << message.name;
     EXPECT_EQ(std::string(message.wire_namespace) + "_" + message.message, message.name);
     EXPECT_STREQ(message.table->name, message.name);
   });
-  EXPECT_EQ(names.size(), 59U);
-  EXPECT_EQ(ids.size(), 59U);
 }
 
 TEST(Descriptors, StateTheSizesOfATreeAndOfAFlatMessage) {

@@ -1,19 +1,18 @@
 // Cases that run once for each of a list of messages: MESSAGE_TEST in the place of TYPED_TEST.
 //
-// Room: tests. Includes GoogleTest; whoever uses it defines operations<M>::name.
+// Room: tests. Includes GoogleTest.
 //
 // GoogleTest's typed tests make a class, a factory and their tables for each message of each case.
 // Compiling those took half the time that these tests took to compile; here a message costs a
 // function.
 #pragma once
 
+#include "transport/operations.h"
+
 #include <gtest/gtest.h>
 
 #include <span>
 #include <string>
-
-template <class M>
-struct operations;
 
 namespace message_cases {
 
@@ -34,7 +33,7 @@ void run() {
 template <template <class> class Case, class... M>
 bool add(testing::Types<M...>, const std::string &suite, const char *name, const char *file,
          int line) {
-  static constexpr body bodies[] = {{operations<M>::name, &run<Case<M>>}...};
+  static constexpr body bodies[] = {{mesh_fib6::operations<M>::name, &run<Case<M>>}...};
   return add(suite, name, file, line, bodies);
 }
 

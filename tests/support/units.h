@@ -1,29 +1,39 @@
-// The units of a module by its name: bound at will, in any byte order.
+// The two units of a message's module, and the byte order that they are in.
 //
-// Room: tests. Reaches the library's state.
+// Room: tests. Reaches the units.
 #pragma once
 
+#include "modules/fib6/schema.h"
 #include "modules/fib6/units.h"
+#include "modules/fib6_cfg/schema.h"
 #include "modules/fib6_cfg/units.h"
+#include "modules/fib6_sync/schema.h"
 #include "modules/fib6_sync/units.h"
+#include "transport/message.h"
 
 #include <stdexcept>
 #include <string>
-#include <string_view>
 
 struct unit_pair {
   mesh_fib6::runtime::unit &recv;
   mesh_fib6::runtime::unit &send;
 };
 
-inline unit_pair units_of(std::string_view module) {
-  if (module == "fib6")
-    return {mesh_fib6::fib6::recv_unit, mesh_fib6::fib6::send_unit};
-  if (module == "fib6_cfg")
-    return {mesh_fib6::fib6_cfg::recv_unit, mesh_fib6::fib6_cfg::send_unit};
-  if (module == "fib6_sync")
-    return {mesh_fib6::fib6_sync::recv_unit, mesh_fib6::fib6_sync::send_unit};
-  throw std::logic_error("no units of a module " + std::string(module));
+// Of a message by the name of its record. Throws when no module has such names.
+inline unit_pair units_of(const char *record) {
+  using namespace mesh_fib6;
+  if (transport::message_part(record, fib6::wire_namespace) != 0)
+    return {fib6::recv_unit, fib6::send_unit};
+  if (transport::message_part(record, fib6_cfg::wire_namespace) != 0)
+    return {fib6_cfg::recv_unit, fib6_cfg::send_unit};
+  if (transport::message_part(record, fib6_sync::wire_namespace) != 0)
+    return {fib6_sync::recv_unit, fib6_sync::send_unit};
+  throw std::out_of_range(std::string("no module has a message ") + record);
+}
+
+template <class M>
+unit_pair units_of() {
+  return units_of(mesh_fib6::operations<M>::name);
 }
 
 // So that what a test then records is the call's own.

@@ -144,7 +144,10 @@ TEST_F(Registration, EveryMessageOfAModuleIsOfferedOnceAndToNoOtherModule) {
     module.recv_init();
   for (const fake_mesh::registration &registration : fake_mesh::registrations())
     EXPECT_TRUE(offered.insert(registration.id).second) << registration.id;
-  EXPECT_EQ(offered.size(), 59u);
+  for (const module_row &module : modules)
+    for (const message &message : module.messages)
+      EXPECT_EQ(offered.erase(message.id), 1u) << message.name;
+  EXPECT_TRUE(offered.empty()) << "a message that the catalogue has no row for";
 }
 
 uint32_t fnv1a(std::string_view text) {
@@ -169,15 +172,11 @@ TEST_F(Registration, TheFirstMessageOfEachModuleIsOfferedUnderTheHashOfItsName) 
 
 TEST_F(Registration, EveryIdentifierIsTheHashOfItsNameAndDistinct) {
   std::set<uint32_t> ids;
-  size_t count = 0;
   for (const module_row &module : modules)
     for (const message &message : module.messages) {
       EXPECT_EQ(fnv1a(message.hashed), message.id) << message.hashed;
-      ids.insert(message.id);
-      ++count;
+      EXPECT_TRUE(ids.insert(message.id).second) << message.hashed;
     }
-  EXPECT_EQ(count, 59u);
-  EXPECT_EQ(ids.size(), count);
 }
 
 } // namespace

@@ -58,7 +58,8 @@ vector_case case_of(const element_type &type, uint32_t slot) {
   std::optional<uint32_t> f0;
   if constexpr (std::is_same_v<decltype(M::f0), uint32_t>)
     f0 = f0_value;
-  return {operations<M>::name, type, operations<M>::root_slots, slot, f0, &decode<M, Count, Array>};
+  return {operations<M>::name,     type, mesh_fib6::wire::table<M>::slots, slot, f0,
+          &decode<M, Count, Array>};
 }
 
 const std::vector<vector_case> &all_cases() {

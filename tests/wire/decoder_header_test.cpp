@@ -24,12 +24,13 @@ template <class M>
 class Decoder {
 protected:
   using op = operations<M>;
-  static constexpr bool table_form = op::form == root_form::table_form;
 
   static std::string unpack_name() { return std::string(op::name) + "_unpack"; }
 
   // The name under which a bad root header is reported.
-  static std::string header_name() { return unpack_name() + (table_form ? "_non_root" : ""); }
+  static std::string header_name() {
+    return unpack_name() + (is_table_form<M>() ? "_non_root" : "");
+  }
 
   // A refusal of the root header: one line, no allocation, the record as the form leaves it.
   static void expect_refused_header(const wire_builder &wire, const std::string &format,
@@ -37,7 +38,7 @@ protected:
     const decoding<M> decoded(wire.bytes());
     expect_one_line(decoded.lines, header_name(), format, message);
     EXPECT_TRUE(decoded.calls.empty());
-    EXPECT_TRUE(table_form ? decoded.zeroed() : decoded.untouched());
+    EXPECT_TRUE(is_table_form<M>() ? decoded.zeroed() : decoded.untouched());
   }
 
   // A message without any field: accepted in silence, the record all zero.
@@ -301,7 +302,7 @@ MESSAGE_TEST(Decoder, TakesHalfASlotAtTheEndOfAnOddVtableForNone) {
 }
 
 MESSAGE_TEST(Decoder, IgnoresSlotsThatItsSchemaDoesNotHave) {
-  constexpr uint16_t slots = TestFixture::op::root_slots;
+  constexpr uint16_t slots = mesh_fib6::wire::table<TypeParam>::slots;
   constexpr uint16_t extra = 200;
   wire_builder wire;
   const uint32_t root = wire.u32(0);
@@ -344,7 +345,7 @@ MESSAGE_TEST(Decoder, RefusesAHeaderInTheWrongByteOrder) {
 // Binding is part of the order: behind the header checks in the one form, before them in the other.
 MESSAGE_TEST(Decoder, BindsTheUnitWhereItsFormSays) {
   bind_units<TypeParam>();
-  mesh_fib6::runtime::unit &unit = TestFixture::op::recv_unit();
+  mesh_fib6::runtime::unit &unit = units_of<TypeParam>().recv;
   TypeParam record;
   const auto bound_after = [&](const wire_builder &wire) {
     unit.runtime.cache_bound = 0;
@@ -353,7 +354,7 @@ MESSAGE_TEST(Decoder, BindsTheUnitWhereItsFormSays) {
     return unit.runtime.cache_bound == 1;
   };
   EXPECT_FALSE(bound_after(header(4, 3))) << "refused parameters bind nothing";
-  EXPECT_EQ(bound_after(header(13, 16)), TestFixture::table_form);
+  EXPECT_EQ(bound_after(header(13, 16)), is_table_form<TypeParam>());
   EXPECT_TRUE(bound_after(header(4, 8)));
 }
 

@@ -88,7 +88,7 @@ MESSAGE_TEST(Release, OfNullDoesNothing) {
 
 MESSAGE_TEST(Release, BindsTheUnitUnlessTheRecordIsNull) {
   bind_units<TypeParam>();
-  uint32_t &bound = operations<TypeParam>::recv_unit().runtime.cache_bound;
+  uint32_t &bound = units_of<TypeParam>().recv.runtime.cache_bound;
   bound = 0;
   operations<TypeParam>::release(nullptr);
   EXPECT_EQ(bound, 0U);

@@ -15,9 +15,9 @@ public:
   using op = operations<M>;
 
   explicit decoding(const std::vector<uint8_t> &wire, const conditions &given = {})
-      : decode_run(functions(), op::recv_unit(), wire, given) {}
+      : decode_run(functions(), units_of<M>().recv, wire, given) {}
   decoding(const uint8_t *buffer, uint32_t length, const conditions &given = {})
-      : decode_run(functions(), op::recv_unit(), buffer, length, given) {}
+      : decode_run(functions(), units_of<M>().recv, buffer, length, given) {}
 
   M &record = *static_cast<M *>(memory());
 

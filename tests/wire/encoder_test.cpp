@@ -351,7 +351,7 @@ MESSAGE_TEST(Pack, LeavesTheRecordAsItIs) {
 }
 
 MESSAGE_TEST(Pack, BindsTheSendUnitsCacheSideWhichClearsTheByteOrder) {
-  mesh_fib6::runtime::unit &unit = TestFixture::op::send_unit();
+  mesh_fib6::runtime::unit &unit = units_of<TypeParam>().send;
   unit.runtime.cache_bound = 0;
   std::vector<uint8_t> bound(2048), unbound(2048);
   uint32_t unbound_length = 2048, bound_length = 2048;
@@ -368,7 +368,7 @@ MESSAGE_TEST(Pack, SwappedKeepsTheSizeAndChangesTheBytes) {
   guarded_buffer plain_buffer(size), swapped_buffer(size);
   uint32_t length = size;
   EXPECT_EQ(TestFixture::op::pack(&this->full(), plain_buffer.data(), &length), 0U);
-  const swapped_unit unit(TestFixture::op::send_unit(), 1);
+  const swapped_unit unit(units_of<TypeParam>().send, 1);
   EXPECT_EQ(TestFixture::op::pack(&this->full(), swapped_buffer.data(), &length), 0U);
   const std::vector<uint8_t> plain = plain_buffer.bytes();
   std::vector<uint8_t> swapped = swapped_buffer.bytes();

@@ -15,9 +15,6 @@
 #include <string_view>
 #include <vector>
 
-template <class M>
-struct operations;
-
 namespace golden {
 
 using mesh_fib6::tools::message_descriptor;
@@ -58,7 +55,7 @@ const file &of(std::string_view message);
 
 template <class M>
 const file &file_of() {
-  return of(operations<M>::name);
+  return of(mesh_fib6::operations<M>::name);
 }
 template <class M>
 const M &record_of(std::string_view name) {

@@ -74,7 +74,7 @@ class decoding : public decode_run {
 public:
   decoding(const message_descriptor &message, const bytes &wire, const conditions &given = {})
       : decode_run({message.record_size, message.unpack, message.free_unpacked},
-                   units_of(message.module).recv, wire, given) {}
+                   units_of(message.name).recv, wire, given) {}
 };
 
 // Calls visit(field, owner, record, is_root) for each vector of a record in member order, also of
@@ -116,11 +116,11 @@ inline void expect_same_record(const table_descriptor &table, const void *expect
 // A case with a message; named after it.
 class EachMessage : public testing::TestWithParam<const message_descriptor *> {
 protected:
-  EachMessage() { bind_units(units_of(message().module)); }
+  EachMessage() { bind_units(units_of(message().name)); }
 
   static const message_descriptor &message() { return *GetParam(); }
   static const golden::file &file() { return of(message()); }
-  static mesh_fib6::runtime::unit &send_unit() { return units_of(message().module).send; }
+  static mesh_fib6::runtime::unit &send_unit() { return units_of(message().name).send; }
 };
 
 inline std::string name_of(const testing::TestParamInfo<const message_descriptor *> &info) {

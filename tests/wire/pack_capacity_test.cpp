@@ -27,7 +27,7 @@ struct packing {
   uint32_t byte_swap = 0;
   const void *record;
   uint32_t (*pack)(const void *record, uint8_t *buffer, uint32_t *length);
-  mesh_fib6::runtime::unit &(*unit)();
+  mesh_fib6::runtime::unit *unit;
   void (*bind)();
   std::string log_name;
 
@@ -47,7 +47,7 @@ packing packing_of(const std::string &name, const M *record, const bytes &expect
           .byte_swap = byte_swap,
           .record = record,
           .pack = &pack_untyped<M>,
-          .unit = &operations<M>::send_unit,
+          .unit = &units_of<M>().send,
           .bind = &bind_units<M>,
           .log_name = std::string(operations<M>::name) + "_pack"};
 }
@@ -194,7 +194,7 @@ protected:
       given_ = &each;
       each.bind();
       fake_osal::reset();
-      const swapped_unit swapped(each.unit(), each.byte_swap);
+      const swapped_unit swapped(*each.unit, each.byte_swap);
       test();
     }
   }
@@ -311,7 +311,7 @@ TEST_F(PackCapacity, IsNoConcernOfANullRecord) {
 TEST_F(PackCapacity, IsTheSameInEitherByteOrder) {
   for_each_message([this] {
     for (const uint32_t byte_swap : {0U, 1U, 2U, 0xFFFFFFFFU}) {
-      const swapped_unit swapped(given().unit(), byte_swap);
+      const swapped_unit swapped(*given().unit, byte_swap);
       for (const uint32_t capacity :
            {given().size() - 1, given().size(), given().bound, beyond(), 0xFFFFFFFFU}) {
         guarded_buffer buffer(

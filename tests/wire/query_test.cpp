@@ -123,7 +123,7 @@ using header_messages =
 using RootHeader_messages = header_messages;
 
 MESSAGE_TEST(RootHeader, ThatIsBadIsReportedUnderTheNameOfItsForm) {
-  constexpr bool table_form = operations<TypeParam>::form == root_form::table_form;
+  const bool table_form = is_table_form<TypeParam>();
   const std::string name =
       std::string(operations<TypeParam>::name) + (table_form ? "_unpack_non_root" : "_unpack");
   for (const spoiled_header &each : spoil_header(image<TypeParam>("full"), 0)) {
@@ -199,7 +199,7 @@ MESSAGE_TEST(Control, OfZerosIsSentWithEveryFieldAndPackedWithoutThem) {
   ASSERT_EQ(sends.front().messages.size(), 1U);
   const wire_builder sent(sends.front().messages.front().bytes);
   EXPECT_EQ(sent.here(), zero_sizes<TypeParam>::fixed);
-  EXPECT_EQ(slots_of(sent, root_of(sent)), operations<TypeParam>::root_slots);
+  EXPECT_EQ(slots_of(sent, root_of(sent)), mesh_fib6::wire::table<TypeParam>::slots);
   expect_every_slot_present(sent, root_of(sent));
   if constexpr (has_sub_table<TypeParam>())
     expect_every_slot_present(sent, target_of_slot(sent, root_of(sent), 1));
