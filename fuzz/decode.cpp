@@ -1,8 +1,8 @@
 // Target: a buffer from anywhere is decoded.
 //
 // Room: attacks. Input: message, circumstances, then the buffer.
-//   byte 0   number of the message modulo 59, in the order of registration
-//   byte 1   bit 0 odd address; bits 1-3 byte order; bits 4-7 what goes wrong beside the bytes
+//   bytes 0-3  the message's identifier (message_of in messages.h)
+//   byte 4     bit 0 odd address; bits 1-3 byte order; bits 4-7 what goes wrong beside the bytes
 #include "fuzz/decode_check.h"
 #include "fuzz/finding.h"
 #include "fuzz/input.h"
@@ -11,7 +11,7 @@
 namespace fuzz {
 namespace {
 
-constexpr uint32_t header_size = 2;
+constexpr uint32_t header_size = identifier_size + 1;
 
 circumstances circumstances_of(uint8_t byte) {
   circumstances around{};
@@ -45,8 +45,8 @@ const char *execute(const uint8_t *data, size_t size) {
   if (size < header_size)
     return nullptr;
   forget_findings();
-  check_decode(message_at(data[0]), data + header_size, static_cast<uint32_t>(size) - header_size,
-               circumstances_of(data[1]));
+  check_decode(message_of(data), data + header_size, static_cast<uint32_t>(size) - header_size,
+               circumstances_of(data[identifier_size]));
   return finding();
 }
 

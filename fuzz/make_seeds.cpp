@@ -32,7 +32,7 @@ void write(const fs::path &path, const std::vector<uint8_t> &bytes) {
     throw std::runtime_error(path.string() + ": cannot be written");
 }
 
-// The second byte of decode's input (decode.cpp): the byte order that the image is in.
+// What follows the identifier in decode's input (decode.cpp): the byte order that the image is in.
 uint8_t circumstances_of(std::string_view image) {
   if (image.ends_with("_swap_1"))
     return 5 << 1;
@@ -46,16 +46,25 @@ std::vector<uint8_t> joined(std::vector<uint8_t> head, const std::vector<uint8_t
   return head;
 }
 
-uint32_t make_seeds_of(const fs::path &golden, const fs::path &output) {
-  const std::string name = golden.stem();
-  const auto number = static_cast<uint8_t>(fuzz::number_of(name.c_str()));
+std::vector<uint8_t> identifier_of(const fuzz::message_descriptor &message) {
+  std::vector<uint8_t> bytes;
+  for (uint32_t i = 0; i < fuzz::identifier_size; i++)
+    bytes.push_back(static_cast<uint8_t>(message.id >> (8 * i)));
+  return bytes;
+}
+
+uint32_t make_seeds_of(const fuzz::message_descriptor &message, const fs::path &golden_folder,
+                       const fs::path &output) {
+  const std::vector<uint8_t> identifier = identifier_of(message);
   uint32_t count = 0;
-  for (const annotated::image &image : annotated::load(golden)) {
-    const std::string file = name + "-" + image.name;
-    write(output / "decode" / file, joined({number, circumstances_of(image.name)}, image.bytes));
+  for (const annotated::image &image :
+       annotated::load(golden_folder / (std::string(message.name) + ".txt"))) {
+    const std::string file = std::string(message.name) + "-" + image.name;
+    write(output / "decode" / file,
+          joined(joined(identifier, {circumstances_of(image.name)}), image.bytes));
     // To the others the bytes are material that records, mutations and answers are made from.
     for (const char *target : {"mutated", "round_trip", "sends"})
-      write(output / target / file, joined({number}, image.bytes));
+      write(output / target / file, joined(identifier, image.bytes));
     count++;
   }
   return count;
@@ -64,7 +73,7 @@ uint32_t make_seeds_of(const fs::path &golden, const fs::path &output) {
 int run(const fs::path &golden_folder, const fs::path &output) {
   uint32_t images = 0;
   mesh_fib6::tools::for_each_message([&](const fuzz::message_descriptor &message) {
-    images += make_seeds_of(golden_folder / (std::string(message.name) + ".txt"), output);
+    images += make_seeds_of(message, golden_folder, output);
   });
   printf("%u images of %u messages\n", images, fuzz::message_count);
   return 0;

@@ -8,6 +8,7 @@
 #include "tools/descriptors.h"
 
 #include <cstdint>
+#include <span>
 
 namespace fuzz {
 
@@ -65,11 +66,15 @@ struct message : message_descriptor {
   void set_byte_swap(uint32_t flag) const;
 };
 
-// `number` modulo 59: a byte of input always means a message.
-const message &message_at(uint32_t number);
+// In the order of registration.
+std::span<const message, message_count> all_messages();
 
-// The number of the message of that name. Throws when there is none.
-uint32_t number_of(const char *name);
+// The message that an input is about: its first bytes are an identifier, the low byte first. So an
+// input keeps its meaning when messages come, go or change places. Where no message has the
+// identifier, which is what chance makes, it is the one whose identifier differs in the least
+// significant bits: the smallest number when the two are combined by exclusive or.
+inline constexpr uint32_t identifier_size = 4;
+const message &message_of(const uint8_t *input);
 
 // Whether `text` is `name` followed by `suffix`.
 bool is_name(const char *text, const char *name, const char *suffix);

@@ -2,10 +2,10 @@
 //
 // Room: attacks. Input: message, circumstances, arrangement, four bytes that the record is made
 // from, then the mutations.
-//   byte 0     number of the message modulo 59
-//   byte 1     as in decode.cpp bits 0-3; bits 4-6 which request for memory is refused (0: none);
+//   bytes 0-3  the message's identifier (message_of in messages.h)
+//   byte 4     as in decode.cpp bits 0-3; bits 4-6 which request for memory is refused (0: none);
 //              bit 7 the fixed arrangement, where the message has one
-//   bytes 2-5  what the record is made from
+//   bytes 5-8  what the record is made from
 //   then       up to 8 mutations of 4 bytes: what, where (one byte), with which value (two bytes)
 #include "fuzz/decode_check.h"
 #include "fuzz/finding.h"
@@ -19,7 +19,8 @@
 namespace fuzz {
 namespace {
 
-constexpr uint32_t head_size = 6;
+constexpr uint32_t record_bytes_at = identifier_size + 1;
+constexpr uint32_t head_size = record_bytes_at + 4;
 constexpr uint32_t mutation_size = 4;
 constexpr uint32_t max_mutations = 8;
 constexpr uint32_t max_message = max_encoded + max_mutations * 256;
@@ -141,14 +142,15 @@ const char *execute(const uint8_t *data, size_t size) {
   if (size < head_size)
     return nullptr;
   forget_findings();
-  const message &message = message_at(data[0]);
+  const message &message = message_of(data);
+  const uint32_t bits = data[identifier_size];
   circumstances around{};
-  around.odd_address = (data[1] & 1) != 0;
-  around.byte_swap = byte_swap_of(data[1] >> 1);
-  around.refused_request = (data[1] >> 4) & 7;
-  const bool fixed = !message.is_tree() && (data[1] & 0x80) != 0;
+  around.odd_address = (bits & 1) != 0;
+  around.byte_swap = byte_swap_of(bits >> 1);
+  around.refused_request = (bits >> 4) & 7;
+  const bool fixed = !message.is_tree() && (bits & 0x80) != 0;
 
-  input record_bytes(data + 2, head_size - 2);
+  input record_bytes(data + record_bytes_at, head_size - record_bytes_at);
   const made_records made(message, 1, record_bytes);
   const auto sound = fixed ? encoder.fixed(message, made.at(0), around.byte_swap)
                            : encoder.compact(message, made.at(0), around.byte_swap);

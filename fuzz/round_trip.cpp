@@ -1,8 +1,8 @@
 // Target: a record is encoded, the bytes are decoded, and the record is back.
 //
 // Room: attacks. Input: message, circumstances, then what the record is made from.
-//   byte 0   number of the message modulo 59
-//   byte 1   bit 0 odd address; bits 1-3 byte order
+//   bytes 0-3  the message's identifier (message_of in messages.h)
+//   byte 4     bit 0 odd address; bits 1-3 byte order
 #include "fuzz/decode_check.h"
 #include "fuzz/finding.h"
 #include "fuzz/input.h"
@@ -17,7 +17,7 @@
 namespace fuzz {
 namespace {
 
-constexpr uint32_t header_size = 2;
+constexpr uint32_t header_size = identifier_size + 1;
 constexpr uint8_t unwritten = 0xA5;
 constexpr uint32_t destination = 0x0A0B0C0D;
 
@@ -181,10 +181,11 @@ const char *execute(const uint8_t *data, size_t size) {
   if (size < header_size)
     return nullptr;
   forget_findings();
-  current = &message_at(data[0]);
+  current = &message_of(data);
+  const uint32_t bits = data[identifier_size];
   circumstances around{};
-  around.odd_address = (data[1] & 1) != 0;
-  around.byte_swap = byte_swap_of(data[1] >> 1);
+  around.odd_address = (bits & 1) != 0;
+  around.byte_swap = byte_swap_of(bits >> 1);
   current->set_byte_swap(around.byte_swap);
 
   input bytes(data + header_size, static_cast<uint32_t>(size) - header_size);

@@ -3,13 +3,13 @@
 //
 // Room: attacks. Input: message, operation and circumstances, counts, answers, then what the
 // records are made from.
-//   byte 0      number of the message modulo 59
-//   byte 1      bits 0-1 operation; bits 2-4 byte order; bit 5 memory is refused; bit 6 a target;
+//   bytes 0-3   the message's identifier (message_of in messages.h)
+//   byte 4      bits 0-1 operation; bits 2-4 byte order; bit 5 memory is refused; bit 6 a target;
 //               bit 7 no record (only where that is survived)
-//   byte 2      how many records: see counts
-//   bytes 3-10  the mesh's answer
-//   bytes 11-18 the target
-//   bytes 19-22 the destination
+//   byte 5      how many records: see counts
+//   bytes 6-13  the mesh's answer
+//   bytes 14-21 the target
+//   bytes 22-25 the destination
 #include "fuzz/decode_check.h"
 #include "fuzz/finding.h"
 #include "fuzz/input.h"
@@ -26,7 +26,7 @@
 namespace fuzz {
 namespace {
 
-constexpr uint32_t header_size = 23;
+constexpr uint32_t header_size = identifier_size + 22;
 constexpr uint32_t failed = 0xFFFFFFFF;
 constexpr uint32_t data_area = 65536; // of a batch of records with pointers
 constexpr uint32_t max_real_count = 255;
@@ -228,8 +228,8 @@ void check_receiver(const made_records &made, const circumstances &around) {
 
 scenario scenario_of(const uint8_t *data) {
   scenario result{};
-  input head(data, header_size);
-  result.kind_of_message = &message_at(head.byte());
+  input head(data + identifier_size, header_size - identifier_size);
+  result.kind_of_message = &message_of(data);
   const uint8_t bits = head.byte();
   result.operation = static_cast<operation>(bits & 3);
   result.refuses_memory = (bits & 0x20) != 0;
@@ -251,7 +251,7 @@ const char *execute(const uint8_t *data, size_t size) {
   forget_findings();
   current = scenario_of(data);
   circumstances around{};
-  around.byte_swap = byte_swap_of(data[1] >> 2);
+  around.byte_swap = byte_swap_of(data[identifier_size] >> 2);
   const message &message = *current.kind_of_message;
   message.set_byte_swap(around.byte_swap);
 

@@ -1,4 +1,5 @@
-// Every prefix and every flipped bit of one message of each type is decoded as the reference says.
+// Every prefix and every flipped bit of one message of each type is decoded as the reference says;
+// which message an input is about.
 //
 // Room: attacks. The messages are the golden ones, written by hand; the inputs are generated, since
 // they are many and follow from these.
@@ -25,8 +26,7 @@ std::vector<annotated::image> golden_images(const message &message) {
 // Calls visit(message, image) for the full image of each message, and for its fixed form.
 template <class Visit>
 void for_each_full_image(Visit visit) {
-  for (uint32_t i = 0; i < fuzz::message_count; i++) {
-    const message &message = fuzz::message_at(i);
+  for (const message &message : fuzz::all_messages()) {
     const auto images = golden_images(message);
     visit(message, annotated::bytes_of(images, "full"));
     if (!message.is_tree())
@@ -100,6 +100,24 @@ TEST(EveryFullMessage, ReleasesWhatItHasWhenAnyOfItsRequestsForMemoryIsRefused) 
       EXPECT_FALSE(visitor.was_called);
     }
   });
+}
+
+bytes identifier(uint32_t number) {
+  return {static_cast<uint8_t>(number), static_cast<uint8_t>(number >> 8),
+          static_cast<uint8_t>(number >> 16), static_cast<uint8_t>(number >> 24)};
+}
+
+TEST(AnInput, IsAboutTheMessageWhoseIdentifierItBeginsWith) {
+  EXPECT_STREQ(fuzz::message_of(identifier(0x5026A923).data()).name,
+               "feiBrokerFib6_ipv6FwdUpdateMsg");
+  for (const message &message : fuzz::all_messages())
+    EXPECT_EQ(&fuzz::message_of(identifier(message.id).data()), &message) << message.name;
+}
+
+// One bit beside: of the identifiers there are, none differs in as little.
+TEST(AnInput, WithAnIdentifierOfNobodyIsAboutTheMessageOfTheNearest) {
+  for (const message &message : fuzz::all_messages())
+    EXPECT_EQ(&fuzz::message_of(identifier(message.id ^ 1).data()), &message) << message.name;
 }
 
 } // namespace
