@@ -6,6 +6,7 @@
 #include "fuzz/exact_copy.h"
 #include "fuzz/finding.h"
 #include "fuzz/platform.h"
+#include "tests/reference/decoder.h"
 
 #include <cstring>
 
@@ -13,6 +14,9 @@ namespace fuzz {
 namespace {
 
 using misuse = enum circumstances::misuse;
+using reference::ending;
+using reference::expectation;
+using reference::line;
 
 constexpr uint8_t untouched = 0xA5;
 
@@ -24,7 +28,7 @@ constexpr const char *formats[] = {
     "[VARKO]:Malloc unpack data unsuccess, size(%u)",
 };
 
-reference_decoder reference;
+reference::decoder reader;
 
 class checked_decoding {
 public:
@@ -38,7 +42,8 @@ public:
     if (around_.misuse != misuse::none || length_ < 4)
       return check_refused_parameters();
     const expectation &expected =
-        reference.decode(message_, {bytes_, length_, around_.byte_swap, around_.refused_request});
+        reader.decode(*message_.table, message_.form,
+                      {bytes_, length_, around_.byte_swap, around_.refused_request});
     check_line(expected);
     check_requests(expected);
     check_record(expected);
@@ -118,7 +123,7 @@ private:
     for (uint32_t i = 0; i < count; i++) {
       const platform::block &block = platform::now.blocks[i];
       const expectation::request &request = expected.requests[i];
-      const vector_place &place = message_.vectors[request.vector];
+      const reference::vector_place &place = message_.vectors.of[request.vector];
       total += block.size;
       if (block.size != request.size)
         found("%s: request %u is for %u bytes, expected %u", message_.name, i, block.size,
@@ -136,7 +141,7 @@ private:
             static_cast<unsigned long long>(total), length_);
   }
 
-  void check_released(const platform::block &block, const vector_place &place) {
+  void check_released(const platform::block &block, const reference::vector_place &place) {
     if (block.release_tag != nullptr &&
         (block.release_module != 12 ||
          !is_name(block.release_tag, place.owner->name, "_free_unpacked")))
@@ -154,8 +159,8 @@ private:
     alignas(8) uint8_t record[max_record_size];
     memcpy(record, message_.storage, message_.record_size);
     uint32_t live = 0;
-    for (uint32_t i = 0; i < message_.vector_count; i++)
-      live += check_vector(message_.vectors[i], expected.elements[i], record) ? 1 : 0;
+    for (uint32_t i = 0; i < message_.vectors.count; i++)
+      live += check_vector(message_.vectors.of[i], expected.elements[i], record) ? 1 : 0;
     if (live != platform::now.live_blocks())
       found("%s: %u blocks are live, the record holds %u", message_.name,
             platform::now.live_blocks(), live);
@@ -163,7 +168,8 @@ private:
   }
 
   // Whether the vector holds a block. Nulls its pointer in the copy of the record.
-  bool check_vector(const vector_place &place, const uint8_t *elements, uint8_t *record) {
+  bool check_vector(const reference::vector_place &place, const uint8_t *elements,
+                    uint8_t *record) {
     void *pointer;
     memcpy(&pointer, record + place.pointer_at, sizeof pointer);
     memset(record + place.pointer_at, 0, sizeof pointer);
@@ -205,12 +211,12 @@ private:
       const platform::block &block = platform::now.blocks[i];
       if (block.live)
         found("%s: releasing left block %u", message_.name, i);
-      check_released(block, message_.vectors[expected.requests[i].vector]);
+      check_released(block, message_.vectors.of[expected.requests[i].vector]);
     }
     // Pointers are null, everything else is as it was.
     if (expected.ending == ending::refused
             ? !record_is_untouched()
-            : memcmp(message_.storage, expected.record, message_.record_size) != 0)
+            : memcmp(message_.storage, expected.record.data(), message_.record_size) != 0)
       found("%s: releasing changed more than pointers, or left one", message_.name);
     message_.free_unpacked(message_.storage);
     if (platform::now.releases != releases)

@@ -5,7 +5,6 @@
 #pragma once
 
 #include "fuzz/messages.h"
-#include "fuzz/reference_decoder.h"
 
 #include <cstdint>
 

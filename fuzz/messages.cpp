@@ -11,18 +11,6 @@
 namespace fuzz {
 namespace {
 
-void add_vectors(message &result, const table_descriptor &table, uint32_t base) {
-  for (const field_descriptor &field : table.fields) {
-    if (field.kind == kind::table)
-      add_vectors(result, *field.table, base + field.offset);
-    if (!field.is_vector())
-      continue;
-    result.vectors[result.vector_count++] = {&table, &table != result.table,
-                                             base + field.count_offset, base + field.offset,
-                                             field.width};
-  }
-}
-
 struct table_of_messages {
   message rows[message_count];
 
@@ -35,14 +23,15 @@ struct table_of_messages {
 private:
   static void add(message &row, const message_descriptor &descriptor) {
     static_cast<message_descriptor &>(row) = descriptor;
-    row.table_form = catalogue::row_of(descriptor.name).form == catalogue::root_form::table_form;
+    row.form = catalogue::row_of(descriptor.name).form == catalogue::root_form::table_form
+                   ? reference::root_form::table_form
+                   : reference::root_form::header_first;
     const unit_pair units = units_of(descriptor.name);
     bind_units(
         units); // before the first execution: the first binding would reset the byte_swap flag
     row.recv_unit = &units.recv;
     row.send_unit = &units.send;
-    row.vector_count = 0;
-    add_vectors(row, *descriptor.table, 0);
+    row.vectors = reference::vectors_of(*descriptor.table);
     row.storage = malloc(descriptor.record_size);
   }
 };
@@ -56,13 +45,6 @@ const table_of_messages &the_messages() {
 const message *const first_message = the_messages().rows;
 
 } // namespace
-
-uint32_t message::amplification() const {
-  uint32_t sum = 0;
-  for (uint32_t i = 0; i < vector_count; i++)
-    sum += vectors[i].width == 1 ? 1 : (vectors[i].width + 3) / 4;
-  return sum;
-}
 
 void message::set_byte_swap(uint32_t flag) const {
   recv_unit->byte_swap = flag;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "runtime/unit.h"
+#include "tests/reference/decoder.h"
 #include "tools/descriptors.h"
 
 #include <cstdint>
@@ -19,48 +20,19 @@ using mesh_fib6::tools::table_descriptor;
 
 using mesh_fib6::tools::message_count;
 
-// How many vectors a record of the table owns, embedded records included.
-constexpr uint32_t count_vectors(const table_descriptor &table) {
-  uint32_t count = 0;
-  for (const field_descriptor &field : table.fields)
-    count += field.is_vector() ? 1 : field.kind == kind::table ? count_vectors(*field.table) : 0;
-  return count;
-}
-
-// The most of all messages.
-template <class Number>
-consteval uint32_t most(Number number) {
-  uint32_t result = 0;
-  mesh_fib6::tools::for_each_message([&](const message_descriptor &message) {
-    result = number(message) > result ? number(message) : result;
-  });
-  return result;
-}
-inline constexpr uint32_t max_vectors =
-    most([](const message_descriptor &message) { return count_vectors(*message.table); });
 inline constexpr uint32_t max_record_size =
-    most([](const message_descriptor &message) { return message.record_size; });
-
-// A vector that a decoded record owns: in the message's record or in one that is embedded in it.
-struct vector_place {
-  const table_descriptor *owner; // whose release names the block
-  bool embedded;
-  uint32_t count_at, pointer_at; // in the message's record
-  uint32_t width;
-};
+    reference::most([](const message_descriptor &message) { return message.record_size; });
 
 struct message : message_descriptor {
-  bool table_form; // a bad header leaves the record zeroed, not untouched
+  reference::root_form form;
   mesh_fib6::runtime::unit *recv_unit, *send_unit;
-  vector_place vectors[max_vectors];
-  uint32_t vector_count;
+  reference::vector_list vectors;
   void *storage; // a heap block of exactly record_size bytes, for the record under test
 
   bool is_tree() const { return shape == mesh_fib6::tools::shape::tree; }
 
-  // Decoding n bytes allocates at most this many times n: each byte of the buffer can be part of
-  // one offset word in each vector, and a word stands for one element.
-  uint32_t amplification() const;
+  // Decoding n bytes allocates at most this many times n.
+  uint32_t amplification() const { return reference::amplification(*table); }
 
   // What the byte_swap flags of both of its units hold.
   void set_byte_swap(uint32_t flag) const;

@@ -11,27 +11,31 @@
 #include "fuzz/finding.h"
 #include "fuzz/input.h"
 #include "fuzz/record_maker.h"
-#include "fuzz/reference_encoder.h"
 #include "fuzz/target.h"
+#include "tests/reference/decoder.h"
+#include "tests/reference/encoder.h"
 
 #include <cstring>
 
 namespace fuzz {
 namespace {
 
+using reference::role;
+using reference::site;
+
 constexpr uint32_t record_bytes_at = identifier_size + 1;
 constexpr uint32_t head_size = record_bytes_at + 4;
 constexpr uint32_t mutation_size = 4;
 constexpr uint32_t max_mutations = 8;
-constexpr uint32_t max_message = max_encoded + max_mutations * 256;
+constexpr uint32_t max_message = reference::max_encoded + max_mutations * 256;
 
-reference_encoder encoder;
-reference_decoder reader;
-reference_decoder::site_list sites;
+reference::encoder encoder;
+reference::decoder reader;
+reference::decoder::site_list sites;
 
 class spoiled_message {
 public:
-  spoiled_message(const reference_encoder::encoded &sound, uint32_t byte_swap)
+  spoiled_message(const reference::encoder::encoded &sound, uint32_t byte_swap)
       : size_(sound.size), byte_swap_(byte_swap) {
     memcpy(bytes_, sound.bytes, sound.written);
     memset(bytes_ + sound.written, 0, sound.size - sound.written);
@@ -152,10 +156,10 @@ const char *execute(const uint8_t *data, size_t size) {
 
   input record_bytes(data + record_bytes_at, head_size - record_bytes_at);
   const made_records made(message, 1, record_bytes);
-  const auto sound = fixed ? encoder.fixed(message, made.at(0), around.byte_swap)
-                           : encoder.compact(message, made.at(0), around.byte_swap);
+  const auto sound = fixed ? encoder.fixed(*message.table, made.at(0), around.byte_swap)
+                           : encoder.compact(*message.table, made.at(0), around.byte_swap);
   spoiled_message spoiled(sound, around.byte_swap);
-  reader.list_sites(message, {spoiled.bytes(), spoiled.size(), around.byte_swap, 0}, sites);
+  reader.list_sites(*message.table, {spoiled.bytes(), spoiled.size(), around.byte_swap, 0}, sites);
 
   input mutations(data + head_size, static_cast<uint32_t>(size) - head_size);
   for (uint32_t i = 0; i < max_mutations && mutations.left() >= mutation_size; i++)

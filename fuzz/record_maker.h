@@ -32,7 +32,7 @@ private:
   const message &message_;
   input &input_;
   uint32_t block_count_ = 0; // before what adds the first one
-  void *blocks_[max_count * max_vectors + 1];
+  void *blocks_[max_count * reference::max_vectors + 1];
   uint8_t *records_;
 };
 

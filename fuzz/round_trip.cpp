@@ -8,8 +8,8 @@
 #include "fuzz/input.h"
 #include "fuzz/platform.h"
 #include "fuzz/record_maker.h"
-#include "fuzz/reference_encoder.h"
 #include "fuzz/target.h"
+#include "tests/reference/encoder.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -21,9 +21,9 @@ constexpr uint32_t header_size = identifier_size + 1;
 constexpr uint8_t unwritten = 0xA5;
 constexpr uint32_t destination = 0x0A0B0C0D;
 
-reference_encoder encoder;
+reference::encoder encoder;
 const message *current; // for the mesh, which is told nothing else
-uint8_t sent[max_encoded];
+uint8_t sent[reference::max_encoded];
 uint32_t sent_size;
 
 // Where the library encodes to: a block of the heap of exactly so many bytes.
@@ -56,7 +56,7 @@ void expect_no_requests(const char *what) {
     found("%s: packing %s asks the platform for something", current->name, what);
 }
 
-void check_bytes(const uint8_t *bytes, const reference_encoder::encoded &expected,
+void check_bytes(const uint8_t *bytes, const reference::encoder::encoded &expected,
                  const char *what) {
   for (uint32_t i = 0; i < expected.written; i++)
     if (bytes[i] != expected.bytes[i])
@@ -66,7 +66,7 @@ void check_bytes(const uint8_t *bytes, const reference_encoder::encoded &expecte
     found("%s: bytes behind the end of %s are written", current->name, what);
 }
 
-void check_pack(const void *record, const reference_encoder::encoded &expected, bool odd_address) {
+void check_pack(const void *record, const reference::encoder::encoded &expected, bool odd_address) {
   platform::begin();
   output exact(expected.size, odd_address);
   uint32_t length = expected.size;
@@ -78,7 +78,7 @@ void check_pack(const void *record, const reference_encoder::encoded &expected, 
   expect_no_requests("a record");
 }
 
-void check_pack_without_room(const void *record, const reference_encoder::encoded &expected,
+void check_pack_without_room(const void *record, const reference::encoder::encoded &expected,
                              bool odd_address) {
   platform::begin();
   output small(expected.size - 1, odd_address);
@@ -109,7 +109,7 @@ void check_size_query(const void *record, uint32_t expected) {
 // A record that came back: the same values, and the same bytes when it is encoded once more.
 class comparison final : public record_visitor {
 public:
-  comparison(const void *original, const reference_encoder::encoded &compact)
+  comparison(const void *original, const reference::encoder::encoded &compact)
       : original_(original), compact_(compact) {}
 
   bool was_made() const { return was_made_; }
@@ -132,11 +132,11 @@ public:
 
 private:
   const void *original_;
-  const reference_encoder::encoded &compact_;
+  const reference::encoder::encoded &compact_;
   bool was_made_ = false;
 };
 
-void check_return(const void *record, const reference_encoder::encoded &compact,
+void check_return(const void *record, const reference::encoder::encoded &compact,
                   const uint8_t *bytes, uint32_t size, const circumstances &around) {
   comparison compared(record, compact);
   check_decode(*current, bytes, size, around, &compared);
@@ -163,7 +163,7 @@ void send(const void *record) {
 }
 
 // Twice: nothing of what was on the stack before is in the image.
-void check_fixed_image(const void *record, const reference_encoder::encoded &expected) {
+void check_fixed_image(const void *record, const reference::encoder::encoded &expected) {
   for (int i = 0; i < 2; i++) {
     send(record);
     if (sent_size != expected.size || sent_size != current->fixed_image_size)
@@ -193,11 +193,11 @@ const char *execute(const uint8_t *data, size_t size) {
   const void *const record = made.at(0);
 
   if (!current->is_tree()) {
-    check_fixed_image(record, encoder.fixed(*current, record, around.byte_swap));
-    const auto compact = encoder.compact(*current, record, around.byte_swap);
+    check_fixed_image(record, encoder.fixed(*current->table, record, around.byte_swap));
+    const auto compact = encoder.compact(*current->table, record, around.byte_swap);
     check_return(record, compact, sent, sent_size, around);
   }
-  const auto compact = encoder.compact(*current, record, around.byte_swap);
+  const auto compact = encoder.compact(*current->table, record, around.byte_swap);
   check_pack(record, compact, around.odd_address);
   check_pack_without_room(record, compact, around.odd_address);
   check_size_query(record, compact.size);

@@ -15,8 +15,8 @@
 #include "fuzz/input.h"
 #include "fuzz/platform.h"
 #include "fuzz/record_maker.h"
-#include "fuzz/reference_encoder.h"
 #include "fuzz/target.h"
+#include "tests/reference/encoder.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -41,7 +41,7 @@ constexpr uint32_t counts[64] = {0,          1,          2, 3, 4, 5, 6, 7, 8, 9,
 
 enum class operation : uint8_t { single, batch, msg, to_msg };
 
-reference_encoder encoder;
+reference::encoder encoder;
 
 struct scenario {
   const message *kind_of_message;
@@ -73,8 +73,8 @@ scenario current;
 
 void encode(uint32_t which, const void *record, uint32_t byte_swap) {
   const message &message = *current.kind_of_message;
-  const auto encoded = current.is_tree() ? encoder.compact(message, record, byte_swap)
-                                         : encoder.fixed(message, record, byte_swap);
+  const auto encoded = current.is_tree() ? encoder.compact(*message.table, record, byte_swap)
+                                         : encoder.fixed(*message.table, record, byte_swap);
   encoded_form &form = forms[which];
   if (encoded.size > sizeof form.bytes) {
     found("%s: a record that encodes to %u bytes is too large for this target", message.name,

@@ -91,8 +91,8 @@ TEST(EveryFullMessage, IsDecodedAsTheReferenceSaysWithEachOfItsBitsFlipped) {
 TEST(EveryFullMessage, ReleasesWhatItHasWhenAnyOfItsRequestsForMemoryIsRefused) {
   for_each_full_image([](const message &message, const bytes &image) {
     SCOPED_TRACE(message.name);
-    EXPECT_EQ(message.vector_count != 0, message.is_tree());
-    for (uint32_t request = 1; request <= message.vector_count; request++) {
+    EXPECT_EQ(message.vectors.count != 0, message.is_tree());
+    for (uint32_t request = 1; request <= message.vectors.count; request++) {
       decoded visitor;
       circumstances around{};
       around.refused_request = request;

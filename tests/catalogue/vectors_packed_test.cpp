@@ -3,8 +3,8 @@
 //
 // Room: tests. What is expected comes from the second encoder, which knows the format's description
 // and the descriptors and nothing of the codec.
-#include "fuzz/reference_encoder.h"
 #include "tests/catalogue/vectors.h"
+#include "tests/reference/encoder.h"
 
 #include <map>
 
@@ -16,10 +16,8 @@ constexpr uint8_t canary = 0xC5;
 
 // The message that holds exactly this record.
 bytes expected_bytes(const message &message, const void *record, uint32_t byte_swap) {
-  static fuzz::reference_encoder &encoder = *new fuzz::reference_encoder;
-  fuzz::message described{};
-  static_cast<message_descriptor &>(described) = descriptor_of(message);
-  const auto encoded = encoder.compact(described, record, byte_swap);
+  static reference::encoder &encoder = *new reference::encoder;
+  const auto encoded = encoder.compact(table_of(message), record, byte_swap);
   return {encoded.bytes, encoded.bytes + encoded.size};
 }
 

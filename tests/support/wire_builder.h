@@ -13,7 +13,8 @@ public:
   enum class order { little, big };
   explicit wire_builder(order byte_order = order::little) : order_(byte_order) {}
   // Goes on from existing bytes.
-  explicit wire_builder(std::vector<uint8_t> bytes) : bytes_(std::move(bytes)) {}
+  explicit wire_builder(std::vector<uint8_t> bytes, order byte_order = order::little)
+      : order_(byte_order), bytes_(std::move(bytes)) {}
 
   uint32_t here() const { return static_cast<uint32_t>(bytes_.size()); }
   const std::vector<uint8_t> &bytes() const { return bytes_; }
@@ -54,16 +55,18 @@ public:
     return *this;
   }
 
-  uint32_t u32_at(uint32_t at) const {
-    uint32_t value = 0;
-    for (uint32_t i = 0; i < 4; ++i)
-      value |= uint32_t{bytes_.at(at + i)} << shift(i, 4);
-    return value;
-  }
+  uint32_t u16_at(uint32_t at) const { return load(at, 2); }
+  uint32_t u32_at(uint32_t at) const { return load(at, 4); }
 
 private:
   uint32_t shift(uint32_t index, uint32_t width) const {
     return 8 * (order_ == order::little ? index : width - 1 - index);
+  }
+  uint32_t load(uint32_t at, uint32_t width) const {
+    uint32_t value = 0;
+    for (uint32_t i = 0; i < width; ++i)
+      value |= uint32_t{bytes_.at(at + i)} << shift(i, width);
+    return value;
   }
   uint32_t append(uint32_t value, uint32_t width) {
     const uint32_t at = here();

@@ -24,10 +24,10 @@ public:
 private:
   static decode_functions functions() {
     return {sizeof(M),
-            [](const uint8_t *buffer, uint32_t length, void *record) {
-              return op::unpack(buffer, length, static_cast<M *>(record));
+            [](const uint8_t *buffer, uint32_t length, void *into) {
+              return op::unpack(buffer, length, static_cast<M *>(into));
             },
-            [](void *record) { op::release(static_cast<M *>(record)); }};
+            [](void *decoded) { op::release(static_cast<M *>(decoded)); }};
   }
 };
 

@@ -1,22 +1,28 @@
 // What decoding must give, worked out a second time: slowly, from the descriptors, in 64-bit
-// arithmetic and without anything of wire/ but its schema.
+// arithmetic.
 //
-// Room: attacks. The library's decoder is compiled per message and written for speed; this one is
-// written to be compared with docs/wire-format.md and modules/message_api.h line by line.
+// Room: reference. The library's decoder is written for speed; this one is written to be compared
+// with docs/wire-format.md and mesh_fib6/message_api.h line by line.
 #pragma once
 
-#include "fuzz/messages.h"
+#include "tests/reference/vectors.h"
 
 #include <cstdint>
 #include <vector>
 
-namespace fuzz {
+namespace reference {
+
+// How the root's header is treated.
+enum class root_form : uint8_t {
+  header_first, // a bad one leaves the record untouched
+  table_form,   // a bad one leaves it zeroed, and is reported as an embedded record's is
+};
 
 // A structural word of a buffer: what a mutation of structure changes.
 enum class role : uint8_t { root_offset, soffset, vtable_size, vtable_entry, uoffset, count };
 struct site {
   uint32_t at;
-  fuzz::role role;
+  reference::role role;
 };
 
 // What the parameters of a decoding are.
@@ -34,15 +40,15 @@ enum class ending : uint8_t {
 };
 enum class line : uint8_t { none, table_offset, vtable_offset, vtable_length, no_memory };
 
-// What decoding must do.
+// What decoding must do. Vectors are numbered as in vectors_of().
 struct expectation {
-  fuzz::ending ending;
+  reference::ending ending;
 
   // The record, pointers null.
-  alignas(8) uint8_t record[max_record_size];
+  std::vector<uint8_t> record;
 
-  // Elements of the vectors, by the message's vector_place; null where nothing must be allocated or
-  // where it must be released again.
+  // Elements of the vectors; null where nothing must be allocated or where it must be released
+  // again.
   const uint8_t *elements[max_vectors];
 
   // Requests for memory in order: size and vector.
@@ -54,22 +60,23 @@ struct expectation {
   uint32_t request_count;
 
   // The one line that is logged, under `<line_name><line_suffix>`.
-  fuzz::line line;
+  reference::line line;
   const char *line_name, *line_suffix;
   uint32_t line_first, line_second;
 };
 
-class reference_decoder {
+class decoder {
 public:
   // The expectation lives until the next call. The parameters have been accepted: at least 4 bytes.
-  const expectation &decode(const message &message, const received_message &received);
+  const expectation &decode(const table_descriptor &root, root_form form,
+                            const received_message &received);
 
   // The structural words that decoding reads, in the order in which it reads them.
   struct site_list {
     site of[256];
     uint32_t count;
   };
-  void list_sites(const message &message, const received_message &received, site_list &sites);
+  void list_sites(const table_descriptor &root, const received_message &received, site_list &sites);
 
 private:
   struct table_ref {
@@ -79,8 +86,9 @@ private:
 
   bool holds(uint64_t at, uint64_t count) const { return at + count <= received_.length; }
   uint32_t number(uint64_t at, uint32_t width) const;
-  uint32_t structural(uint64_t at, uint32_t width, fuzz::role role);
-  bool fail(fuzz::line line, const char *name, const char *suffix, uint64_t first, uint64_t second);
+  uint32_t structural(uint64_t at, uint32_t width, reference::role role);
+  bool fail(reference::line line, const char *name, const char *suffix, uint64_t first,
+            uint64_t second);
   bool open_table(uint64_t at, const char *name, const char *suffix, table_ref &table);
   bool read_fields(const table_descriptor &descriptor, const table_ref &table, uint8_t *record,
                    bool is_element);
@@ -94,7 +102,7 @@ private:
   bool read_elements(const field_descriptor &field, uint64_t items, uint32_t count,
                      uint8_t *elements);
 
-  const message *message_ = nullptr;
+  const table_descriptor *root_ = nullptr;
   received_message received_{};
   expectation expected_{};
   std::vector<uint8_t> element_storage_;
@@ -102,4 +110,4 @@ private:
   site_list *sites_ = nullptr;
 };
 
-} // namespace fuzz
+} // namespace reference

@@ -1,18 +1,21 @@
 // What encoding must give, worked out a second time from the descriptors and docs/wire-format.md:
-// both arrangements, every byte.
+// both arrangements, every byte, any byte order.
 //
-// Room: attacks. Nothing of wire/ but its schema.
+// Room: reference.
 #pragma once
 
-#include "fuzz/messages.h"
+#include "tools/descriptors.h"
 
 #include <cstdint>
 
-namespace fuzz {
+namespace reference {
+
+using mesh_fib6::tools::field_descriptor;
+using mesh_fib6::tools::table_descriptor;
 
 inline constexpr uint32_t max_encoded = 65536; // larger than what records of targets encode to
 
-class reference_encoder {
+class encoder {
 public:
   // Encoded bytes; they live until the next call.
   struct encoded {
@@ -20,8 +23,8 @@ public:
     uint32_t written; // the rest of `size` is not written: 8 bytes for each pointer to nothing
     uint32_t size;
   };
-  encoded compact(const message &message, const void *record, uint32_t byte_swap);
-  encoded fixed(const message &message, const void *record, uint32_t byte_swap);
+  encoded compact(const table_descriptor &root, const void *record, uint32_t byte_swap);
+  encoded fixed(const table_descriptor &root, const void *record, uint32_t byte_swap);
 
 private:
   void put(uint32_t at, uint32_t value, uint32_t width);
@@ -37,4 +40,4 @@ private:
   uint32_t byte_swap_ = 0;
 };
 
-} // namespace fuzz
+} // namespace reference

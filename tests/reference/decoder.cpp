@@ -1,33 +1,34 @@
-// The second decoder; see reference_decoder.h.
+// The second decoder; see decoder.h.
 //
-// Room: attacks.
-#include "fuzz/reference_decoder.h"
+// Room: reference.
+#include "tests/reference/decoder.h"
 
-#include "fuzz/finding.h"
-
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <iterator>
 
-namespace fuzz {
+namespace reference {
 
-const expectation &reference_decoder::decode(const message &message,
-                                             const received_message &received) {
-  message_ = &message;
+const expectation &decoder::decode(const table_descriptor &root, root_form form,
+                                   const received_message &received) {
+  root_ = &root;
   received_ = received;
-  const size_t bound = size_t{message.amplification()} * received.length;
+  const size_t bound = size_t{amplification(root)} * received.length;
   if (element_storage_.size() < bound)
     element_storage_.resize(bound);
   element_bytes_ = 0;
   expected_.request_count = 0;
   expected_.line = line::none;
   memset(expected_.elements, 0, sizeof expected_.elements);
-  memset(expected_.record, 0, message.record_size);
+  expected_.record.assign(root.record_size, 0);
 
-  table_ref root{};
+  table_ref table{};
   const uint64_t root_at = structural(0, 4, role::root_offset);
-  const char *const suffix = message.table_form ? "_unpack_non_root" : "_unpack";
-  if (!open_table(root_at, message.name, suffix, root)) {
-    expected_.ending = message.table_form ? ending::failed : ending::refused;
-  } else if (read_fields(*message.table, root, expected_.record, false)) {
+  const bool header_first = form == root_form::header_first;
+  if (!open_table(root_at, root.name, header_first ? "_unpack" : "_unpack_non_root", table)) {
+    expected_.ending = header_first ? ending::refused : ending::failed;
+  } else if (read_fields(root, table, expected_.record.data(), false)) {
     expected_.ending = ending::decoded;
   } else {
     expected_.ending = ending::failed;
@@ -36,15 +37,15 @@ const expectation &reference_decoder::decode(const message &message,
   return expected_;
 }
 
-void reference_decoder::list_sites(const message &message, const received_message &received,
-                                   site_list &sites) {
+void decoder::list_sites(const table_descriptor &root, const received_message &received,
+                         site_list &sites) {
   sites.count = 0;
   sites_ = &sites;
-  decode(message, received);
+  decode(root, root_form::header_first, received);
   sites_ = nullptr;
 }
 
-uint32_t reference_decoder::number(uint64_t at, uint32_t width) const {
+uint32_t decoder::number(uint64_t at, uint32_t width) const {
   uint32_t value = 0;
   for (uint32_t i = 0; i < width; i++) {
     const uint32_t position = received_.byte_swap != 0 ? width - 1 - i : i;
@@ -53,15 +54,15 @@ uint32_t reference_decoder::number(uint64_t at, uint32_t width) const {
   return value;
 }
 
-uint32_t reference_decoder::structural(uint64_t at, uint32_t width, fuzz::role role) {
+uint32_t decoder::structural(uint64_t at, uint32_t width, reference::role role) {
   if (sites_ != nullptr && sites_->count < std::size(sites_->of))
     sites_->of[sites_->count++] = {static_cast<uint32_t>(at), role};
   return number(at, width);
 }
 
 // Notes the line that the failure is logged with.
-bool reference_decoder::fail(fuzz::line line, const char *name, const char *suffix, uint64_t first,
-                             uint64_t second) {
+bool decoder::fail(reference::line line, const char *name, const char *suffix, uint64_t first,
+                   uint64_t second) {
   expected_.line = line;
   expected_.line_name = name;
   expected_.line_suffix = suffix;
@@ -70,8 +71,7 @@ bool reference_decoder::fail(fuzz::line line, const char *name, const char *suff
   return false;
 }
 
-bool reference_decoder::open_table(uint64_t at, const char *name, const char *suffix,
-                                   table_ref &table) {
+bool decoder::open_table(uint64_t at, const char *name, const char *suffix, table_ref &table) {
   const uint32_t length = received_.length;
   if (at < 4 || !holds(at, 4))
     return fail(line::table_offset, name, suffix, at, length);
@@ -86,8 +86,8 @@ bool reference_decoder::open_table(uint64_t at, const char *name, const char *su
   return true;
 }
 
-bool reference_decoder::read_fields(const table_descriptor &descriptor, const table_ref &table,
-                                    uint8_t *record, bool is_element) {
+bool decoder::read_fields(const table_descriptor &descriptor, const table_ref &table,
+                          uint8_t *record, bool is_element) {
   for (const field_descriptor &field : descriptor.fields) {
     if (table.vtable_size < 4 + 2 * (field.slot + 1))
       return true; // written by an older peer
@@ -99,8 +99,8 @@ bool reference_decoder::read_fields(const table_descriptor &descriptor, const ta
   return true;
 }
 
-bool reference_decoder::read_field(const table_descriptor &owner, const field_descriptor &field,
-                                   uint64_t at, uint8_t *record, bool is_element) {
+bool decoder::read_field(const table_descriptor &owner, const field_descriptor &field, uint64_t at,
+                         uint8_t *record, bool is_element) {
   switch (field.kind) {
   case kind::scalar:
     if (!holds(at, field.width))
@@ -119,22 +119,22 @@ bool reference_decoder::read_field(const table_descriptor &owner, const field_de
   case kind::table_vector:
   case kind::byte_vector:
     if (is_element) {
-      found("%s: elements with vectors of their own are not foreseen here", owner.name);
-      return false;
+      fprintf(stderr, "%s: elements with vectors of their own are not foreseen here\n", owner.name);
+      abort();
     }
     return read_vector(owner, field, at, record);
   }
   return false;
 }
 
-bool reference_decoder::follow(uint64_t at, uint64_t &target) {
+bool decoder::follow(uint64_t at, uint64_t &target) {
   if (!holds(at, 4))
     return false;
   target = at + structural(at, 4, role::uoffset);
   return target <= UINT32_MAX; // what wraps is out of bounds, without a word
 }
 
-bool reference_decoder::open_vector(uint64_t at, uint64_t width, uint64_t &items, uint32_t &count) {
+bool decoder::open_vector(uint64_t at, uint64_t width, uint64_t &items, uint32_t &count) {
   uint64_t vector = 0;
   if (!follow(at, vector) || !holds(vector, 4))
     return false;
@@ -143,7 +143,7 @@ bool reference_decoder::open_vector(uint64_t at, uint64_t width, uint64_t &items
   return holds(items, width * count);
 }
 
-bool reference_decoder::read_array(const field_descriptor &field, uint64_t at, uint8_t *record) {
+bool decoder::read_array(const field_descriptor &field, uint64_t at, uint8_t *record) {
   uint64_t items = 0;
   uint32_t count = 0;
   if (!open_vector(at, field.width, items, count) || count != field.length)
@@ -156,8 +156,8 @@ bool reference_decoder::read_array(const field_descriptor &field, uint64_t at, u
   return true;
 }
 
-bool reference_decoder::read_vector(const table_descriptor &owner, const field_descriptor &field,
-                                    uint64_t at, uint8_t *record) {
+bool decoder::read_vector(const table_descriptor &owner, const field_descriptor &field, uint64_t at,
+                          uint8_t *record) {
   uint64_t items = 0;
   uint32_t count = 0;
   const bool of_tables = field.kind == kind::table_vector;
@@ -167,15 +167,16 @@ bool reference_decoder::read_vector(const table_descriptor &owner, const field_d
   if (count == 0)
     return true;
 
-  const auto pointer_at = static_cast<uint32_t>(record + field.offset - expected_.record);
+  const auto pointer_at = static_cast<uint32_t>(record + field.offset - expected_.record.data());
+  const vector_list vectors = vectors_of(*root_);
   uint32_t vector = 0;
-  while (message_->vectors[vector].pointer_at != pointer_at)
+  while (vectors.of[vector].pointer_at != pointer_at)
     vector++;
   const uint32_t size = count * field.width;
   expected_.requests[expected_.request_count++] = {size, vector};
   if (expected_.request_count == received_.refused_request)
     return fail(line::no_memory, owner.name,
-                message_->vectors[vector].embedded ? "_unpack_non_root" : "_unpack", size, 0);
+                vectors.of[vector].embedded ? "_unpack_non_root" : "_unpack", size, 0);
 
   uint8_t *const elements = element_storage_.data() + element_bytes_;
   element_bytes_ += size;
@@ -186,8 +187,8 @@ bool reference_decoder::read_vector(const table_descriptor &owner, const field_d
   return true;
 }
 
-bool reference_decoder::read_elements(const field_descriptor &field, uint64_t items, uint32_t count,
-                                      uint8_t *elements) {
+bool decoder::read_elements(const field_descriptor &field, uint64_t items, uint32_t count,
+                            uint8_t *elements) {
   memset(elements, 0, size_t{field.width} * count);
   for (uint32_t i = 0; i < count; i++) {
     uint64_t target = 0;
@@ -200,4 +201,4 @@ bool reference_decoder::read_elements(const field_descriptor &field, uint64_t it
   return true;
 }
 
-} // namespace fuzz
+} // namespace reference

@@ -1,14 +1,16 @@
-// The second encoder; see reference_encoder.h.
+// The second encoder; see encoder.h.
 //
-// Room: attacks.
-#include "fuzz/reference_encoder.h"
+// Room: reference.
+#include "tests/reference/encoder.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-namespace fuzz {
+namespace reference {
 namespace {
+
+using mesh_fib6::tools::kind;
 
 constexpr uint32_t max_slots = 32;
 
@@ -31,36 +33,36 @@ bool is_present(const field_descriptor &field, const void *record) {
 
 } // namespace
 
-reference_encoder::encoded reference_encoder::compact(const message &message, const void *record,
-                                                      uint32_t byte_swap) {
+encoder::encoded encoder::compact(const table_descriptor &root, const void *record,
+                                  uint32_t byte_swap) {
   byte_swap_ = byte_swap;
   end_ = 4;
   pointers_to_nothing_ = 0;
-  put(0, compact_table(*message.table, record), 4);
+  put(0, compact_table(root, record), 4);
   return {bytes_, end_, end_ + 8 * pointers_to_nothing_};
 }
 
-reference_encoder::encoded reference_encoder::fixed(const message &message, const void *record,
-                                                    uint32_t byte_swap) {
+encoder::encoded encoder::fixed(const table_descriptor &root, const void *record,
+                                uint32_t byte_swap) {
   byte_swap_ = byte_swap;
   end_ = 0;
   append(4, 4);
-  fixed_table(*message.table, record);
+  fixed_table(root, record);
   while (end_ % 8 != 0)
     append(0, 1);
   return {bytes_, end_, end_};
 }
 
-void reference_encoder::put(uint32_t at, uint32_t value, uint32_t width) {
+void encoder::put(uint32_t at, uint32_t value, uint32_t width) {
   for (uint32_t i = 0; i < width; i++)
     bytes_[at + i] = static_cast<uint8_t>(value >> (8 * (byte_swap_ != 0 ? width - 1 - i : i)));
 }
 
 // Returns where the value is.
-uint32_t reference_encoder::append(uint32_t value, uint32_t width) {
+uint32_t encoder::append(uint32_t value, uint32_t width) {
   const uint32_t at = end_;
   if (max_encoded - at < width) {
-    fprintf(stderr, "reference_encoder: a record that encodes to more than %u bytes\n",
+    fprintf(stderr, "reference::encoder: a record that encodes to more than %u bytes\n",
             max_encoded);
     abort();
   }
@@ -70,8 +72,7 @@ uint32_t reference_encoder::append(uint32_t value, uint32_t width) {
 }
 
 // The items of an array of scalars. Words are reversed by a flag of exactly 1 only.
-void reference_encoder::append_contents(const field_descriptor &field, const void *record,
-                                        uint32_t count) {
+void encoder::append_contents(const field_descriptor &field, const void *record, uint32_t count) {
   for (uint32_t i = 0; i < count; i++) {
     const uint32_t value = field.number(record, i);
     const bool stays = byte_swap_ > 1 && field.width == 4;
@@ -80,7 +81,7 @@ void reference_encoder::append_contents(const field_descriptor &field, const voi
 }
 
 // Returns where the table is; its vtable is right before it.
-uint32_t reference_encoder::compact_table(const table_descriptor &table, const void *record) {
+uint32_t encoder::compact_table(const table_descriptor &table, const void *record) {
   const uint32_t vtable_size = 4 + 2 * slots_of(table);
   const uint32_t vtable = end_;
   for (uint32_t i = 0; i < vtable_size; i++)
@@ -126,8 +127,8 @@ uint32_t reference_encoder::compact_table(const table_descriptor &table, const v
 }
 
 // Sub-tables and elements, and the words that lead to them.
-void reference_encoder::compact_behind(const table_descriptor &table, const void *record,
-                                       const uint32_t *words) {
+void encoder::compact_behind(const table_descriptor &table, const void *record,
+                             const uint32_t *words) {
   for (const field_descriptor &field : table.fields) {
     if (field.table == nullptr)
       continue;
@@ -139,7 +140,7 @@ void reference_encoder::compact_behind(const table_descriptor &table, const void
   }
 }
 
-void reference_encoder::fixed_table(const table_descriptor &table, const void *record) {
+void encoder::fixed_table(const table_descriptor &table, const void *record) {
   const uint32_t start = append(0, 4);
   uint32_t positions[max_slots];
   for (const field_descriptor &field : table.fields) {
@@ -168,4 +169,4 @@ void reference_encoder::fixed_table(const table_descriptor &table, const void *r
     append(positions[field.slot], 2);
 }
 
-} // namespace fuzz
+} // namespace reference
