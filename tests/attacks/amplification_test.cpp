@@ -4,7 +4,7 @@
 // of offset words can serve every vector of a message, and an offset word of 0 is an empty table by
 // itself: each 4 bytes of the message cost one record of every element type.
 #include "tests/attacks/owned_blocks.h"
-#include "tests/catalogue/image.h"
+#include "tests/reference/navigation.h"
 
 #include <chrono>
 #include <cstdio>

@@ -3,7 +3,7 @@
 // Room: tests. Buffers of gigabytes are address space only: a page of each is written, and whoever
 // reads the rest reads zeros.
 #include "tests/attacks/owned_blocks.h"
-#include "tests/catalogue/image.h"
+#include "tests/reference/navigation.h"
 
 #include <algorithm>
 #include <bit>

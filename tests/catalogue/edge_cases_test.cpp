@@ -3,7 +3,7 @@
 //
 // Room: tests.
 #include "tests/catalogue/every_message.h"
-#include "tests/catalogue/image.h"
+#include "tests/reference/navigation.h"
 
 #include <gtest/gtest.h>
 
@@ -74,8 +74,8 @@ TEST_F(EdgeCase, ATableOfSeventeenBytesIsThreeZerosAwayFromItsVtable) {
   EXPECT_EQ(wire.u32_at(4), static_cast<uint32_t>(-20));
   EXPECT_EQ(bytes(wire.bytes().begin() + 16, wire.bytes().begin() + 24),
             (bytes{3, 4, 5, 6, 7, 0, 0, 0}));
-  EXPECT_EQ(image::u16_at(wire, 24), 18U);
-  EXPECT_EQ(image::u16_at(wire, 26), 17U);
+  EXPECT_EQ(wire.u16_at(24), 18U);
+  EXPECT_EQ(wire.u16_at(26), 17U);
   EXPECT_EQ(bytes(wire.bytes().begin() + 42, wire.bytes().end()), bytes(6, 0))
       << "the image ends at 42";
 }
@@ -102,7 +102,7 @@ TEST_F(EdgeCase, WordsOfTheImageLieAtOddPositionsWhereBytesPrecedeThem) {
   list.f1.f5 = 0xE1F2;
   list.f1.f16 = 0x91827364;
   const bytes list_image = sent(ROW_OF(fib6Sync_srv6SrListUpdateMsg), &list);
-  EXPECT_EQ(image::u16_at(wire_builder(list_image), 55), 0xE1F2U);
+  EXPECT_EQ(wire_builder(list_image).u16_at(55), 0xE1F2U);
   EXPECT_EQ(wire_builder(list_image).u32_at(297), 0x91827364U);
   expect_at_every_alignment(ROW_OF(fib6Sync_srv6SrListUpdateMsg), list_image, list);
 }

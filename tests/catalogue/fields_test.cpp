@@ -3,8 +3,8 @@
 //
 // Room: tests.
 #include "tests/catalogue/every_message.h"
-#include "tests/catalogue/image.h"
 #include "tests/catalogue/records.h"
+#include "tests/reference/navigation.h"
 #include "tests/wire/log_expectation.h"
 
 #include <string>
@@ -94,7 +94,7 @@ TEST_F(EveryMessage, WhoseVtableIsLongerLosesTheExtraSlots) {
       const uint32_t length = image::vtable_length(wire, scene.table.at);
       const uint32_t longer = wire.u16(length + 4);
       for (uint32_t i = 2; i < length; i += 2)
-        wire.u16(image::u16_at(wire, old + i));
+        wire.u16(wire.u16_at(old + i));
       wire.u16(0xFFFF); // would lie beyond the end
       wire.u16(4);
       wire.set_u32(scene.table.at, scene.table.at - longer);

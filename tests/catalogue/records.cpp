@@ -3,7 +3,7 @@
 // Room: tests.
 #include "tests/catalogue/records.h"
 
-#include "tests/catalogue/image.h"
+#include "tests/reference/navigation.h"
 
 #include <algorithm>
 #include <cstring>

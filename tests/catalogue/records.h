@@ -4,8 +4,8 @@
 #pragma once
 
 #include "tests/catalogue/every_message.h"
+#include "tests/reference/wire_builder.h"
 #include "tests/support/random_record.h"
-#include "tests/support/wire_builder.h"
 
 #include <cstdint>
 #include <string>

@@ -2,8 +2,8 @@
 //
 // Room: tests.
 #include "tests/catalogue/every_message.h"
-#include "tests/catalogue/image.h"
 #include "tests/catalogue/records.h"
+#include "tests/reference/navigation.h"
 #include "tests/wire/log_expectation.h"
 
 #include <string>

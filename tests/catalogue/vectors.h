@@ -7,7 +7,7 @@
 
 #include "tests/catalogue/every_message.h"
 #include "tests/catalogue/records.h"
-#include "tests/support/wire_builder.h"
+#include "tests/reference/wire_builder.h"
 #include "tests/wire/log_expectation.h"
 
 #include <algorithm>

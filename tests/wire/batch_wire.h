@@ -4,7 +4,7 @@
 // Room: tests.
 #pragma once
 
-#include "tests/support/wire_builder.h"
+#include "tests/reference/wire_builder.h"
 
 #include <vector>
 

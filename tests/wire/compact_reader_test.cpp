@@ -2,8 +2,8 @@
 // with the same result, only slower, so no test of a decode would notice.
 //
 // Room: tests. Asks wire::read_compact itself.
+#include "tests/reference/element_wire.h"
 #include "tests/support/guarded_buffer.h"
-#include "tests/wire/element_wire.h"
 
 #include "modules/fib6/schema.h"
 #include "modules/fib6_cfg/schema.h"

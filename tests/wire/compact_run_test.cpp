@@ -3,8 +3,8 @@
 // ended and the other began, neither by what is read nor by what is refused.
 //
 // Room: tests. Where the fields lie and what they hold is element_wire.h's.
+#include "tests/reference/element_wire.h"
 #include "tests/wire/decoding.h"
-#include "tests/wire/element_wire.h"
 #include "tests/wire/log_expectation.h"
 #include "tests/wire/operations.h"
 
@@ -764,7 +764,9 @@ TEST_F(CompactRun, GoesOnBehindATableWhoseVtableIsTheRoots) {
     // An element without fields, then; but the root needs its own: a copy at the end.
     const uint32_t root_vtable = 4 + 2 * given().root_slots;
     const uint32_t root = 4 + root_vtable, copy = laid.size();
-    laid.wire.insert(laid.wire.end(), laid.wire.begin() + 4, laid.wire.begin() + root);
+    laid.fill(root_vtable);
+    for (uint32_t i = 0; i < root_vtable; i += 2)
+      laid.set_u16(copy + i, laid.u16_at(4 + i));
     laid.set_u16(copy, root_vtable);
     laid.set_u32(root, root - copy);
     expect_read(laid.wire, made.in.elements);
@@ -899,7 +901,7 @@ TEST_F(CompactRun, IsRefusedWhenAVtableEndsOneByteBehindTheBuffer) {
     made.lay_last();
     const message whole = message_of(made.in);
     laid_message laid(whole);
-    laid.wire.pop_back();
+    laid.resize(laid.size() - 1);
     expect_refused(laid.wire, made.in.elements.size(),
                    length_line(type().vtable_size(), laid.at[0][made.k].vtable, laid.size()));
   });

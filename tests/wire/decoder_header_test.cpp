@@ -3,8 +3,8 @@
 // named.
 //
 // Room: tests.
+#include "tests/reference/wire_builder.h"
 #include "tests/support/guarded_buffer.h"
-#include "tests/support/wire_builder.h"
 #include "tests/wire/decoding.h"
 #include "tests/wire/log_expectation.h"
 

@@ -2,8 +2,9 @@
 // the allocator refuses, when released twice.
 //
 // Room: tests.
+#include "tests/reference/navigation.h"
+#include "tests/reference/wire_builder.h"
 #include "tests/support/guarded_buffer.h"
-#include "tests/support/wire_builder.h"
 #include "tests/wire/decoding.h"
 #include "tests/wire/golden.h"
 #include "tests/wire/log_expectation.h"
@@ -159,11 +160,9 @@ struct vector_words {
 };
 
 vector_words words_of(const wire_builder &wire, uint32_t k) {
-  const uint32_t table = wire.u32_at(0);
-  const uint32_t vtable = table - wire.u32_at(table);
-  const uint32_t reference = table + (wire.u32_at(vtable + 4 + 2 * k) & 0xFFFF);
-  const uint32_t count = reference + wire.u32_at(reference);
-  return {reference, count, count + 4};
+  const uint32_t reference = image::field_of(wire, image::root_of(wire), k);
+  const uint32_t count = image::target_of(wire, reference);
+  return {reference, count, image::element_word(count, 0)};
 }
 
 class NextHopUpdate : public testing::Test {
@@ -261,8 +260,8 @@ TEST_F(NextHopUpdate, WithABadVtableAtVectorKNamesTheKind) {
         std::string("feiBrokerFib6_") + kinds[k - first_vector] + "_unpack_non_root";
     wire_builder wire = sound;
     const uint32_t first = words_of(wire, k).first;
-    const uint32_t table = first + wire.u32_at(first);
-    const uint32_t vtable = table - wire.u32_at(table);
+    const uint32_t table = image::target_of(wire, first);
+    const uint32_t vtable = image::vtable_of(wire, table);
     {
       decoding<hops> decoded(wire_builder(wire).set_u32(table, table).bytes());
       expect_one_line(decoded.lines, name, log_format::vtable,

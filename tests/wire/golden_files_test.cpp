@@ -76,16 +76,18 @@ TEST_P(GoldenFile, MayNotNameAnyOtherNumber) {
     }
 }
 
+// Of an image of more than 512 bytes every second, of more than 1024 every third, and so on: each
+// walk is as long as the image.
 TEST_P(GoldenFile, MayNotHaveAnyOtherByte) {
   for (const annotated::image &image : file().text().images) {
     if (image.name != "full" && image.name != "full_fixed")
       continue;
     annotated::image changed = image;
-    for (uint8_t &byte : changed.bytes) {
-      byte ^= 1;
-      EXPECT_NE(meanings::complaints(*message().table, "file", changed).size(), 0U)
-          << image.name << ", byte " << &byte - changed.bytes.data();
-      byte ^= 1;
+    for (size_t at = 0; at < changed.bytes.size(); at += 1 + changed.bytes.size() / 512) {
+      changed.bytes[at] ^= 1;
+      EXPECT_FALSE(meanings::complaints(*message().table, "file", changed).empty())
+          << image.name << ", byte " << at;
+      changed.bytes[at] ^= 1;
     }
   }
 }

@@ -3,8 +3,8 @@
 // able to tell.
 //
 // Room: tests. Expected bytes are the reviewed images and element_wire.h's.
+#include "tests/reference/element_wire.h"
 #include "tests/wire/decoding.h"
-#include "tests/wire/element_wire.h"
 #include "tests/wire/golden.h"
 #include "tests/wire/log_expectation.h"
 #include "tests/wire/query_messages.h"

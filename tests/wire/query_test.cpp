@@ -3,9 +3,10 @@
 // in the log, and who owns the blocks behind a query.
 //
 // Room: tests.
+#include "tests/reference/navigation.h"
+#include "tests/reference/wire_builder.h"
 #include "tests/support/fake_mesh.h"
 #include "tests/support/guarded_buffer.h"
-#include "tests/support/wire_builder.h"
 #include "tests/wire/decoding.h"
 #include "tests/wire/golden.h"
 #include "tests/wire/log_expectation.h"
@@ -24,7 +25,7 @@ using bytes = std::vector<uint8_t>;
 constexpr uint32_t failed = 0xFFFFFFFF;
 
 template <class M>
-wire_builder image(const char *name) {
+wire_builder sound_image(const char *name) {
   return wire_builder(golden::file_of<M>().bytes_of(name));
 }
 
@@ -42,45 +43,25 @@ bytes packed(const M &record) {
 
 // ---- the way through a message, found by following the message itself
 
-uint32_t root_of(const wire_builder &wire) {
-  return wire.u32_at(0);
-}
-
-uint32_t vtable_of(const wire_builder &wire, uint32_t table) {
-  return table - wire.u32_at(table);
-}
-
-uint32_t u16_at(const wire_builder &wire, uint32_t at) {
-  return wire.bytes().at(at) + 256U * wire.bytes().at(at + 1);
-}
-
-uint32_t slot_at(const wire_builder &wire, uint32_t table, uint32_t slot) {
-  return u16_at(wire, vtable_of(wire, table) + 4 + 2 * slot);
-}
+using image::entry_at;
+using image::root_of;
+using image::slots_of;
+using image::target_of;
+using image::vtable_of;
 
 // Where a field lies that must be there.
 uint32_t field_of(const wire_builder &wire, uint32_t table, uint32_t slot) {
-  const uint32_t entry = slot_at(wire, table, slot);
-  EXPECT_NE(entry, 0U) << "slot " << slot;
-  return table + entry;
-}
-
-// What the offset word at a position refers to.
-uint32_t target_of(const wire_builder &wire, uint32_t word) {
-  return word + wire.u32_at(word);
+  EXPECT_NE(entry_at(wire, table, slot), 0U) << "slot " << slot;
+  return image::field_of(wire, table, slot);
 }
 
 uint32_t target_of_slot(const wire_builder &wire, uint32_t table, uint32_t slot) {
   return target_of(wire, field_of(wire, table, slot));
 }
 
-uint32_t slots_of(const wire_builder &wire, uint32_t table) {
-  return (u16_at(wire, vtable_of(wire, table)) - 4) / 2;
-}
-
 void expect_every_slot_present(const wire_builder &wire, uint32_t table) {
   for (uint32_t slot = 0; slot < slots_of(wire, table); ++slot)
-    EXPECT_NE(slot_at(wire, table, slot), 0U) << "slot " << slot;
+    EXPECT_NE(entry_at(wire, table, slot), 0U) << "slot " << slot;
 }
 
 // ---- the three refusals of a table's header
@@ -126,7 +107,7 @@ MESSAGE_TEST(RootHeader, ThatIsBadIsReportedUnderTheNameOfItsForm) {
   const bool table_form = is_table_form<TypeParam>();
   const std::string name =
       std::string(operations<TypeParam>::name) + (table_form ? "_unpack_non_root" : "_unpack");
-  for (const spoiled_header &each : spoil_header(image<TypeParam>("full"), 0)) {
+  for (const spoiled_header &each : spoil_header(sound_image<TypeParam>("full"), 0)) {
     const decoding<TypeParam> decoded(each.wire.bytes());
     expect_one_line(decoded.lines, name, each.format, each.message);
     EXPECT_TRUE(decoded.calls.empty());
@@ -135,7 +116,7 @@ MESSAGE_TEST(RootHeader, ThatIsBadIsReportedUnderTheNameOfItsForm) {
 }
 
 MESSAGE_TEST(RootHeader, IsNotReadWhenTheParametersAreBad) {
-  const decoding<TypeParam> decoded(image<TypeParam>("full").bytes().data(), 3);
+  const decoding<TypeParam> decoded(sound_image<TypeParam>("full").bytes().data(), 3);
   expect_one_line(decoded.lines, std::string(operations<TypeParam>::name) + "_unpack",
                   log_format::unpack_parameters, "[VARKO]:Param invalid(nonNull, 3, nonNull)");
   EXPECT_TRUE(decoded.untouched());
@@ -206,7 +187,7 @@ MESSAGE_TEST(Control, OfZerosIsSentWithEveryFieldAndPackedWithoutThem) {
 
   const wire_builder encoded(packed(zero));
   EXPECT_EQ(encoded.here(), zero_sizes<TypeParam>::compact);
-  EXPECT_EQ(slot_at(encoded, root_of(encoded), 0), 0U);
+  EXPECT_EQ(entry_at(encoded, root_of(encoded), 0), 0U);
 }
 
 MESSAGE_TEST(Control, OwnsNothingSoThatAReleaseTouchesNothing) {
@@ -244,7 +225,7 @@ using ControlSubTable_messages = nested_messages;
 
 MESSAGE_TEST(ControlSubTable, ThatIsBadIsReportedUnderItsOwnNameAndLeavesTheRest) {
   for (const char *name : {"full", "full_fixed"}) {
-    const wire_builder sound = image<TypeParam>(name);
+    const wire_builder sound = sound_image<TypeParam>(name);
     for (const spoiled_header &each : spoil_header(sound, field_of(sound, root_of(sound), 1))) {
       const decoding<TypeParam> decoded(each.wire.bytes());
       expect_one_line(decoded.lines, this->sub_name() + "_unpack_non_root", each.format,
@@ -255,7 +236,7 @@ MESSAGE_TEST(ControlSubTable, ThatIsBadIsReportedUnderItsOwnNameAndLeavesTheRest
 }
 
 MESSAGE_TEST(ControlSubTable, WhoseReferenceWrapsEndsTheDecodeSilently) {
-  wire_builder wire = image<TypeParam>("full_fixed");
+  wire_builder wire = sound_image<TypeParam>("full_fixed");
   wire.set_u32(field_of(wire, root_of(wire), 1), 0xFFFFFFFF);
   const decoding<TypeParam> decoded(wire.bytes());
   EXPECT_TRUE(decoded.silent());
@@ -280,7 +261,7 @@ using packed_messages =
 using Unaligned_messages = packed_messages;
 
 MESSAGE_TEST(Unaligned, WordsAreAcceptedWhereverTheyLie) {
-  const wire_builder sound = image<TypeParam>("full_fixed");
+  const wire_builder sound = sound_image<TypeParam>("full_fixed");
   EXPECT_EQ(field_of(sound, root_of(sound), 1), 10U);
   for (uint32_t by = 0; by < 8; ++by) {
     SCOPED_TRACE(by);
@@ -291,7 +272,7 @@ MESSAGE_TEST(Unaligned, WordsAreAcceptedWhereverTheyLie) {
 }
 
 MESSAGE_TEST(Unaligned, BuffersAreAccepted) {
-  const bytes wire = image<TypeParam>("full_fixed").bytes();
+  const bytes wire = sound_image<TypeParam>("full_fixed").bytes();
   for (uint32_t by = 0; by < 8; ++by) {
     SCOPED_TRACE(by);
     bytes buffer(by);
@@ -329,7 +310,7 @@ protected:
 };
 
 TEST_F(DodRule, OfAFixedImageYieldsTheFourElementsInOrder) {
-  const decoding<rule> decoded(image<rule>("full_fixed").bytes());
+  const decoding<rule> decoded(sound_image<rule>("full_fixed").bytes());
   for (uint32_t i = 0; i < 4; ++i)
     EXPECT_EQ(decoded.record.f3[i], 0x04000B0A + ((i + 1) << 16));
 }
@@ -339,7 +320,7 @@ TEST_F(DodRule, WithAnArrayOfAnyCountButFourEndsThereSilently) {
     for (const uint32_t count :
          {0U, 1U, 3U, 5U, 8U, 0x3FFFFFFFU, 0x40000000U, 0x40000004U, 0x80000004U, 0xFFFFFFFFU}) {
       SCOPED_TRACE(count);
-      wire_builder wire = image<rule>(name);
+      wire_builder wire = sound_image<rule>(name);
       wire.set_u32(array_of(wire), count);
       wire.resize(wire.here() + 16); // room for more elements than four
       expect_stopped_at_the_array(wire);
@@ -347,7 +328,7 @@ TEST_F(DodRule, WithAnArrayOfAnyCountButFourEndsThereSilently) {
 }
 
 TEST_F(DodRule, WithAnArrayThatEndsWithTheBufferIsAcceptedAndOneByteLessIsNot) {
-  wire_builder wire = image<rule>("full_fixed");
+  wire_builder wire = sound_image<rule>("full_fixed");
   const uint32_t word = field_of(wire, root_of(wire), array_slot);
   wire.refer(word, wire.here());
   wire.u32(4);
@@ -362,13 +343,13 @@ TEST_F(DodRule, WithAnArrayThatEndsWithTheBufferIsAcceptedAndOneByteLessIsNot) {
 }
 
 TEST_F(DodRule, WithAReferenceThatWrapsEndsThereSilently) {
-  wire_builder wire = image<rule>("full_fixed");
+  wire_builder wire = sound_image<rule>("full_fixed");
   expect_stopped_at_the_array(wire.set_u32(field_of(wire, root_of(wire), array_slot), 0xFFFFFFFF));
 }
 
 TEST_F(DodRule, ReversesItsReceivedArrayOnlyWhenByteSwapIsExactlyOne) {
   const auto array_under = [](uint32_t byte_swap) {
-    const decoding<rule> decoded(image<rule>("full_fixed_swap_1").bytes(),
+    const decoding<rule> decoded(sound_image<rule>("full_fixed_swap_1").bytes(),
                                  {.byte_swap = byte_swap});
     EXPECT_EQ(decoded.record.f1, full().f1) << "a scalar is reversed whatever the value";
     return std::vector<uint32_t>(decoded.record.f3, decoded.record.f3 + 4);
@@ -386,7 +367,7 @@ TEST_F(DodRule, ReversesItsReceivedArrayOnlyWhenByteSwapIsExactlyOne) {
 TEST(SpecialIp, WhoseVtableEndsAfterSlotOneHasZerosBehindIt) {
   for (const char *name : {"full", "full_fixed"})
     for (const uint32_t vtable_size : {8U, 9U}) {
-      wire_builder wire = image<feiBrokerFib6_special_ip>(name);
+      wire_builder wire = sound_image<feiBrokerFib6_special_ip>(name);
       wire.set_u16(vtable_of(wire, root_of(wire)), vtable_size);
       const decoding<feiBrokerFib6_special_ip> decoded(wire.bytes());
       EXPECT_TRUE(decoded.silent());
@@ -398,7 +379,7 @@ TEST(SpecialIp, WhoseVtableEndsAfterSlotOneHasZerosBehindIt) {
 }
 
 TEST(SpecialIp, WhoseVtableEndsAfterSlotTwoHasAZeroBehindIt) {
-  wire_builder wire = image<feiBrokerFib6_special_ip>("full_fixed");
+  wire_builder wire = sound_image<feiBrokerFib6_special_ip>("full_fixed");
   wire.set_u16(vtable_of(wire, root_of(wire)), 10);
   const decoding<feiBrokerFib6_special_ip> decoded(wire.bytes());
   EXPECT_EQ(decoded.record.f2, 3U);
@@ -433,7 +414,7 @@ TEST(FibAnswer, WithoutItemsTakes36BytesAndLeavesTheVectorOut) {
     record.f1 = array;
     const wire_builder wire(packed(record));
     EXPECT_EQ(wire.here(), 36U);
-    EXPECT_EQ(slot_at(wire, root_of(wire), 1), 0U);
+    EXPECT_EQ(entry_at(wire, root_of(wire), 1), 0U);
   }
 }
 
@@ -471,7 +452,7 @@ TEST(DiagnosticAnswer, OfOneItemOfZerosCarriesItsFourTexts) {
   expect_zero_array(wire, table, 4, 32, 32);
   expect_zero_array(wire, table, 5, 32, 32);
   for (const uint32_t scalar : {0U, 2U, 6U})
-    EXPECT_EQ(slot_at(wire, table, scalar), 0U);
+    EXPECT_EQ(entry_at(wire, table, scalar), 0U);
 }
 
 TEST(CheckAnswer, AlwaysCarriesIts64Words) {
@@ -548,7 +529,7 @@ protected:
   }
 
   static const M &full() { return record_of<M>("full"); }
-  static wire_builder sound() { return image<M>("full"); }
+  static wire_builder sound() { return sound_image<M>("full"); }
   static size_t all_blocks() { return has_items ? 2 : 1; }
 
   static uint32_t shared_reference(const wire_builder &wire) {

@@ -1,19 +1,15 @@
 // Finding one's way in an encoded message: where a table's vtable, a slot's field and what an
 // offset refers to lie, so that a test can spoil exactly one word.
 //
-// Room: tests. Knows tables, vtables and offsets; knows no message and nothing of the library.
-// Images are sound when they get here and in little-endian byte order.
+// Room: reference. Knows tables, vtables and offsets; knows no message and nothing of the library.
+// Images are sound when they get here.
 #pragma once
 
-#include "tests/support/wire_builder.h"
+#include "tests/reference/wire_builder.h"
 
 #include <cstdint>
 
 namespace image {
-
-inline uint32_t u16_at(const wire_builder &wire, uint32_t at) {
-  return uint32_t{wire.bytes().at(at)} | uint32_t{wire.bytes().at(at + 1)} << 8;
-}
 
 // What the offset word at a position refers to.
 inline uint32_t target_of(const wire_builder &wire, uint32_t word) {
@@ -29,7 +25,7 @@ inline uint32_t vtable_of(const wire_builder &wire, uint32_t table) {
 }
 
 inline uint32_t vtable_length(const wire_builder &wire, uint32_t table) {
-  return u16_at(wire, vtable_of(wire, table));
+  return wire.u16_at(vtable_of(wire, table));
 }
 
 inline uint32_t slots_of(const wire_builder &wire, uint32_t table) {
@@ -43,7 +39,7 @@ inline uint32_t entry_of(const wire_builder &wire, uint32_t table, uint32_t slot
 
 // The entry itself: 0 when the field is absent.
 inline uint32_t entry_at(const wire_builder &wire, uint32_t table, uint32_t slot) {
-  return u16_at(wire, entry_of(wire, table, slot));
+  return wire.u16_at(entry_of(wire, table, slot));
 }
 
 // Where a field lies that is present.

@@ -1,10 +1,14 @@
 // Wire bytes from readable values, sound or hostile: every word can be what a peer may not send.
 //
-// Room: tests. Knows tables, vtables and offsets; knows no message and nothing of the library.
+// Room: reference. Knows tables, vtables and offsets; knows no message and nothing of the library.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 class wire_builder {
@@ -26,6 +30,15 @@ public:
   uint32_t fill(uint32_t count, uint8_t value = 0) {
     const uint32_t at = here();
     bytes_.insert(bytes_.end(), count, value);
+    return at;
+  }
+  // These bytes, in groups of `width` that are reversed when the builder's order is.
+  uint32_t copy(const uint8_t *from, uint32_t size, uint32_t width = 1) {
+    const uint32_t at = here();
+    bytes_.insert(bytes_.end(), from, from + size);
+    if (order_ == order::big && width != 1)
+      for (uint32_t i = 0; i < size; i += width)
+        std::reverse(bytes_.begin() + at + i, bytes_.begin() + at + i + width);
     return at;
   }
 
@@ -58,15 +71,24 @@ public:
   uint32_t u16_at(uint32_t at) const { return load(at, 2); }
   uint32_t u32_at(uint32_t at) const { return load(at, 4); }
 
+protected:
+  // Growing step by step is what takes a test's time.
+  void reserve(size_t size) { bytes_.reserve(size); }
+
 private:
-  uint32_t shift(uint32_t index, uint32_t width) const {
-    return 8 * (order_ == order::little ? index : width - 1 - index);
+  // Bytes in memory are those of the host, which is little-endian wherever this runs.
+  void require(uint32_t at, uint32_t width) const {
+    if (uint64_t{at} + width > bytes_.size())
+      throw std::out_of_range("wire_builder: beyond the end");
+  }
+  uint32_t turned(uint32_t value, uint32_t width) const {
+    return order_ == order::little ? value : __builtin_bswap32(value) >> 8 * (4 - width);
   }
   uint32_t load(uint32_t at, uint32_t width) const {
+    require(at, width);
     uint32_t value = 0;
-    for (uint32_t i = 0; i < width; ++i)
-      value |= uint32_t{bytes_.at(at + i)} << shift(i, width);
-    return value;
+    std::memcpy(&value, bytes_.data() + at, width);
+    return turned(value, width);
   }
   uint32_t append(uint32_t value, uint32_t width) {
     const uint32_t at = here();
@@ -75,8 +97,9 @@ private:
     return at;
   }
   wire_builder &store(uint32_t at, uint32_t value, uint32_t width) {
-    for (uint32_t i = 0; i < width; ++i)
-      bytes_.at(at + i) = static_cast<uint8_t>(value >> shift(i, width));
+    require(at, width);
+    value = turned(value, width);
+    std::memcpy(bytes_.data() + at, &value, width);
     return *this;
   }
 

@@ -2,12 +2,12 @@
 // with any one thing elsewhere. What an element holds is stated apart from where it lies, so a test
 // can move a field and still expect the same record.
 //
-// Room: tests. Knows tables, vtables and offsets; takes from the public headers where a member lies
-// in its record, and nothing from the library.
+// Room: reference. Knows tables, vtables and offsets; takes from the descriptors where a member
+// lies in its record.
 #pragma once
 
-#include <mesh_fib6/fib6.h>
-#include <mesh_fib6/fib6_cfg.h>
+#include "tests/reference/wire_builder.h"
+#include "tools/descriptors.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -15,7 +15,6 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 namespace element_wire {
@@ -51,15 +50,14 @@ private:
   std::vector<uint32_t> scalars_, arrays_; // slots
 };
 
-template <class E, class... F>
-element_type type_of(const char *name, F E::*...members) {
-  static const E sample{};
-  const auto describe = []<class G>(G E::*each) {
-    const auto *at = reinterpret_cast<const char *>(&(sample.*each));
-    return member{sizeof(std::remove_all_extents_t<G>), static_cast<uint32_t>(std::extent_v<G>),
-                  static_cast<size_t>(at - reinterpret_cast<const char *>(&sample))};
-  };
-  return {name, sizeof(E), {describe(members)...}};
+// Of a record that holds scalars and arrays.
+template <class E>
+element_type type_of() {
+  constexpr const auto &table = mesh_fib6::tools::described<E>::table;
+  std::vector<member> members;
+  for (const auto &field : table.fields)
+    members.push_back({field.width, field.is_fixed_array() ? field.length : 0, field.offset});
+  return {table.name, table.record_size, members};
 }
 
 // What an element holds: its record, in the byte order of the host, which is little-endian wherever
@@ -199,24 +197,19 @@ struct laid_element {
   std::vector<uint32_t> body;  // by slot: the length word
 };
 
-class laid_message {
+class laid_message : public wire_builder {
 public:
-  explicit laid_message(const message &from) : from_(from) { lay(); }
+  explicit laid_message(const message &from)
+      : wire_builder(from.byte_swap != 0 ? order::big : order::little), from_(from) {
+    lay();
+  }
+  laid_message(const laid_message &) = delete;
+  laid_message &operator=(const laid_message &) = delete;
 
-  bytes wire;
+  const element_wire::bytes &wire = wire_builder::bytes();
   std::vector<std::vector<laid_element>> at; // by vector and element
 
-  uint32_t size() const { return static_cast<uint32_t>(wire.size()); }
-  void set(uint32_t position, uint32_t value, uint32_t width) {
-    if (position + width > size())
-      throw std::out_of_range("beyond the message");
-    if (from_.byte_swap != 0)
-      value = __builtin_bswap32(value) >> 8 * (4 - width);
-    std::memcpy(wire.data() + position, &value, width);
-  }
-  void set_u16(uint32_t position, uint32_t value) { set(position, value, 2); }
-  void set_u32(uint32_t position, uint32_t value) { set(position, value, 4); }
-  void refer(uint32_t position, uint32_t target) { set_u32(position, target - position); }
+  uint32_t size() const { return here(); }
   // The vtable entry of a slot of an element of the only vector.
   void set_entry(uint32_t element, uint32_t slot, uint32_t entry) {
     set_u16(at[0][element].vtable + 4 + 2 * slot, entry);
@@ -228,77 +221,60 @@ public:
   }
 
 private:
-  uint32_t put(uint32_t value, uint32_t width) {
-    const uint32_t position = fill(width, 0);
-    set(position, value, width);
-    return position;
-  }
-  uint32_t fill(uint32_t count, uint8_t value) {
-    const uint32_t position = end_;
-    std::memset(wire.data() + position, value, count);
-    end_ += count;
-    return position;
-  }
   uint32_t put_value(const member &kind, const uint8_t *value) {
-    const uint32_t position = fill(kind.size(), 0);
-    uint8_t *const to = wire.data() + position;
-    std::memcpy(to, value, kind.size());
-    if (from_.byte_swap == 1 || (from_.byte_swap != 0 && !kind.is_array()))
-      for (uint32_t i = 0; i < kind.size(); i += kind.width)
-        std::reverse(to + i, to + i + kind.width);
-    return position;
+    // Words of arrays are reversed by a flag of exactly 1 only.
+    const bool reversed = from_.byte_swap == 1 || (from_.byte_swap != 0 && !kind.is_array());
+    return copy(value, kind.size(), reversed ? kind.width : 1);
   }
 
   void lay() {
-    wire.resize(most);
+    reserve(most);
     head();
     fill(from_.lead, 0xEE);
     each([this](const vector &in, const element &one, laid_element &place) {
       if (one.place == vtable_place::ahead)
-        vtable(*in.type, one, place);
+        put_vtable(*in.type, one, place);
     });
     for (size_t v = 0; v < from_.vectors.size(); ++v) {
       const vector &in = from_.vectors[v];
       for (uint32_t i = 0; i < in.elements.size(); ++i) {
         const uint32_t k = in.order.empty() ? i : in.order.at(i);
         if (!in.elements[k].same_table_as)
-          table(*in.type, in.elements[k], at[v][k]);
+          put_table(*in.type, in.elements[k], at[v][k]);
       }
     }
     each([this](const vector &in, const element &one, laid_element &place) {
       if (one.body_behind)
         body(*in.type, one, place, *one.body_behind);
     });
-    std::copy(from_.tail.begin(), from_.tail.end(), wire.begin() + end_);
-    end_ += static_cast<uint32_t>(from_.tail.size());
+    copy(from_.tail.data(), static_cast<uint32_t>(from_.tail.size()));
     for (size_t v = 0; v < from_.vectors.size(); ++v)
       for (size_t k = 0; k < at[v].size(); ++k)
         connect(from_.vectors[v], from_.vectors[v].elements[k], at[v], at[v][k]);
-    wire.resize(end_);
   }
 
   void head() {
     const uint32_t root = 8 + 2 * from_.root_slots;
-    put(root, 4);
-    const uint32_t entries = put(4 + 2 * from_.root_slots, 2) + 4;
+    u32(root);
+    const uint32_t entries = u16(4 + 2 * from_.root_slots) + 4;
     fill(2 + 2 * from_.root_slots, 0);
-    put(root - 4, 4);
+    table(4);
     if (from_.f0) {
       set_u16(entries, 4);
-      put(*from_.f0, 4);
+      u32(*from_.f0);
     }
     std::vector<uint32_t> references;
     for (const vector &each : from_.vectors) {
-      references.push_back(put(0, 4));
+      references.push_back(u32(0));
       set_u16(entries + 2 * each.slot, references.back() - root);
     }
     for (size_t v = 0; v < from_.vectors.size(); ++v) {
       const auto count = static_cast<uint32_t>(from_.vectors[v].elements.size());
-      refer(references[v], put(count, 4));
+      refer(references[v], u32(count));
       const uint32_t slots = from_.vectors[v].type->slots();
       at.emplace_back(count);
       for (laid_element &each : at.back()) {
-        each.word = put(0, 4);
+        each.word = u32(0);
         each.field.resize(slots), each.body.resize(slots);
       }
     }
@@ -308,27 +284,27 @@ private:
     return type.vtable_size() + 2 * one.more_slots - 2 * one.less_slots;
   }
 
-  void vtable(const element_type &type, const element &one, laid_element &place) {
+  void put_vtable(const element_type &type, const element &one, laid_element &place) {
     place.vtable = fill(true_size(type, one), 0);
   }
 
   void body(const element_type &type, const element &one, laid_element &place, uint32_t slot) {
-    place.body[slot] = put(type.members[slot].count, 4);
+    place.body[slot] = u32(type.members[slot].count);
     put_value(type.members[slot], one.values.at(slot));
   }
 
-  void table(const element_type &type, const element &one, laid_element &place) {
+  void put_table(const element_type &type, const element &one, laid_element &place) {
     if (one.place == vtable_place::before)
-      vtable(type, one, place);
+      put_vtable(type, one, place);
     fill(one.apart, 0xEE);
-    place.table = put(0, 4);
+    place.table = u32(0);
     for (const item &each : one.items)
       switch (each.kind) {
       case piece::scalar:
         place.field[each.slot] = put_value(type.members[each.slot], one.values.at(each.slot));
         break;
       case piece::word:
-        place.field[each.slot] = put(0, 4);
+        place.field[each.slot] = u32(0);
         break;
       case piece::body:
         body(type, one, place, each.slot);
@@ -337,9 +313,9 @@ private:
         fill(each.slot, 0xEE);
         break;
       }
-    const uint32_t end = end_;
+    const uint32_t end = here();
     if (one.place == vtable_place::behind)
-      vtable(type, one, place);
+      put_vtable(type, one, place);
     if (one.place != vtable_place::borrowed)
       set_u16(place.vtable + 2, one.stated_table_size.value_or(end - place.table));
   }
@@ -385,85 +361,57 @@ private:
   static constexpr size_t most = 16384;
 
   const message &from_;
-  uint32_t end_ = 0; // while it is being laid
 };
 
-// ---- the elements of the messages, slot by slot
+// ---- the elements of the messages
 
 inline element_type route() {
-  using e = feiBrokerFib6_ipv6Fwd;
-  return type_of("feiBrokerFib6_ipv6Fwd", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4, &e::f5, &e::f6,
-                 &e::f7, &e::f8, &e::f9, &e::f10, &e::f11, &e::f12, &e::f13);
+  return type_of<feiBrokerFib6_ipv6Fwd>();
 }
 inline element_type route_key() {
-  using e = feiBrokerFib6_ipv6FwdKey;
-  return type_of("feiBrokerFib6_ipv6FwdKey", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4);
+  return type_of<feiBrokerFib6_ipv6FwdKey>();
 }
 inline element_type group_node() {
-  using e = feiBrokerFib6_nhp6GroupNode;
-  return type_of("feiBrokerFib6_nhp6GroupNode", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4, &e::f5,
-                 &e::f6, &e::f7, &e::f8, &e::f9);
+  return type_of<feiBrokerFib6_nhp6GroupNode>();
 }
 inline element_type group_key() {
-  using e = feiBrokerFib6_nhp6GroupKey;
-  return type_of("feiBrokerFib6_nhp6GroupKey", &e::f0, &e::f1);
+  return type_of<feiBrokerFib6_nhp6GroupKey>();
 }
 inline element_type hop_std() {
-  using e = feiBrokerFib6_nhp6Std;
-  return type_of("feiBrokerFib6_nhp6Std", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4, &e::f5, &e::f6,
-                 &e::f7, &e::f8);
+  return type_of<feiBrokerFib6_nhp6Std>();
 }
 inline element_type hop_ext() {
-  using e = feiBrokerFib6_nhp6Ext;
-  return type_of("feiBrokerFib6_nhp6Ext", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4, &e::f5, &e::f6,
-                 &e::f7);
+  return type_of<feiBrokerFib6_nhp6Ext>();
 }
 inline element_type hop_vpn() {
-  using e = feiBrokerFib6_nhp6Vpn;
-  return type_of("feiBrokerFib6_nhp6Vpn", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4);
+  return type_of<feiBrokerFib6_nhp6Vpn>();
 }
 inline element_type hop_vxlan() {
-  using e = feiBrokerFib6_nhp6Vxlan;
-  return type_of("feiBrokerFib6_nhp6Vxlan", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4, &e::f5, &e::f6,
-                 &e::f7, &e::f8, &e::f9, &e::f10, &e::f11, &e::f12);
+  return type_of<feiBrokerFib6_nhp6Vxlan>();
 }
 inline element_type hop_vpn_sid() {
-  using e = feiBrokerFib6_nhp6VpnSid;
-  return type_of("feiBrokerFib6_nhp6VpnSid", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4, &e::f5, &e::f6,
-                 &e::f7, &e::f8, &e::f9, &e::f10, &e::f11);
+  return type_of<feiBrokerFib6_nhp6VpnSid>();
 }
 inline element_type hop_te() {
-  using e = feiBrokerFib6_nhp6Pp6ExtSrv6Te;
-  return type_of("feiBrokerFib6_nhp6Pp6ExtSrv6Te", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4, &e::f5,
-                 &e::f6, &e::f7, &e::f8);
+  return type_of<feiBrokerFib6_nhp6Pp6ExtSrv6Te>();
 }
 inline element_type segment_list() {
-  using e = feiBrokerFib6_srv6SrList;
-  return type_of("feiBrokerFib6_srv6SrList", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4, &e::f5, &e::f6,
-                 &e::f7, &e::f8, &e::f9, &e::f10, &e::f11, &e::f12, &e::f13, &e::f14, &e::f15,
-                 &e::f16);
+  return type_of<feiBrokerFib6_srv6SrList>();
 }
 inline element_type list_key() {
-  using e = feiBrokerFib6_srv6SrListKey;
-  return type_of("feiBrokerFib6_srv6SrListKey", &e::f0, &e::f1, &e::f2, &e::f3);
+  return type_of<feiBrokerFib6_srv6SrListKey>();
 }
 inline element_type path_mtu() {
-  using e = feiBrokerFib6_ipv6PathMtu;
-  return type_of("feiBrokerFib6_ipv6PathMtu", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4);
+  return type_of<feiBrokerFib6_ipv6PathMtu>();
 }
 inline element_type path_mtu_key() {
-  using e = feiBrokerFib6_ipv6PathMtuKey;
-  return type_of("feiBrokerFib6_ipv6PathMtuKey", &e::f0, &e::f1, &e::f2);
+  return type_of<feiBrokerFib6_ipv6PathMtuKey>();
 }
 inline element_type fib_item() {
-  using e = fib6_cfg_query_fib6_item;
-  return type_of("fib6_cfg_query_fib6_item", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4, &e::f5, &e::f6,
-                 &e::f7, &e::f8, &e::f9, &e::f10, &e::f11, &e::f12, &e::f13, &e::f14, &e::f15,
-                 &e::f16, &e::f17, &e::f18, &e::f19, &e::f20);
+  return type_of<fib6_cfg_query_fib6_item>();
 }
 inline element_type dfx_item() {
-  using e = fib6_cfg_query_dfx_item;
-  return type_of("fib6_cfg_query_dfx_item", &e::f0, &e::f1, &e::f2, &e::f3, &e::f4, &e::f5, &e::f6);
+  return type_of<fib6_cfg_query_dfx_item>();
 }
 
 } // namespace element_wire
