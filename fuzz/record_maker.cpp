@@ -72,29 +72,4 @@ uint32_t made_records::some_number(uint32_t width) {
   return input_.number(width);
 }
 
-namespace {
-
-bool same_elements(const field_descriptor &field, const void *one, const void *other,
-                   uint32_t count) {
-  for (uint32_t i = 0; i < count; i++)
-    if (field.table != nullptr
-            ? !same_values(*field.table, field.element(one, i), field.element(other, i))
-            : field.number(one, i) != field.number(other, i))
-      return false;
-  return true;
-}
-
-} // namespace
-
-bool same_values(const table_descriptor &table, const void *one, const void *other) {
-  for (const field_descriptor &field : table.fields) {
-    const uint32_t count = field.is_vector() ? field.count(one) : field.length;
-    if (field.is_vector() && count != field.count(other))
-      return false;
-    if (!same_elements(field, one, other, count))
-      return false;
-  }
-  return true;
-}
-
 } // namespace fuzz

@@ -36,7 +36,4 @@ private:
   uint8_t *records_;
 };
 
-// Whether two records mean the same: equal numbers; of an empty vector only that it is empty.
-bool same_values(const table_descriptor &table, const void *one, const void *other);
-
 } // namespace fuzz

@@ -10,6 +10,7 @@
 #include "fuzz/record_maker.h"
 #include "fuzz/target.h"
 #include "tests/reference/encoder.h"
+#include "tests/reference/mismatch.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -116,8 +117,9 @@ public:
 
   void visit(const void *record) override {
     was_made_ = true;
-    if (!same_values(*current->table, original_, record))
-      found("%s: the decoded record is not the encoded one", current->name);
+    const reference::mismatch different(*current->table, original_, record);
+    if (different.is_there())
+      found("%s: the decoded record is not the encoded one: %s", current->name, different.text());
     // Pointers to nothing do not come back, nor the bytes that they add to the size.
     output again(compact_.written, false);
     uint32_t length = compact_.written;

@@ -17,6 +17,7 @@
 #include "fuzz/record_maker.h"
 #include "fuzz/target.h"
 #include "tests/reference/encoder.h"
+#include "tests/reference/mismatch.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -210,8 +211,10 @@ public:
   bool was_made() const { return was_made_; }
   void visit(const void *record) override {
     was_made_ = true;
-    if (!same_values(*current.kind_of_message->table, original_, record))
-      found("%s: the receiver has another record", current.kind_of_message->name);
+    const reference::mismatch different(*current.kind_of_message->table, original_, record);
+    if (different.is_there())
+      found("%s: the receiver has another record: %s", current.kind_of_message->name,
+            different.text());
   }
 
 private:

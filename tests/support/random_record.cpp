@@ -3,8 +3,7 @@
 // Room: tests.
 #include "tests/support/random_record.h"
 
-#include <cstring>
-#include <sstream>
+#include "tests/reference/mismatch.h"
 
 namespace random_record {
 namespace {
@@ -72,52 +71,6 @@ private:
   const density &density_;
 };
 
-// How many elements of the member there are: of an empty vector none.
-uint32_t elements(const field_descriptor &field, const void *record) {
-  return field.is_vector() ? field.count(record) : field.length;
-}
-
-std::string hex(uint32_t number) {
-  std::ostringstream text;
-  text << "0x" << std::hex << std::uppercase << number;
-  return text.str();
-}
-
-std::string mismatch(uint32_t expected, uint32_t actual) {
-  return expected == actual ? "" : ": expected " + hex(expected) + ", got " + hex(actual);
-}
-
-std::string element_difference(const field_descriptor &field, const void *expected,
-                               const void *actual, uint32_t i) {
-  if (field.table == nullptr)
-    return mismatch(field.number(expected, i), field.number(actual, i));
-  const std::string inner =
-      difference(*field.table, field.element(expected, i), field.element(actual, i));
-  return inner.empty() ? "" : "." + inner;
-}
-
-std::string field_difference(const field_descriptor &field, const void *expected,
-                             const void *actual) {
-  const uint32_t count = elements(field, expected);
-  if (count != elements(field, actual))
-    return std::string(field.name) + "_count" + mismatch(count, elements(field, actual));
-  for (const void *record : {expected, actual})
-    if (field.is_vector() && count != 0 && field.pointer(record) == nullptr)
-      return std::string(field.name) + ": " + std::to_string(count) + " elements, but no pointer";
-  // The usual answer without a look at each number.
-  if (field.table == nullptr && count != 0 &&
-      std::memcmp(field.element(expected, 0), field.element(actual, 0),
-                  size_t{count} * field.width) == 0)
-    return "";
-  const bool indexed = field.is_vector() || field.is_fixed_array();
-  for (uint32_t i = 0; i < count; i++) {
-    const std::string inner = element_difference(field, expected, actual, i);
-    if (!inner.empty())
-      return field.name + (indexed ? "[" + std::to_string(i) + "]" : "") + inner;
-  }
-  return "";
-}
-
 } // namespace
 
 uint32_t below(generator &random, uint32_t bound) {
@@ -148,12 +101,7 @@ bool is_zero(const table_descriptor &table, const void *record) {
 }
 
 std::string difference(const table_descriptor &table, const void *expected, const void *actual) {
-  for (const field_descriptor &field : table.fields) {
-    std::string found = field_difference(field, expected, actual);
-    if (!found.empty())
-      return found;
-  }
-  return "";
+  return reference::mismatch(table, expected, actual).text();
 }
 
 } // namespace random_record

@@ -50,8 +50,8 @@ owned_record make(const table_descriptor &table, generator &random, const densit
 // Whether everything in the record is zero or empty.
 bool is_zero(const table_descriptor &table, const void *record);
 
-// The first member in which two records differ and how, as in "f1[3].f2[0]: expected 0x1, got
-// 0x2"; empty when there is none. Where a vector is empty, its pointers are not compared.
+// The first member in which two records differ and how (reference::mismatch); empty when there is
+// none.
 std::string difference(const table_descriptor &table, const void *expected, const void *actual);
 
 } // namespace random_record
