@@ -12,8 +12,8 @@
 #include "modules/fib6_cfg/schema.h"
 #include "modules/fib6_sync/schema.h"
 #include "transport/message.h"
-#include "wire/layout.h"
-#include "wire/schema.h"
+#include "wire/format/layout.h"
+#include "wire/format/schema.h"
 
 #include <array>
 #include <cstdint>

@@ -7,8 +7,7 @@
 #include "transport/message.h"
 #include "transport/pins.h"
 #include "transport/send.h"
-#include "wire/compact_writer.h"
-#include "wire/decoder.h"
+#include "wire/codec.h"
 
 // Defines what MESH_FIB6_MESSAGE(M) declares, for the units and the namespace of this_module, and
 // compares what the list states. Contracts: mesh_fib6/message_api.h.

@@ -3,7 +3,7 @@
 // Room: transport. May include wire/ and runtime/; knows no particular message.
 #pragma once
 
-#include "wire/schema.h"
+#include "wire/format/schema.h"
 
 #include <cstdint>
 

@@ -6,7 +6,7 @@
 // identifier, and the size of a message of zeros as it is sent.
 #pragma once
 
-#include "wire/schema.h"
+#include "wire/format/schema.h"
 
 namespace mesh_fib6 {
 

@@ -4,7 +4,7 @@
 // Room: transport. May include wire/; knows no particular message.
 #pragma once
 
-#include "wire/layout.h"
+#include "wire/format/layout.h"
 
 namespace mesh_fib6::transport {
 

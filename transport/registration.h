@@ -6,7 +6,7 @@
 
 #include "platform/mesh.h"
 #include "transport/operations.h"
-#include "wire/schema.h"
+#include "wire/format/schema.h"
 
 namespace mesh_fib6::transport {
 

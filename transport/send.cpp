@@ -32,15 +32,6 @@ private:
   uint8_t *bytes_;
 };
 
-// Encodes a record of `size` encoded bytes into a block of ours. A byte vector that is not null but
-// empty adds bytes to the size that nobody writes: they are cleared, or what the heap held would
-// leave the process.
-void write_message(const tree_message &message, uint8_t *data, const void *record, uint32_t size) {
-  const uint32_t written = message.write(message.unit, data, record);
-  if (__builtin_expect(written < size, false))
-    memset(data + written, 0, size - written);
-}
-
 // The i-th record of a caller's array, whose type only the message knows.
 const void *record_at(const void *records, uint32_t record_size, uint32_t i) {
   return records == nullptr ? nullptr
@@ -62,7 +53,7 @@ uint32_t send_block_of_one(const tree_message &message, uint32_t destination, co
   const send_block block(message.unit, size, message.single_tag);
   if (block.bytes() == nullptr)
     return send_failed;
-  write_message(message, block.bytes(), record, size);
+  message.write(message.unit, block.bytes(), size, record);
   const msg_desc descriptor{block.bytes(), message.id, size};
   return hand_over(destination, &descriptor, 1, target);
 }
@@ -83,15 +74,21 @@ uint32_t send_batch(const tree_message &message, uint32_t destination, const voi
       return send_failed;
     const void *const record = record_at(records, message.record_size, i);
     uint8_t *const data = block.bytes() + used;
-    const uint32_t remaining = arena_size - used;
-    const uint32_t size = message.size(record);
-    if (size == 0 || size > remaining)
+    const uint32_t size = message.encode(message.unit, data, arena_size - used, record);
+    if (size == 0)
       return send_failed;
-    write_message(message, data, record, size);
     store_descriptor(descriptors, i, {data, message.id, size});
     used += size;
   }
   return hand_over(destination, reinterpret_cast<const msg_desc *>(descriptors), count, target);
+}
+
+uint32_t send_image_rarely(const flat_message &message, uint32_t destination, const void *record,
+                           uint64_t target) {
+  uint8_t area[single_area_size];
+  message.write(message.unit, area, record);
+  const msg_desc descriptor{area, message.id, message.image_size};
+  return hand_over(destination, &descriptor, 1, target);
 }
 
 uint32_t send_batch(const flat_message &message, uint32_t destination, const void *records,

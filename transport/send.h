@@ -12,8 +12,7 @@
 
 #include "platform/mesh.h"
 #include "transport/message.h"
-#include "wire/compact_writer.h"
-#include "wire/fixed_image.h"
+#include "wire/codec.h"
 
 namespace mesh_fib6::transport {
 
@@ -31,8 +30,10 @@ struct tree_message {
   uint32_t id;
   uint32_t record_size;
   uint32_t (*size)(const void *record); // 0: cannot be encoded
-  // Returns the bytes written: size(), or less where byte vectors are empty but not null.
-  uint32_t (*write)(runtime::unit &unit, uint8_t *buffer, const void *record);
+  // Writes a record of `size` encoded bytes.
+  void (*write)(runtime::unit &unit, uint8_t *buffer, uint32_t size, const void *record);
+  // Does both; returns the encoded size. 0: cannot be encoded, or not in so many bytes.
+  uint32_t (*encode)(runtime::unit &unit, uint8_t *buffer, uint32_t room, const void *record);
   const char *single_tag; // tags of the operations' allocations
   const char *batch_tag;
 };
@@ -54,8 +55,9 @@ constexpr auto describe(runtime::unit &unit, uint32_t id) {
     return tree_message{unit,
                         id,
                         sizeof(Record),
-                        wire::compact_size<Record>,
-                        wire::write_record<Record>,
+                        wire::message_size<Record>,
+                        wire::write_measured<Record>,
+                        wire::encode<Record>,
                         names::sendsingle.text,
                         names::sendbatch.text};
   } else {
@@ -86,11 +88,16 @@ uint32_t send_batch(const tree_message &message, uint32_t destination, const voi
 uint32_t send_batch(const flat_message &message, uint32_t destination, const void *records,
                     uint32_t count, uint64_t target);
 
+uint32_t send_image_rarely(const flat_message &message, uint32_t destination, const void *record,
+                           uint64_t target);
+
 // The image of one flat record, from the stack. Message is exported<Record>::message.
 template <class Record, const auto &Message>
 [[gnu::noinline]] uint32_t send_image(uint32_t destination, const Record *record, uint64_t target) {
+  if (!wire::is_common(Message.unit))
+    return send_image_rarely(Message, destination, record, target);
   uint8_t area[single_area_size];
-  wire::write_image<Record>(Message.unit, area, record);
+  wire::write_image(area, *record);
   const msg_desc descriptor{area, Message.id, Message.image_size};
   return hand_over(destination, &descriptor, 1, target);
 }

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "transport/operations.h"
-#include "wire/schema.h"
+#include "wire/format/schema.h"
 #include <mesh_fib6/fib6.h>
 
 MESH_FIB6_TABLE(feiBrokerFib6_ipv6Fwd, 56, 60, f0, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11,

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "transport/operations.h"
-#include "wire/schema.h"
+#include "wire/format/schema.h"
 #include <mesh_fib6/fib6_cfg.h>
 
 MESH_FIB6_TABLE(fib6_cfg_query_comm_param, 24, 14, f0, f1, f2_count, f2);

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "transport/operations.h"
-#include "wire/schema.h"
+#include "wire/format/schema.h"
 #include <mesh_fib6/fib6_sync.h>
 
 MESH_FIB6_TABLE(fib6Sync_tlv, 8, 12, f0, f1);

@@ -5,8 +5,7 @@
 #include "tests/support/fake_osal.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/wire/log_expectation.h"
-#include "wire/compact_writer.h"
-#include "wire/decoder.h"
+#include "wire/codec.h"
 
 #include <gtest/gtest.h>
 

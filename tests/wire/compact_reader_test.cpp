@@ -7,7 +7,7 @@
 
 #include "modules/fib6/schema.h"
 #include "modules/fib6_cfg/schema.h"
-#include "wire/compact_reader.h"
+#include "wire/quick/run_reader.h"
 
 #include <gtest/gtest.h>
 
@@ -36,7 +36,7 @@ uint32_t take(const guarded_buffer &wire, uint32_t word, std::vector<uint8_t> &r
   guarded_buffer room(sizeof(Record) * count);
   std::memset(room.data(), 0, room.size());
   const uint32_t taken =
-      mesh_fib6::wire::read_compact(in, word, reinterpret_cast<Record *>(room.data()), count);
+      mesh_fib6::wire::read_run(in, word, reinterpret_cast<Record *>(room.data()), count);
   records.assign(room.data(), room.data() + room.size());
   return taken;
 }

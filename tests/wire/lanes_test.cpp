@@ -3,7 +3,7 @@
 //
 // Room: tests. Also compiled without the processor's own operations, where fewer exist.
 #include "tests/support/guarded_buffer.h"
-#include "wire/lanes.h"
+#include "wire/quick/lanes.h"
 
 #include <gtest/gtest.h>
 
@@ -58,12 +58,11 @@ void expect_first_stored() {
   EXPECT_EQ(wider.bytes(), expected) << Count;
 }
 
-TEST(Lanes, OfTheFirstWordsAreStoredAndNothingElseIsWritten) {
-  expect_first_stored<0>();
-  expect_first_stored<4>();
-  expect_first_stored<8>();
-  expect_first_stored<12>();
-  expect_first_stored<16>();
+TEST(Lanes, OfTheFirstAConstantNumberIsStoredAndNothingElseIsWritten) {
+  [&]<uint32_t... Count>(std::integer_sequence<uint32_t, Count...>) {
+    (expect_first_stored<Count>(), ...);
+  }
+  (std::make_integer_sequence<uint32_t, 17>{});
 }
 
 TEST(Lanes, AreSetWhenAnyOfTheirBitsIs) {
@@ -77,8 +76,6 @@ TEST(Lanes, AreSetWhenAnyOfTheirBitsIs) {
   }
 }
 
-#ifdef MESH_FIB6_LANES
-
 half_lanes halves_of(const eight &values) {
   return reinterpret_cast<half_lanes>(load_lanes(values.data()));
 }
@@ -89,7 +86,6 @@ eight halves_from(half_lanes values) {
 }
 
 TEST(Lanes, AreShuffledAsTheControlSaysAndZeroWhereItNamesNone) {
-  ASSERT_TRUE(has_lanes);
   EXPECT_EQ(from(shuffled(of(counted), of({15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0}))),
             (sixteen{0x1F, 0x1E, 0x1D, 0x1C, 0x1B, 0x1A, 0x19, 0x18, 0x17, 0x16, 0x15, 0x14, 0x13,
                      0x12, 0x11, 0x10}));
@@ -121,25 +117,6 @@ TEST(Halves, AreKeptWhereTheirFlagIsNotZero) {
   EXPECT_EQ(halves_from(kept_where(half_lanes{}, values)), eight{});
 }
 
-TEST(Halves, HaveTheirSmallestFoundInAnyPlaceUnsigned) {
-  for (uint32_t place = 0; place < 8; place++) {
-    eight values = {0xFFFF, 0x8000, 0x9000, 0xFFFE, 0x8001, 0xA000, 0xFFFF, 0xC000};
-    values[place] = 0x7FFF;
-    EXPECT_EQ(smallest(halves_of(values)), 0x7FFFU) << place;
-    values[place] = 0;
-    EXPECT_EQ(smallest(halves_of(values)), 0U) << place;
-  }
-  eight none;
-  none.fill(0xFFFF);
-  EXPECT_EQ(smallest(halves_of(none)), 0xFFFFU);
-}
-
-TEST(Halves, ExceedOthersUnsignedAndNeverBelowZero) {
-  EXPECT_EQ(halves_from(excess(halves_of({0, 1, 5, 5, 0xFFFF, 0x8000, 0x7FFF, 12}),
-                               halves_of({0, 0, 5, 6, 1, 0x7FFF, 0x8000, 0xFFFF}))),
-            (eight{0, 1, 0, 0, 0xFFFE, 1, 0, 0}));
-}
-
 TEST(Lanes, AreSummedWithoutWrapping) {
   EXPECT_EQ(sum_of(lanes{}), 0U);
   EXPECT_EQ(sum_of(of(counted)), 376U); // 16 x 0x10 + 120
@@ -153,12 +130,48 @@ TEST(Lanes, AreSummedWithoutWrapping) {
   }
 }
 
-#else
-
-TEST(Lanes, AreNotClaimedWhereTheProcessorsOperationsAreNotUsed) {
-  EXPECT_FALSE(has_lanes);
+TEST(Lanes, OfTheFirstAsManyAsAskedForAreStoredAndNothingElseIsWritten) {
+  for (size_t count = 0; count <= 16; count++) {
+    std::vector<uint8_t> expected(count);
+    for (size_t i = 0; i < count; i++)
+      expected[i] = static_cast<uint8_t>(0x10 + i);
+    guarded_buffer room(count);
+    store_first_lanes(room.data(), of(counted), count);
+    EXPECT_EQ(std::vector<uint8_t>(room.data(), room.data() + count), expected) << count;
+  }
 }
 
-#endif
+TEST(Lanes, AreAddedUpToTheLargestByteAndNoFarther) {
+  const sixteen a = {0, 1, 0x7F, 0x80, 0x80, 0xFE, 0xFE, 0xFF, 0xFF, 0, 0xF0, 0x0F, 3, 4, 5, 6};
+  const sixteen b = {0, 2, 0x7F, 0x7F, 0x80, 1, 2, 0, 1, 0xFF, 0x0F, 0xF0, 0xFD, 0xFB, 0xFA, 0xFA};
+  EXPECT_EQ(from(capped_sum(of(a), of(b))),
+            (sixteen{0, 3, 0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                     0xFF, 0xFF}));
+}
+
+// Lanes 3, 0 and 14 are marked, in that order; what the others hold does not matter.
+TEST(Lanes, AreToldAsBitsWhereTheyAreMarked) {
+  const lanes picks = of({3, 0, 14, no_lane, no_lane, no_lane, no_lane, no_lane, no_lane, no_lane,
+                          no_lane, no_lane, no_lane, no_lane, no_lane, no_lane});
+  const lanes weights = of({2, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 4, 0});
+  for (uint32_t set = 0; set < 8; set++) {
+    sixteen flags{};
+    flags[3] = (set & 1) != 0 ? 0xFF : 0;
+    flags[0] = (set & 2) != 0 ? 0xFF : 0;
+    flags[14] = (set & 4) != 0 ? 0xFF : 0;
+    EXPECT_EQ(marked(of(flags), picks, weights), set);
+    flags[1] = flags[15] = 0xFF;
+    EXPECT_EQ(marked(of(flags), picks, weights), set);
+  }
+}
+
+TEST(Lanes, AreToldAsBitsByWords) {
+  for (uint32_t set = 0; set < 16; set++) {
+    sixteen flags{};
+    for (uint32_t i = 0; i < 16; i++)
+      flags[i] = (set >> i / 4 & 1) != 0 ? 0xFF : 0;
+    EXPECT_EQ(marked_words(of(flags)), set);
+  }
+}
 
 } // namespace

@@ -3,7 +3,7 @@
 //
 // Room: tests.
 #include "transport/message.h"
-#include "wire/schema.h"
+#include "wire/format/schema.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 // The names under which operations report and allocate: a record's name and a suffix, joined at
 // compile time.
 //
-// Room: wire.
+// Room: wire/format.
 #pragma once
 
-#include "wire/schema.h"
+#include "wire/format/schema.h"
 
 namespace mesh_fib6::wire {
 

@@ -1,7 +1,8 @@
 // The vocabulary in which a message is described: one list of members per record, from which every
 // slot, offset, width and kind follows at compile time.
 //
-// Room: wire. May include runtime/ and libc; knows no particular message and nothing of the mesh.
+// Room: wire/format. May include runtime/ and libc; knows no particular message and nothing of the
+// mesh.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 // A record's scalars, gathered at compile time into groups that one byte shuffle moves.
 //
-// Room: wire. Needs lanes.h; knows nothing of buffers.
+// Room: wire/quick. Knows nothing of buffers.
 //
 // A group is a window of sixteen record bytes and the scalars that lie in it whole (arrays between
 // them are skipped). On the wire the scalars of a compact table that are not zero lie back to back
@@ -9,8 +9,8 @@
 // most six in a group all 2^n of them fit in a table, computed here from the schema.
 #pragma once
 
-#include "wire/lanes.h"
-#include "wire/schema.h"
+#include "wire/format/schema.h"
+#include "wire/quick/lanes.h"
 
 #include <utility>
 
@@ -31,6 +31,13 @@ struct group_shape {
   grouped_scalar field[max_group_fields];
 
   constexpr uint32_t begin() const { return field[0].at; }
+  // The group as if it began where its window does: what depends on nothing else is shared.
+  constexpr group_shape moved_to_front() const {
+    group_shape result = *this;
+    for (uint32_t i = 0; i < fields; i++)
+      result.field[i].at = static_cast<uint8_t>(field[i].at - begin());
+    return result;
+  }
   constexpr uint32_t end() const {
     return uint32_t{field[fields - 1].at} + field[fields - 1].width;
   }
@@ -126,19 +133,62 @@ struct constant_halves {
   }
 };
 
-// Where the scalars of a group lie on the wire for one choice of absent ones. Per slot of the
-// group: 1 + position among the scalars written, 0 for one that is absent. The last byte holds how
-// many bytes are written.
+constexpr constant_lanes no_lanes() {
+  constant_lanes result{};
+  for (uint8_t &lane : result.of)
+    lane = no_lane;
+  return result;
+}
+
+// Where the scalars of a group lie on the wire for one choice of absent ones.
 struct arrangement {
+  // The shuffle that spreads the scalars as they are written over the record, from the group's
+  // first byte on, with zeros for those that are absent and between them.
+  uint8_t opening[lane_count];
+  // Per slot of the group: 1 + position among the scalars written, 0 for one that is absent. The
+  // last byte holds how many bytes are written.
   uint8_t position[8];
 
   size_t length() const { return position[7]; }
+};
+
+// The arrangements of a group for each choice of absent scalars, bit i of the index being set where
+// scalar i is.
+template <group_shape Shape>
+struct group_arrangements {
+  static_assert(Shape.begin() == 0);
+  static constexpr uint32_t choices = 1u << Shape.fields;
+
+  struct arrangement_list {
+    arrangement of[choices];
+  };
+  static constexpr arrangement_list arrange_all() {
+    arrangement_list result{};
+    for (uint32_t absent = 0; absent < choices; absent++) {
+      arrangement &to = result.of[absent];
+      for (uint8_t &lane : to.opening)
+        lane = no_lane;
+      uint8_t at = 0;
+      for (uint32_t i = 0; i < Shape.fields; i++) {
+        if ((absent >> i & 1) != 0)
+          continue;
+        const grouped_scalar &field = Shape.field[i];
+        to.position[field.slot] = static_cast<uint8_t>(at + 1);
+        for (uint32_t byte = 0; byte < field.width; byte++)
+          to.opening[field.at + byte] = at++;
+      }
+      to.position[7] = at;
+    }
+    return result;
+  }
+  static constexpr arrangement_list all = arrange_all();
 };
 
 // Constants of a shape.
 template <group_shape Shape>
 struct group_constants {
   static constexpr uint32_t choices = 1u << Shape.fields;
+  using arrangements = group_arrangements<Shape.moved_to_front()>;
 
   // All bytes of the scalars of a width.
   static constexpr constant_lanes lanes_of_width(uint32_t width) {
@@ -187,33 +237,6 @@ struct group_constants {
   static constexpr constant_lanes first_lanes = one_lane_each();
   static constexpr constant_lanes weights = one_bit_each();
 
-  // For each byte of the record from the group's first: its scalar's entry, in lanes of entries
-  // that begin `first` slots before the group's; and which byte of that scalar it is. no_lane
-  // between scalars.
-  static constexpr constant_lanes slot_of_each_byte(uint32_t first) {
-    constant_lanes result = no_lanes();
-    for (uint32_t i = 0; i < Shape.fields; i++)
-      for (uint32_t byte = 0; byte < Shape.field[i].width; byte++)
-        result.of[Shape.field[i].at - Shape.begin() + byte] =
-            static_cast<uint8_t>(2 * (first + Shape.field[i].slot));
-    return result;
-  }
-  static constexpr constant_lanes byte_in_scalar() {
-    constant_lanes result = no_lanes();
-    for (uint32_t i = 0; i < Shape.fields; i++)
-      for (uint32_t byte = 0; byte < Shape.field[i].width; byte++)
-        result.of[Shape.field[i].at - Shape.begin() + byte] = static_cast<uint8_t>(byte);
-    return result;
-  }
-  static constexpr constant_lanes no_lanes() {
-    constant_lanes result{};
-    for (uint8_t &lane : result.of)
-      lane = no_lane;
-    return result;
-  }
-  static constexpr constant_lanes spread = slot_of_each_byte(0);
-  static constexpr constant_lanes within = byte_in_scalar();
-
   // Of vtable entries loaded from the group's first slot on: those of its scalars.
   static constexpr constant_halves slots_of_group() {
     constant_halves result{};
@@ -222,50 +245,49 @@ struct group_constants {
     return result;
   }
   static constexpr constant_halves slots = slots_of_group();
-  // The first lane of scalar i's entry in lane i; and bit i in scalar i's entry.
+  // The first lane of scalar i's entry in lane i; and bit i in that lane.
   static constexpr constant_lanes one_entry_each() {
     constant_lanes result = no_lanes();
     for (uint32_t i = 0; i < Shape.fields; i++)
       result.of[i] = static_cast<uint8_t>(2 * Shape.field[i].slot);
     return result;
   }
-  static constexpr constant_halves one_bit_per_entry() {
-    constant_halves result{};
+  static constexpr constant_lanes one_bit_per_entry() {
+    constant_lanes result{};
     for (uint32_t i = 0; i < Shape.fields; i++)
-      result.of[Shape.field[i].slot] = static_cast<uint16_t>(1u << i);
+      result.of[2 * Shape.field[i].slot] = static_cast<uint8_t>(1u << i);
     return result;
   }
   static constexpr constant_lanes first_entry_lanes = one_entry_each();
-  static constexpr constant_halves entry_weights = one_bit_per_entry();
+  static constexpr constant_lanes entry_weights = one_bit_per_entry();
 
-  // For each choice of absent scalars, bit i of the index being set where scalar i is: the
-  // arrangement, and the shuffle that makes it by closing the gaps.
-  struct choice_list {
-    arrangement arranged[choices];
-    constant_lanes closing[choices];
+  // What a writer needs for each choice of absent scalars: the shuffle that closes their gaps in a
+  // window of the record, and the arrangement's positions once more, beside it.
+  struct closing_list {
+    struct {
+      uint8_t closing[lane_count];
+      uint8_t position[8];
+
+      size_t length() const { return position[7]; }
+    } of[choices];
   };
-  static constexpr choice_list all_choices() {
-    choice_list result{};
+  static constexpr closing_list close_all() {
+    closing_list result{};
     for (uint32_t absent = 0; absent < choices; absent++) {
-      arrangement &to = result.arranged[absent];
-      constant_lanes &closing = result.closing[absent] = no_lanes();
-      uint8_t at = 0;
-      for (uint32_t i = 0; i < Shape.fields; i++) {
-        if ((absent >> i & 1) != 0)
-          continue;
-        const grouped_scalar &field = Shape.field[i];
-        to.position[field.slot] = static_cast<uint8_t>(at + 1);
-        for (uint32_t byte = 0; byte < field.width; byte++)
-          closing.of[at++] = static_cast<uint8_t>(field.at + byte);
-      }
-      to.position[7] = at;
+      auto &to = result.of[absent];
+      uint32_t at = 0;
+      for (uint32_t i = 0; i < Shape.fields; i++)
+        for (uint32_t byte = 0; (absent >> i & 1) == 0 && byte < Shape.field[i].width; byte++)
+          to.closing[at++] = static_cast<uint8_t>(Shape.field[i].at + byte);
+      while (at < lane_count)
+        to.closing[at++] = no_lane;
+      for (uint32_t i = 0; i < 8; i++)
+        to.position[i] = arrangements::all.of[absent].position[i];
     }
     return result;
   }
-  static constexpr choice_list choice = all_choices();
+  static constexpr closing_list closings = close_all();
 };
-
-#ifdef MESH_FIB6_LANES
 
 // All lanes of the scalars that are zero. Of other lanes it says nothing, unless Exact: then they
 // are clear.
@@ -294,16 +316,10 @@ template <group_shape Shape>
 [[gnu::always_inline]] inline uint32_t zero_bits(lanes values) {
   using constants = group_constants<Shape>;
   const lanes zero = zero_scalars<Shape>(values);
-#ifdef __SSE4_1__
-  if constexpr (constants::is_row_of_words())
-    return static_cast<uint32_t>(_mm_movemask_ps(reinterpret_cast<__m128>(zero))) >>
-               (Shape.begin() / 4) &
-           (constants::choices - 1);
-  return static_cast<uint32_t>(
-      _mm_movemask_epi8(reinterpret_cast<__m128i>(shuffled(zero, constants::first_lanes.value()))));
-#else
-  return vaddvq_u8(zero & constants::weights.value());
-#endif
+  if constexpr (marks_words_quickly && constants::is_row_of_words())
+    return marked_words(zero) >> (Shape.begin() / 4) & (constants::choices - 1);
+  else
+    return marked(zero, constants::first_lanes.value(), constants::weights.value());
 }
 
 // Bit i: whether scalar i of the group has no entry. `entries` are the vtable's from the group's
@@ -311,24 +327,8 @@ template <group_shape Shape>
 template <group_shape Shape>
 [[gnu::always_inline]] inline uint32_t absent_bits(half_lanes entries) {
   using constants = group_constants<Shape>;
-  const auto absent = reinterpret_cast<half_lanes>(entries == 0);
-#ifdef __SSE4_1__
-  return static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(
-      shuffled(reinterpret_cast<lanes>(absent), constants::first_entry_lanes.value()))));
-#else
-  return vaddvq_u16(absent & constants::entry_weights.value());
-#endif
-}
-
-// The shuffle that spreads a group's scalars over the record, from the group's first byte on: the
-// reverse of closing the gaps. `found` is the group's arrangement, widened. Lanes of absent scalars
-// and between scalars become zero.
-template <group_shape Shape>
-[[gnu::always_inline]] inline lanes opening(half_lanes found) {
-  using constants = group_constants<Shape>;
-  // An absent scalar's position is 0, one less is 255, and a capped sum stays there.
-  return capped_sum(shuffled(reinterpret_cast<lanes>(found), constants::spread.value()) - 1,
-                    constants::within.value());
+  return marked(reinterpret_cast<lanes>(entries == 0), constants::first_entry_lanes.value(),
+                constants::entry_weights.value());
 }
 
 // The scalars of one record's group, its window read whole.
@@ -351,7 +351,5 @@ template <class Record, size_t Index>
   store_some_lanes<(room < lane_count ? room : lane_count)>(
       reinterpret_cast<uint8_t *>(&record) + first, values);
 }
-
-#endif
 
 } // namespace mesh_fib6::wire

@@ -1,7 +1,9 @@
 // The one gate between a received buffer and whoever reads it.
 //
-// Room: wire. Positions and sizes are unsigned 32-bit bytes counted from the buffer's start. The
-// buffer is untrusted; nothing of it is read before holds() has said yes.
+// Room: wire/format. Positions and sizes are unsigned 32-bit bytes counted from the buffer's start.
+// The buffer is untrusted; nothing of it is read before holds() has said yes. The few other ways in
+// which a read is allowed are listed, each with its proof, in docs/security.md ("What may be
+// read").
 #pragma once
 
 #include <cstdint>

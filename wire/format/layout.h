@@ -1,6 +1,6 @@
 // Positions and sizes of both arrangements of the wire format, computed from the schema.
 //
-// Room: wire. Compile-time arithmetic only.
+// Room: wire/format. Compile-time arithmetic only.
 //
 // The format is the FlatBuffers binary format (https://flatbuffers.dev/internals/): a root uoffset,
 // tables that reach their vtables by a signed offset, vtables of 16-bit field offsets, vectors with
@@ -8,7 +8,7 @@
 // start on multiples of 4 counted from their table.
 #pragma once
 
-#include "wire/schema.h"
+#include "wire/format/schema.h"
 
 #include <cstdint>
 
@@ -18,6 +18,10 @@ inline constexpr uint32_t root_offset_size = 4;
 inline constexpr uint32_t soffset_size = 4;
 inline constexpr uint32_t uoffset_size = 4;
 inline constexpr uint32_t vector_length_size = 4;
+
+constexpr uint32_t vtable_size_of(uint32_t slots) {
+  return 4 + 2 * slots;
+}
 
 // Bytes of a field's vector body without its length word, for fixed arrays.
 template <class Field>
@@ -70,10 +74,13 @@ struct fixed_layout {
 };
 
 // A sub-table of the fixed arrangement lies behind its offset word; both together, with the
-// sub-table's vtable, take a region of the parent that is a multiple of 8.
+// sub-table's vtable, take a region of the parent that is a multiple of 8. `end` is where the
+// sub-table's vtable ends, counted from the sub-table.
+constexpr uint32_t fixed_region_of(uint32_t end) {
+  return static_cast<uint32_t>(align_up(uoffset_size + end, 8));
+}
 template <class Record>
-inline constexpr uint32_t
-    fixed_region = static_cast<uint32_t>(align_up(uoffset_size + fixed_layout<Record>::end, 8));
+inline constexpr uint32_t fixed_region = fixed_region_of(fixed_layout<Record>::end);
 
 template <class Record>
 constexpr typename fixed_layout<Record>::positions fixed_layout<Record>::compute() {

@@ -1,0 +1,193 @@
+// Reads an untrusted buffer into a record, in any byte order.
+//
+// Room: wire/general.
+#include "wire/general/reader.h"
+
+#include "platform/memory.h"
+
+namespace mesh_fib6::wire::general {
+
+using runtime::log_category;
+
+bool reader::open_table(uint32_t at, const char *function, table_ref &table) {
+  if (at < root_offset_size || !in_.holds(at, soffset_size)) {
+    runtime::write_log(unit_, log_category::validation, __LINE__, function,
+                       "[VARKO]:Table offset(%u) is out of range(4 - %u)", at, in_.size);
+    return false;
+  }
+  const uint32_t vtable = at - order_.word(in_.bytes + at);
+  if (vtable < root_offset_size || !in_.holds(vtable, 4)) {
+    runtime::write_log(unit_, log_category::validation, __LINE__, function,
+                       "[VARKO]:Vtable offset(%u) is out of range(4 - %u)", at, in_.size - 4);
+    return false;
+  }
+  table = {at, vtable, order_.half(in_.bytes + vtable)};
+  if (!in_.holds(vtable, table.vtable_size)) {
+    runtime::write_log(unit_, log_category::validation, __LINE__, function,
+                       "[VARKO]:Vtable Len(%u) is out of range(0 - %u)", table.vtable_size,
+                       in_.size - vtable);
+    return false;
+  }
+  return true;
+}
+
+bool reader::read_fields(const table_ref &table, const table_info &info, void *record,
+                         const char *decoding, uint32_t first_slot) {
+  for (uint32_t slot = first_slot; slot < info.slots(); slot++) {
+    uint32_t at = 0;
+    if (find(table, slot, at) && !read_field(info.field(slot), at, record, decoding))
+      return false;
+  }
+  return true;
+}
+
+// Where the field of a slot lies. A vtable shorter than the schema comes from an older peer: what
+// it lacks is absent, as is what it says is not there.
+bool reader::find(const table_ref &table, uint32_t slot, uint32_t &at) const {
+  if (table.vtable_size < vtable_size_of(slot + 1))
+    return false;
+  const uint32_t entry = order_.half(in_.bytes + table.vtable + vtable_size_of(slot));
+  at = table.at + entry;
+  return entry != 0;
+}
+
+// Follows the uoffset at `at`.
+bool reader::follow(uint32_t at, uint32_t &target) const {
+  if (!in_.holds(at, uoffset_size))
+    return false;
+  target = at + order_.word(in_.bytes + at);
+  return target >= at;
+}
+
+// A vector of `width`-byte items: where the first one lies and how many there are.
+bool reader::open_vector(uint32_t at, uint32_t width, uint32_t &items, uint32_t &count) const {
+  uint32_t vector = 0;
+  if (!follow(at, vector) || !in_.holds(vector, vector_length_size))
+    return false;
+  count = order_.word(in_.bytes + vector);
+  items = vector + vector_length_size;
+  return (width == 1 || count <= max_word_count) && in_.holds(items, width * count);
+}
+
+bool reader::read_field(const field_info &field, uint32_t at, void *record, const char *decoding) {
+  switch (field.of) {
+  case kind::scalar:
+    return read_scalar(field, at, record);
+  case kind::words:
+  case kind::bytes:
+    return read_array(field, at, record);
+  case kind::table:
+    return read_embedded(field, at, record);
+  default:
+    return read_vector(field, at, record, decoding);
+  }
+}
+
+bool reader::read_scalar(const field_info &field, uint32_t at, void *record) const {
+  if (!in_.holds(at, field.width))
+    return false;
+  uint8_t *const value = member(field, record);
+  if (field.width == 1)
+    *value = in_.bytes[at];
+  else if (field.width == 2)
+    store(value, order_.half(in_.bytes + at));
+  else
+    store(value, order_.word(in_.bytes + at));
+  return true;
+}
+
+bool reader::read_array(const field_info &field, uint32_t at, void *record) const {
+  const bool is_words = field.of == kind::words;
+  uint32_t items = 0, count = 0;
+  if (!open_vector(at, is_words ? 4 : 1, items, count) || count != field.number)
+    return false;
+  if (is_words)
+    order_.copy_words(member(field, record), in_.bytes + items, count);
+  else
+    memcpy(member(field, record), in_.bytes + items, count);
+  return true;
+}
+
+bool reader::read_embedded(const field_info &field, uint32_t at, void *record) {
+  const table_info &info = field.table();
+  uint32_t target = 0;
+  table_ref table{};
+  return follow(at, target) && open_table(target, info.non_root(), table) &&
+         read_fields(table, info, member(field, record), info.non_root());
+}
+
+bool reader::read_vector(const field_info &field, uint32_t at, void *record, const char *decoding) {
+  const bool is_bytes = field.of == kind::byte_vector;
+  uint32_t items = 0, count = 0;
+  if (!open_vector(at, is_bytes ? 1 : uoffset_size, items, count))
+    return false;
+  set_count(field, record, count);
+  if (count == 0)
+    return true;
+  // The block's size is 32-bit arithmetic by contract. A product that wraps would give a block too
+  // small for its elements, so it counts as an allocation that failed.
+  uint32_t size = 0;
+  if (__builtin_mul_overflow(count, is_bytes ? 1 : field.table().record_size(), &size)) {
+    report_no_memory(unit_, size, decoding);
+    return false;
+  }
+  uint8_t *const block = allocate(unit_, size, decoding);
+  if (block == nullptr)
+    return false;
+  set_pointer(field, record, block);
+  if (!is_bytes)
+    return read_elements(items, field.table(), block, count);
+  copy_memory(block, in_.bytes + items, count);
+  return true;
+}
+
+bool reader::read_elements(uint32_t word, const table_info &info, uint8_t *records,
+                           uint32_t count) {
+  for (uint32_t i = 0; i < count; i++, word += uoffset_size, records += info.record_size()) {
+    clear_memory(records, info.record_size());
+    const uint32_t at = word + order_.word(in_.bytes + word);
+    table_ref table{};
+    if (at < word || !open_table(at, info.non_root(), table) ||
+        !read_fields(table, info, records, info.non_root()))
+      return false;
+  }
+  return true;
+}
+
+bool finish_table(runtime::unit &unit, received in, uint32_t table, const table_info &info,
+                  void *record, const char *decoding, uint32_t slot) {
+  const uint32_t vtable = table - load<uint32_t>(in.bytes + table);
+  const table_ref found{table, vtable, load<uint16_t>(in.bytes + vtable)};
+  return reader(unit, byte_order(0), in).read_fields(found, info, record, decoding, slot);
+}
+
+bool finish_elements(runtime::unit &unit, received in, uint32_t word, const table_info &info,
+                     void *records, uint32_t count) {
+  return reader(unit, byte_order(0), in)
+      .read_elements(word, info, static_cast<uint8_t *>(records), count);
+}
+
+void report_no_memory(runtime::unit &unit, uint32_t size, const char *function) {
+  runtime::write_log(unit, log_category::allocation, __LINE__, function,
+                     "[VARKO]:Malloc unpack data unsuccess, size(%u)", size);
+}
+
+uint8_t *allocate(runtime::unit &unit, uint32_t size, const char *decoding) {
+  void *const block = unit.runtime.cache_alloc(size, runtime::cache_module_id, decoding);
+  if (block == nullptr)
+    report_no_memory(unit, size, decoding);
+  return static_cast<uint8_t *>(block);
+}
+
+void release_blocks(runtime::unit &unit, const table_info &info, void *record) {
+  for (uint32_t i = 0; i < info.owned_count(); i++) {
+    const auto &owned = info.owned(i);
+    uint8_t *const pointer = static_cast<uint8_t *>(record) + owned.offset;
+    if (void *const block = load<void *>(pointer)) {
+      unit.runtime.cache_free(block, runtime::cache_module_id, owned.releasing);
+      store<void *>(pointer, nullptr);
+    }
+  }
+}
+
+} // namespace mesh_fib6::wire::general

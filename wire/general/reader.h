@@ -1,0 +1,79 @@
+// Reads an untrusted buffer into a record, in any byte order.
+//
+// Room: wire/general. Checks narrow in stages: table position, vtable position, vtable length, then
+// each field before it is read. The first three stages of a table tell the log what was wrong, as
+// does a failed allocation; a field out of bounds fails without a word. Either arrangement of the
+// format is accepted, and any other that obeys the FlatBuffers rules.
+#pragma once
+
+#include "wire/format/bounds.h"
+#include "wire/general/descriptor.h"
+
+namespace mesh_fib6::wire::general {
+
+// A table whose vtable is inside the buffer.
+struct table_ref {
+  uint32_t at;
+  uint32_t vtable;
+  uint32_t vtable_size;
+};
+
+// More elements than this could not have their offset words inside any buffer.
+inline constexpr uint32_t max_word_count = 0x3FFFFFFF;
+
+class reader {
+public:
+  reader(runtime::unit &unit, byte_order order, const received &in)
+      : unit_(unit), order_(order), in_(in) {}
+
+  uint32_t root() const { return order_.word(in_.bytes); }
+
+  // Whether the table at `at` and its vtable are inside the buffer; logs under `function` what is
+  // wrong if not.
+  bool open_table(uint32_t at, const char *function, table_ref &table);
+
+  // Fields of a table, from a slot on, into a record in which they are zero. `decoding` names the
+  // function on whose behalf members are allocated. False when one of them is refused: what lies
+  // before it in the record stays.
+  bool read_fields(const table_ref &table, const table_info &info, void *record,
+                   const char *decoding, uint32_t first_slot = 0);
+
+  // Elements of a vector into records that it clears first. The offset words from `word` on are
+  // inside the buffer.
+  bool read_elements(uint32_t word, const table_info &info, uint8_t *records, uint32_t count);
+
+private:
+  bool find(const table_ref &table, uint32_t slot, uint32_t &at) const;
+  bool follow(uint32_t at, uint32_t &target) const;
+  bool open_vector(uint32_t at, uint32_t width, uint32_t &items, uint32_t &count) const;
+  bool read_field(const field_info &field, uint32_t at, void *record, const char *decoding);
+  bool read_scalar(const field_info &field, uint32_t at, void *record) const;
+  bool read_array(const field_info &field, uint32_t at, void *record) const;
+  bool read_embedded(const field_info &field, uint32_t at, void *record);
+  bool read_vector(const field_info &field, uint32_t at, void *record, const char *decoding);
+
+  runtime::unit &unit_;
+  byte_order order_;
+  received in_;
+};
+
+// What the quick path leaves to the general codec, in the common byte order: a table's fields from
+// a slot on, and a vector's elements from the one on whose offset word is at `word`. What they are
+// told is passed by value, so that the quick path can keep it in registers.
+bool finish_table(runtime::unit &unit, received in, uint32_t table, const table_info &info,
+                  void *record, const char *decoding, uint32_t slot);
+bool finish_elements(runtime::unit &unit, received in, uint32_t word, const table_info &info,
+                     void *records, uint32_t count);
+
+// Says in the log that a block of `size` bytes was not to be had.
+void report_no_memory(runtime::unit &unit, uint32_t size, const char *function);
+
+// Memory of a decoded record; says in the log when it is not to be had, under the function on whose
+// behalf it is wanted.
+uint8_t *allocate(runtime::unit &unit, uint32_t size, const char *decoding);
+
+// Gives back what decoding allocated inside a record. Only pointers are touched; counts and scalars
+// stay as they are. The unit is bound.
+void release_blocks(runtime::unit &unit, const table_info &info, void *record);
+
+} // namespace mesh_fib6::wire::general
