@@ -99,6 +99,7 @@ install_folder(schemas schemas ${data_dir} *.fbs)
 install_component(documentation FILES README.md DESTINATION ${doc_dir})
 install_folder(documentation docs ${doc_dir} *.md)
 # To be built where they lie, or copied.
+install_folder(examples examples ${doc_dir} *.c *.md CMakeLists.txt)
 install_folder(examples demo ${doc_dir} *.cpp *.h *.md *.gz CMakeLists.txt)
 
 if(MESH_FIB6_HOST)

@@ -5,7 +5,7 @@
 
 option(MESH_FIB6_HOST "Build the development host: stand-ins of the platform (needs ZeroMQ)"
   ${PROJECT_IS_TOP_LEVEL})
-option(MESH_FIB6_EXAMPLES "Build the demo (needs zlib and CLI11)" ${PROJECT_IS_TOP_LEVEL})
+option(MESH_FIB6_EXAMPLES "Build the examples and the demo (needs zlib and CLI11)" ${PROJECT_IS_TOP_LEVEL})
 option(MESH_FIB6_TOOLS "Build the tools around the messages" ${PROJECT_IS_TOP_LEVEL})
 option(MESH_FIB6_TESTS "Build the tests (needs GoogleTest, FlatBuffers and more)"
   ${PROJECT_IS_TOP_LEVEL})

@@ -25,6 +25,10 @@ STRICT = ["-pedantic", "-Wall", "-Wextra", "-Werror"]
 STAND_IN_ANSWERS = "the mesh answers 0 0 0\n"
 PLATFORM_ANSWERS = "the mesh answers 77 77 77\n"
 OTHER_VERSION = "compatible with requested version"
+# An update with the route 2001:db8::/32; tests/examples explains the bytes.
+ONE_ROUTE = ("0c000000" "0800100000000400" "08000000" "04000000" "01000000" "24000000"
+             "20001d0000000000000005000400" + 18 * "00" + "20000000" "20" "04000000" "04000000"
+             "20010db8" + 12 * "00")
 SETTINGS = {}
 
 
@@ -135,11 +139,15 @@ class Installation(unittest.TestCase):
     def uninstall(self, **how):
         return run(SETTINGS["cmake"], "--build", SETTINGS["build"], "--target", "uninstall", **how)
 
-    def check_output(self, expected, program, library_path=""):
+    def environment(self, library_path):
+        """In which programs of users run."""
+        return {"LD_LIBRARY_PATH": str(library_path), "OSAL_HOST_REPORT": "1",
+                "MESH_HOST_DIR": str(self.work / "mesh")}
+
+    def check_output(self, expected, program, *arguments, library_path=""):
         """Runs a program of a user, which is to print this; what it wrote to stderr."""
-        environment = {"LD_LIBRARY_PATH": str(library_path), "OSAL_HOST_REPORT": "1",
-                       "MESH_HOST_DIR": str(self.work / "mesh")}
-        done = run(*SETTINGS["emulator"].split(), program, environment=environment)
+        done = run(*SETTINGS["emulator"].split(), program, *arguments,
+                   environment=self.environment(library_path))
         self.assertEqual(done.stdout, expected)
         return done.stderr
 
@@ -226,14 +234,14 @@ class Installation(unittest.TestCase):
     def test_BuildsAndRunsAC99ConsumerByPkgConfigFromAMovedTree(self):
         tree = self.install_and_move()
         program = self.build_by_pkg_config("mesh_fib6", tree)
-        self.check_output(STAND_IN_ANSWERS, program, tree.lib)
+        self.check_output(STAND_IN_ANSWERS, program, library_path=tree.lib)
 
     def test_BuildsAndRunsACxxConsumerByPkgConfigFromAMovedTree(self):
         tree = self.install_and_move()
         program = self.work / "delivery"
         self.compile(SETTINGS["cxx"], CONSUMER / "delivery.cpp", "-std=c++20",
                      *tree.flags("mesh_fib6_host"), output=program)
-        self.check_output("delivered\n", program, tree.lib)
+        self.check_output("delivered\n", program, library_path=tree.lib)
 
     def test_BuildsAndRunsBothConsumersByFindPackageFromAMovedTree(self):
         tree = self.install_and_move()
@@ -247,8 +255,37 @@ class Installation(unittest.TestCase):
         tree = self.install_with_host("tree")
         for package, reports in (("mesh_fib6", False), ("mesh_fib6_host", True)):
             program = self.build_by_pkg_config(package, tree, "-Wl,--as-needed")
-            said = self.check_output(STAND_IN_ANSWERS, program, tree.lib)
+            said = self.check_output(STAND_IN_ANSWERS, program, library_path=tree.lib)
             self.assertEqual("allocations" in said, reports, said)
+
+    # The examples, where they lie.
+
+    def check_examples(self, tree, programs):
+        message = self.work / "message"
+        message.write_bytes(bytes.fromhex(ONE_ROUTE))
+        self.check_output("2001:db8::/32\n", programs / "decode_buffer", message, library_path=tree.lib)
+        receiver = subprocess.Popen([*SETTINGS["emulator"].split(), programs / "receive_routes"], text=True,
+                                    env={**os.environ, **self.environment(tree.lib)}, stdout=subprocess.PIPE)
+        try:
+            self.check_output("", programs / "send_route", library_path=tree.lib)
+        finally:
+            receiver.terminate()
+            received = receiver.communicate()[0]
+        self.assertEqual(received, "2001:db8::/32\n")
+        self.assertEqual(receiver.returncode, 0)
+
+    def test_BuildsTheExamplesByPkgConfigFromAMovedTree(self):
+        tree = self.install_and_move()
+        for name, package in (("decode_buffer", "mesh_fib6"), ("receive_routes", "mesh_fib6_host"),
+                              ("send_route", "mesh_fib6_host")):
+            self.compile(SETTINGS["c"], tree.prefix / SETTINGS["doc"] / "examples" / f"{name}.c", "-std=c99",
+                         *tree.flags(package), output=self.work / name)
+        self.check_examples(tree, self.work)
+
+    def test_BuildsTheExamplesByTheirOwnProjectFromAMovedTree(self):
+        tree = self.install_and_move()
+        self.configure(tree.prefix / SETTINGS["doc"] / "examples", f"-DCMAKE_PREFIX_PATH={tree.prefix}")
+        self.check_examples(tree, self.build())
 
     # The mesh of a platform.
 
@@ -257,13 +294,13 @@ class Installation(unittest.TestCase):
         platform = self.build_platform_mesh(tree)
         self.configure(CONSUMER, f"-DCMAKE_PREFIX_PATH={tree.prefix}",
                        f"-DCMAKE_LIBRARY_PATH={platform}")
-        self.check_output(PLATFORM_ANSWERS, self.build() / "round_trip", platform)
+        self.check_output(PLATFORM_ANSWERS, self.build() / "round_trip", library_path=platform)
 
     def test_LinksThePlatformsMeshByPkgConfigWhereTheHostIsMissing(self):
         tree = self.install("tree", "runtime", "development")
         platform = self.build_platform_mesh(tree)
         program = self.build_by_pkg_config("mesh_fib6", tree, f"-Wl,-rpath-link,{platform}")
-        self.check_output(PLATFORM_ANSWERS, program, f"{tree.lib}:{platform}")
+        self.check_output(PLATFORM_ANSWERS, program, library_path=f"{tree.lib}:{platform}")
 
     # What find_package is asked for.
 

@@ -26,6 +26,8 @@ MAY_INCLUDE = [
     (r"host/", [r"host/", r"platform/"]),
     (r"tools/", [r"tools/", r"modules/[^/]+/schema\.h$", r"include/mesh_fib6/",
                  r"wire/(schema|layout)\.h$", r"transport/message\.h$"]),
+    (r"examples/", [r"host/(mesh|osal|memory)_host\.h$", r"platform/(mesh|osal)\.h$",
+                    r"include/mesh_fib6/"]),
     (r"demo/", [r"demo/", r"host/(mesh|osal|memory)_host\.h$", r"platform/(mesh|osal)\.h$",
                 r"include/mesh_fib6/"]),
     # What the codec is compared with must not be made of it.
@@ -38,7 +40,7 @@ INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"\n]+)"|<([^>\n]+)>)', 
 
 
 def sources(tree):
-    for room in (*LIBRARY, "host", "tools", "demo", "tests/reference"):
+    for room in (*LIBRARY, "host", "tools", "examples", "demo", "tests/reference"):
         for folder, _, names in os.walk(os.path.join(tree, room)):
             for name in sorted(names):
                 if name.endswith((".h", ".c", ".hpp", ".cpp")):
@@ -127,6 +129,10 @@ SAMPLES = [
     ("tools/a.cpp", '"modules/one/schema.h"', False),
     ("tools/a.cpp", '"runtime/unit.h"', True),
     ("tools/a.cpp", '"host/mesh_host.h"', True),
+    ("examples/a.c", "<mesh_fib6/one.h>", False),
+    ("examples/a.c", "<mesh_fib6/host/mesh_host.h>", False),
+    ("examples/a.c", '"demo/text.h"', True),
+    ("examples/a.c", "<mesh_fib6/host/connection.h>", True),
     ("demo/a.cpp", "<mesh_fib6/one.h>", False),
     ("demo/a.cpp", "<mesh_fib6/host/mesh_host.h>", False),
     ("demo/a.cpp", "<mesh_fib6/host/connection.h>", True),
@@ -147,7 +153,8 @@ SAMPLES = [
 THERE = ["include/mesh_fib6/message_api.h", "include/mesh_fib6/one.h", "include/mesh_fib6/two.h",
          "platform/mesh.h", "platform/osal.h", "platform/memory.h", "runtime/unit.h",
          "wire/schema.h", "transport/send.h", "modules/one/schema.h",
-         "modules/two/schema.h", "host/mesh_host.h", "host/connection.h", "tools/descriptors.h",
+         "modules/two/schema.h", "host/mesh_host.h", "host/connection.h", "demo/text.h",
+         "tools/descriptors.h",
          "tests/reference/b.h", "tests/support/fake.h", "fuzz/seeds.h"]
 
 
