@@ -56,36 +56,38 @@ inline void observe(const void *at) {
   exit(1);
 }
 
+// One message for each record of a pool, in its order.
+using stored_messages = std::shared_ptr<const std::vector<stored_message>>;
+
+template <class Peer, class Record>
+stored_messages written_by(Peer &peer, const pool<Record> &records) {
+  auto messages = std::make_shared<std::vector<stored_message>>();
+  for (const Record &record : records.records())
+    messages->emplace_back(peer.encode(record));
+  return messages;
+}
+
+// A contestant that decodes the pool's messages, whoever has written them. Before anything is
+// timed it decodes each of them once.
 // Peer offers
-//   encoded encode(const Record &)                        valid until its next call
 //   bool decode(const uint8_t *, size_t, Record &)        false: refused
 //   void release(Record &)                                what decode allocated
-// Before anything is timed every message of the pool makes the journey there and back once.
 template <class Peer, class Record>
-contestant contest(std::string name, std::shared_ptr<Peer> peer, const pool<Record> &records) {
+contestant reader(std::string name, std::shared_ptr<Peer> peer, const pool<Record> &records,
+                  stored_messages messages) {
   contestant made{std::move(name)};
-  auto messages = std::make_shared<std::vector<stored_message>>();
-  for (const Record &record : records.records()) {
-    messages->emplace_back(peer->encode(record));
-    const stored_message &message = messages->back();
+  const size_t size = records.size();
+  for (size_t i = 0; i < size; i++) {
+    const stored_message &message = (*messages)[i];
     made.bytes += message.size();
     Record back;
     memset(&back, 0x5A, sizeof back);
     if (!peer->decode(message.data(), message.size(), back))
-      give_up(made.name, "refuses what it has encoded itself");
-    if (!same(record, back))
+      give_up(made.name, "refuses a message");
+    if (!same(records[i], back))
       give_up(made.name, "a decoded record differs from the original");
     peer->release(back);
   }
-  const Record *const first = records.records().data();
-  const size_t size = records.size();
-
-  made.encode = [peer, first, size, at = size_t{0}](uint64_t n) mutable {
-    for (; n != 0; n--) {
-      observe(peer->encode(first[at]).data);
-      at = at + 1 == size ? 0 : at + 1;
-    }
-  };
   made.decode = [peer, messages, size, at = size_t{0}](uint64_t n) mutable {
     for (; n != 0; n--) {
       Record record;
@@ -93,6 +95,24 @@ contestant contest(std::string name, std::shared_ptr<Peer> peer, const pool<Reco
       peer->decode(message.data(), message.size(), record);
       observe(&record);
       peer->release(record);
+      at = at + 1 == size ? 0 : at + 1;
+    }
+  };
+  return made;
+}
+
+// A contestant that writes the pool's messages too: every one makes the journey there and back
+// before anything is timed.
+// Peer offers what a reader does and
+//   encoded encode(const Record &)                        valid until its next call
+template <class Peer, class Record>
+contestant contest(std::string name, std::shared_ptr<Peer> peer, const pool<Record> &records) {
+  contestant made = reader(std::move(name), peer, records, written_by(*peer, records));
+  const Record *const first = records.records().data();
+  const size_t size = records.size();
+  made.encode = [peer, first, size, at = size_t{0}](uint64_t n) mutable {
+    for (; n != 0; n--) {
+      observe(peer->encode(first[at]).data);
       at = at + 1 == size ? 0 : at + 1;
     }
   };
@@ -107,9 +127,18 @@ contestant contest(std::string name, std::shared_ptr<Peer> peer, const pool<Reco
   return made;
 }
 
+// The pool's messages as FlatBuffers' own builder writes them: scalars by their size, from back to
+// front, aligned, vtables shared. In a source file of its own, which knows no other peer.
+template <class Record>
+stored_messages written_by_flatbuffers(const pool<Record> &records);
+
 // The peers, each in a source file of its own; defined for the records in make_peers.py.
 template <class Record>
 std::vector<contestant> flatbuffers_contestants(const pool<Record> &records);
+// They as readers of messages that FlatBuffers' builder has written.
+template <class Record>
+std::vector<contestant> flatbuffers_readers(const pool<Record> &records,
+                                            const stored_messages &messages);
 template <class Record>
 std::vector<contestant> protobuf_varint_contestants(const pool<Record> &records);
 template <class Record>

@@ -1,8 +1,9 @@
 // Does each piece of work once between two marks, so that whoever runs it can count instructions.
 //
-// Room: bench. Run by scripts/bench, under callgrind or under an emulator that traces. Knows no
-// peer. Prints what the counter needs: where the library lies, where the mark is, and one line
-// "workload NAME ENTRIES" for each piece of work in their order.
+// Room: bench. Run by scripts/bench, under callgrind or under an emulator that traces. Of
+// peers it knows the messages that FlatBuffers' builder writes. Prints what the counter needs:
+// where the library lies, where the mark is, and one line "workload NAME ENTRIES" for each piece of
+// work in their order.
 #include "bench/library_contest.h"
 
 #include <cstdio>
@@ -60,6 +61,20 @@ void sending(const std::string &name, const pool<Record> &records, int calls) {
   });
 }
 
+// Messages that FlatBuffers' builder has written.
+template <class Record>
+void decoding_foreign(const std::string &name, const pool<Record> &records, int calls = 1) {
+  const stored_messages messages = written_by_flatbuffers(records);
+  library_peer<Record> library(capacity::ample, records);
+  const stored_message &message = messages->front();
+  Record back;
+  library.decode(message.data(), message.size(), back);
+  if (!same(records[0], back))
+    give_up(name, "a decoded record differs from the original");
+  library.release(back);
+  decoding("foreign/" + name + "/decode", records, calls, {message.data(), message.size()});
+}
+
 void everything() {
   using routes = feiBrokerFib6_ipv6FwdUpdateMsg;
   using flat = fib6Sync_ipv6FwdUpdateMsg;
@@ -77,6 +92,17 @@ void everything() {
   coding("flat/typical", one, calls_of_small_work);
   image_peer<flat> image(capacity::ample, one);
   decoding("flat/typical/decode-image", one, calls_of_small_work, image.encode(one[0]));
+
+  for (const auto &[fill, kind] :
+       {std::pair{"dense", fill_kind::dense}, std::pair{"typical", typical},
+        std::pair{"mixed", fill_kind::mixed}})
+    decoding_foreign(std::string("routes-600/") + fill, pool<routes>(kind, 1, entries, 1));
+  decoding_foreign("routes-1/typical", pool<routes>(typical, 1, 1, 1), calls_of_small_work);
+  decoding_foreign("next-hops/typical", pool<feiBrokerFib6_nhp6UpdateMsg>(typical, 1, 64, 1));
+  decoding_foreign("segment-lists/typical",
+                   pool<feiBrokerFib6_srv6SrListUpdateMsg>(typical, 1, 100, 1));
+  decoding_foreign("query/typical", pool<fib6_cfg_query_fib6_rec>(typical, 1, 50, 1));
+  decoding_foreign("flat/typical", one, calls_of_small_work);
 
   sending("send/flat-1", one, calls_of_small_work);
   sending("send/flat-1000", pool<flat>(typical, 1000, 0, 1), 1);

@@ -74,6 +74,15 @@ std::vector<contestant> flatbuffers_contestants(const pool<Record> &records) {
   };
 }
 
+template <class Record>
+std::vector<contestant> flatbuffers_readers(const pool<Record> &records,
+                                            const stored_messages &messages) {
+  return {
+      reader("flatbuffers", std::make_shared<builder_peer<Record>>(true), records, messages),
+      reader("flatbuffers objects", std::make_shared<object_peer<Record>>(), records, messages),
+  };
+}
+
 template std::vector<contestant>
 flatbuffers_contestants(const pool<feiBrokerFib6_ipv6FwdUpdateMsg> &);
 template std::vector<contestant> flatbuffers_contestants(const pool<feiBrokerFib6_nhp6UpdateMsg> &);
@@ -81,5 +90,16 @@ template std::vector<contestant>
 flatbuffers_contestants(const pool<feiBrokerFib6_srv6SrListUpdateMsg> &);
 template std::vector<contestant> flatbuffers_contestants(const pool<fib6_cfg_query_fib6_rec> &);
 template std::vector<contestant> flatbuffers_contestants(const pool<fib6Sync_ipv6FwdUpdateMsg> &);
+
+template std::vector<contestant> flatbuffers_readers(const pool<feiBrokerFib6_ipv6FwdUpdateMsg> &,
+                                                     const stored_messages &);
+template std::vector<contestant> flatbuffers_readers(const pool<feiBrokerFib6_nhp6UpdateMsg> &,
+                                                     const stored_messages &);
+template std::vector<contestant>
+flatbuffers_readers(const pool<feiBrokerFib6_srv6SrListUpdateMsg> &, const stored_messages &);
+template std::vector<contestant> flatbuffers_readers(const pool<fib6_cfg_query_fib6_rec> &,
+                                                     const stored_messages &);
+template std::vector<contestant> flatbuffers_readers(const pool<fib6Sync_ipv6FwdUpdateMsg> &,
+                                                     const stored_messages &);
 
 } // namespace bench

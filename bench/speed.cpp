@@ -64,6 +64,18 @@ public:
     race_one(name, "decode", records, all, &contestant::decode);
   }
 
+  // Messages that FlatBuffers' builder has written, read by the library and by FlatBuffers.
+  template <class Record>
+  void decoding_foreign(const std::string &name, const pool<Record> &records) {
+    if (!wanted(name))
+      return;
+    const stored_messages messages = written_by_flatbuffers(records);
+    std::vector<contestant> all = flatbuffers_readers(records, messages);
+    auto library = std::make_shared<library_peer<Record>>(capacity::ample, records);
+    all.insert(all.begin(), reader("library", library, records, messages));
+    race_one(name, "decode", records, all, &contestant::decode);
+  }
+
   // The library sends the pool in one call; a peer's messages are sent one by one, which spares it
   // the copy that keeping them all would take.
   template <class Record>
@@ -133,12 +145,28 @@ uint32_t messages_for(fill_kind kind, uint32_t entries) {
   return std::clamp(enough_entries / entries, 1u, enough_messages);
 }
 
-template <class Record>
-void all_fills(run &bench, const std::string &name, uint32_t vector_count, uint32_t entries) {
+// Calls race(name, records) for each fill that is wanted.
+template <class Record, class Race>
+void for_each_fill(const run &bench, const std::string &name, uint32_t vector_count,
+                   uint32_t entries, Race race) {
   for (const named_fill &fill : fills)
     if (const std::string full = name + "/" + fill.name; bench.wanted(full))
-      bench.coding(full,
-                   pool<Record>(fill.kind, messages_for(fill.kind, entries), vector_count, 1));
+      race(full, pool<Record>(fill.kind, messages_for(fill.kind, entries), vector_count, 1));
+}
+
+template <class Record>
+void all_fills(run &bench, const std::string &name, uint32_t vector_count, uint32_t entries) {
+  for_each_fill<Record>(
+      bench, name, vector_count, entries,
+      [&](const auto &full, const auto &records) { bench.coding(full, records); });
+}
+
+template <class Record>
+void all_foreign_fills(run &bench, const std::string &name, uint32_t vector_count,
+                       uint32_t entries) {
+  for_each_fill<Record>(
+      bench, "foreign/" + name, vector_count, entries,
+      [&](const auto &full, const auto &records) { bench.decoding_foreign(full, records); });
 }
 
 void real_table(run &bench, const std::string &path) {
@@ -168,6 +196,13 @@ void everything(run &bench, const std::string &table) {
   all_fills<feiBrokerFib6_srv6SrListUpdateMsg>(bench, "segment-lists", 100, 100);
   all_fills<fib6_cfg_query_fib6_rec>(bench, "query", 50, 50);
   all_fills<flat>(bench, "flat", 0, 1);
+
+  for (const uint32_t entries : {1u, 600u})
+    all_foreign_fills<routes>(bench, "routes/" + std::to_string(entries), entries, entries);
+  all_foreign_fills<feiBrokerFib6_nhp6UpdateMsg>(bench, "next-hops", 64, 6 * 64);
+  all_foreign_fills<feiBrokerFib6_srv6SrListUpdateMsg>(bench, "segment-lists", 100, 100);
+  all_foreign_fills<fib6_cfg_query_fib6_rec>(bench, "query", 50, 50);
+  all_foreign_fills<flat>(bench, "flat", 0, 1);
 
   const fill_kind typical = fill_kind::typical;
   bench.sending("send/flat-1", pool<flat>(typical, 1, 0, 1));

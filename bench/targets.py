@@ -87,6 +87,12 @@ def both(text, bounds, case, judged, others):
             for operation, bound in zip(("encode", "decode"), bounds)]
 
 
+def foreign(text, case):
+    """Messages that FlatBuffers' builder has written: the library as fast as verifier and copying."""
+    return against(f"decode {text} of FlatBuffers' builder", 1, "foreign/" + case, "decode", FLATBUFFERS,
+                   FLATBUFFERS)
+
+
 TYPICAL, MIXED = "routes/600/typical", "routes/600/mixed"
 
 ROWS = [
@@ -115,6 +121,12 @@ ROWS = [
              "routes/16/typical") for o in ("encode", "decode")),
     *(growth(f"{o}, mixed over typical", b, o, MIXED, TYPICAL)
       for o, b in (("encode", 1.6), ("decode", 3))),
+    *(foreign(f"600 routes, {fill},", f"routes/600/{fill}") for fill in ("dense", "typical", "mixed")),
+    foreign("one route", "routes/1/typical"),
+    foreign("next hops", "next-hops/typical"),
+    foreign("segment lists", "segment-lists/typical"),
+    foreign("a query", "query/typical"),
+    foreign("a flat message", "flat/typical"),
     instructions("instructions an entry, 600 typical, encode", 125, "routes-600/typical/encode"),
     instructions("instructions an entry, 600 typical, decode", 75, "routes-600/typical/decode"),
 ]
