@@ -206,6 +206,57 @@ class Scripts(unittest.TestCase):
                                    ("coverage", "--no-build", "--build-only")):
             self.check_wrong(self.run_script(self.script("scripts") / script, *arguments), script)
 
+    # How large the library is. These read a program with the compiler's own tools.
+
+    def text_size(self, *arguments):
+        return self.run_script(self.script("scripts/text-size"), *arguments,
+                               environment={"PATH": os.environ["PATH"]})
+
+    def test_TheTextSizeIsTheOneThatSizeTellsAndAboveTheLimitItFails(self):
+        program = SETTINGS["demo"]
+        size = int(subprocess.run(["size", program], capture_output=True, text=True,
+                                  check=True).stdout.splitlines()[1].split()[0])
+        for limit, status, room in ((size, 0, "0 below"), (size - 1, 1, "1 more than")):
+            done = self.text_size("--limit", limit, program)
+            self.assertEqual(done, (status, f"{program}: {size:,} bytes of text, {room} the limit of {limit:,}\n", ""))
+        status, output, errors = self.text_size("--by-section", "--limit", size, program)
+        parts = [int(line.split()[0].replace(",", "")) for line in output.splitlines()[1:]]
+        self.assertEqual((status, sum(parts), errors), (0, size, ""))
+
+    def test_FamiliesOfTheTextAreTemplatesWithoutTheirArguments(self):
+        source = self.work / "families.cpp"
+        source.write_text("""
+            namespace { template <class T> [[gnu::noinline]] int inner(T x) { return static_cast<int>(x) + 1; } }
+            template <class T> struct outer { [[gnu::noinline]] int of(T x) { return inner<T>(x); } };
+            int first(long x) { return outer<long>().of(x); }
+            int second(char x) { return outer<char>().of(x); }
+            extern "C" int some_message__pack() { return 1; }
+            extern "C" int other_message__pack() { return 2; }
+            """, encoding="utf-8")
+        library = self.work / "libfamilies.so"
+        subprocess.run(["g++", "-shared", "-fPIC", "-O0", "-o", library, source], check=True)
+        status, output, errors = self.text_size("--by-family", library)
+        self.assertEqual((status, errors), (0, ""))
+        found = {row[1]: int(row[0]) for row in re.findall(r"^ *[\d,]+ +[\d.]+% +(\d+)  (\S.*)$", output, re.M)}
+        self.assertEqual({name: found.get(name) for name in ("{anonymous}::inner", "outer::of", "first", "M__pack")},
+                         {"{anonymous}::inner": 2, "outer::of": 2, "first": 1, "M__pack": 2})
+
+    def test_ATextSizeThatCannotBeToldIsAnError(self):
+        bare = self.work / "bare.so"
+        subprocess.run(["strip", "-o", bare, SETTINGS["demo"]], check=True)
+        for arguments, expected in (([self.work / "missing"], "no such file, expected a shared library"),
+                                    ([self.script("scripts/text-size")], "Not an ELF file"),
+                                    (["--by-family", bare], "has no symbols; expected a library that is not stripped")):
+            status, _, errors = self.text_size(*arguments)
+            self.assertEqual(status, 1)
+            self.assertIn(expected, errors)
+            self.assertNotIn("Traceback", errors)
+
+    def test_WithoutBinutilsTheTextSizeSaysWhatIsMissing(self):
+        status, output, errors = self.run_script(self.script("scripts/text-size"), SETTINGS["demo"])
+        self.assertEqual((status, output), (1, ""))
+        self.assertIn("'readelf' is not installed, expected it from package binutils", errors)
+
     # Where a script is, and where it is called from.
 
     def test_ScriptsWorkFromAnyFolderThroughALinkInAFolderWithAnOddName(self):
