@@ -18,14 +18,19 @@ MAY_INCLUDE = [
     (r"include/mesh_fib6/", [r"include/mesh_fib6/"]),
     (r"platform/", []),
     (r"runtime/", [r"runtime/", r"platform/"]),
-    (r"wire/", [r"wire/", r"runtime/", r"platform/"]),
-    (r"transport/", [r"transport/", r"wire/", r"runtime/", r"platform/"]),
+    (r"wire/format/", [r"wire/format/", r"runtime/", r"platform/"]),
+    (r"wire/general/", [r"wire/(general|format)/", r"runtime/", r"platform/"]),
+    (r"wire/quick/", [r"wire/(quick|format)/", r"wire/general/handover\.h$", r"runtime/",
+                      r"platform/"]),
+    (r"wire/codec\.", [r"wire/", r"runtime/", r"platform/"]),
+    (r"transport/", [r"transport/", r"wire/codec\.h$", r"wire/format/(schema|layout)\.h$",
+                     r"runtime/", r"platform/"]),
     (r"modules/(?P<m>[^/]+)/", [r"modules/{m}/", r"include/mesh_fib6/{m}\.h$",
-                                r"include/mesh_fib6/message_api\.h$", r"transport/", r"wire/",
-                                r"runtime/", r"platform/"]),
+                                r"include/mesh_fib6/message_api\.h$", r"transport/",
+                                r"wire/format/schema\.h$", r"runtime/", r"platform/"]),
     (r"host/", [r"host/", r"platform/"]),
     (r"tools/", [r"tools/", r"modules/[^/]+/schema\.h$", r"include/mesh_fib6/",
-                 r"wire/(schema|layout)\.h$", r"transport/message\.h$"]),
+                 r"wire/format/(schema|layout)\.h$", r"transport/message\.h$"]),
     (r"examples/", [r"host/(mesh|osal|memory)_host\.h$", r"platform/(mesh|osal)\.h$",
                     r"include/mesh_fib6/"]),
     (r"demo/", [r"demo/", r"host/(mesh|osal|memory)_host\.h$", r"platform/(mesh|osal)\.h$",
@@ -33,6 +38,9 @@ MAY_INCLUDE = [
     # What the codec is compared with must not be made of it.
     (r"tests/reference/", [r"tests/reference/", r"tools/descriptors\.h$", r"include/mesh_fib6/"]),
 ]
+# A processor's instructions are named in one file.
+INTRINSICS = ("immintrin.h", "arm_neon.h")
+LANES = "wire/quick/lanes.h"
 # Folders that are searched for headers, and what users call those that are installed from elsewhere.
 SEARCHED = ("", "include/")
 INSTALLED = re.compile(r"mesh_fib6/((?:host|platform)/.*)")
@@ -76,6 +84,10 @@ def problems(tree):
         with open(os.path.join(tree, file), encoding="utf-8") as text:
             content = text.read()
         for match in INCLUDE.finditer(content):
+            if match.group(2) in INTRINSICS and file != LANES:
+                line = content.count("\n", 0, match.start()) + 1
+                found.append(f"{file}:{line}: may not include {match.group(2)}, only {LANES} may")
+                continue
             included = target_of(tree, file, match.group(1) or match.group(2),
                                  match.group(2) is not None)
             if included is None or allowed(file, included):
@@ -94,16 +106,32 @@ SAMPLES = [
     ("platform/a.h", '"runtime/unit.h"', True),
     ("runtime/a.cpp", '"runtime/unit.h"', False),
     ("runtime/a.cpp", '"platform/osal.h"', False),
-    ("runtime/a.cpp", '"wire/schema.h"', True),
-    ("runtime/a.cpp", "<wire/schema.h>", True),
-    ("wire/a.h", '"runtime/unit.h"', False),
-    ("wire/a.h", '"schema.h"', False),
-    ("wire/a.h", '"platform/memory.h"', False),
-    ("wire/a.h", '"transport/send.h"', True),
-    ("wire/a.h", '"../transport/send.h"', True),
-    ("wire/a.h", "<mesh_fib6/one.h>", True),
-    ("wire/a.h", '"tests/support/fake.h"', True),
-    ("transport/a.cpp", '"wire/schema.h"', False),
+    ("runtime/a.cpp", '"wire/format/schema.h"', True),
+    ("runtime/a.cpp", "<wire/format/schema.h>", True),
+    ("wire/format/a.h", '"runtime/unit.h"', False),
+    ("wire/format/a.h", '"schema.h"', False),
+    ("wire/format/a.h", '"wire/general/reader.h"', True),
+    ("wire/general/a.cpp", '"platform/memory.h"', False),
+    ("wire/general/a.cpp", '"wire/format/schema.h"', False),
+    ("wire/general/a.cpp", '"wire/quick/lanes.h"', True),
+    ("wire/quick/a.h", '"wire/general/handover.h"', False),
+    ("wire/quick/a.h", '"wire/general/reader.h"', True),
+    ("wire/quick/a.h", '"../general/reader.h"', True),
+    ("wire/quick/a.h", '"wire/codec.h"', True),
+    ("wire/codec.h", '"wire/general/reader.h"', False),
+    ("wire/codec.h", '"transport/send.h"', True),
+    ("wire/format/a.h", '"transport/send.h"', True),
+    ("wire/format/a.h", '"../../transport/send.h"', True),
+    ("wire/format/a.h", "<mesh_fib6/one.h>", True),
+    ("wire/format/a.h", '"tests/support/fake.h"', True),
+    ("transport/a.cpp", '"wire/codec.h"', False),
+    ("transport/a.cpp", '"wire/general/reader.h"', True),
+    ("transport/a.cpp", '"wire/quick/lanes.h"', True),
+    ("modules/one/one.cpp", '"wire/codec.h"', True),
+    ("wire/general/a.cpp", "<arm_neon.h>", True),
+    ("wire/quick/a.h", "<immintrin.h>", True),
+    ("wire/quick/lanes.h", "<immintrin.h>", False),
+    ("transport/a.cpp", '"wire/format/schema.h"', False),
     ("transport/a.cpp", '"platform/mesh.h"', False),
     ("transport/a.cpp", "<mesh_fib6/message_api.h>", True),
     ("transport/a.cpp", '"include/mesh_fib6/one.h"', True),
@@ -119,13 +147,13 @@ SAMPLES = [
     ("include/mesh_fib6/one.h", "<stdint.h>", False),
     ("include/mesh_fib6/one.h", '"platform/mesh.h"', True),
     ("include/mesh_fib6/one.h", '"../../platform/mesh.h"', True),
-    ("include/mesh_fib6/one.h", '"wire/schema.h"', True),
+    ("include/mesh_fib6/one.h", '"wire/format/schema.h"', True),
     ("host/a.cpp", '"platform/mesh.h"', False),
     ("host/a.h", '"../platform/mesh.h"', False),
     ("host/a.cpp", '"platform/osal.h"', False),
     ("host/a.cpp", "<mesh_fib6/one.h>", True),
     ("host/a.cpp", '"runtime/unit.h"', True),
-    ("host/a.cpp", '"wire/schema.h"', True),
+    ("host/a.cpp", '"wire/format/schema.h"', True),
     ("tools/a.cpp", '"modules/one/schema.h"', False),
     ("tools/a.cpp", '"runtime/unit.h"', True),
     ("tools/a.cpp", '"host/mesh_host.h"', True),
@@ -139,12 +167,12 @@ SAMPLES = [
     ("demo/a.cpp", "<mesh_fib6/platform/mesh.h>", False),
     ("demo/a.cpp", "<mesh_fib6/platform/memory.h>", True),
     ("demo/a.cpp", '"modules/one/schema.h"', True),
-    ("demo/a.cpp", '"wire/schema.h"', True),
+    ("demo/a.cpp", '"wire/format/schema.h"', True),
     ("demo/a.cpp", "<vector>", False),
     ("tests/reference/a.cpp", '"tests/reference/b.h"', False),
     ("tests/reference/a.cpp", '"tools/descriptors.h"', False),
     ("tests/reference/a.cpp", "<mesh_fib6/one.h>", False),
-    ("tests/reference/a.cpp", '"wire/schema.h"', True),
+    ("tests/reference/a.cpp", '"wire/format/schema.h"', True),
     ("tests/reference/a.cpp", '"transport/send.h"', True),
     ("tests/reference/a.cpp", '"runtime/unit.h"', True),
     ("tests/reference/a.cpp", '"tests/support/fake.h"', True),
@@ -152,7 +180,8 @@ SAMPLES = [
 ]
 THERE = ["include/mesh_fib6/message_api.h", "include/mesh_fib6/one.h", "include/mesh_fib6/two.h",
          "platform/mesh.h", "platform/osal.h", "platform/memory.h", "runtime/unit.h",
-         "wire/schema.h", "transport/send.h", "modules/one/schema.h",
+         "wire/format/schema.h", "wire/general/reader.h", "wire/general/handover.h",
+         "wire/quick/lanes.h", "wire/codec.h", "transport/send.h", "modules/one/schema.h",
          "modules/two/schema.h", "host/mesh_host.h", "host/connection.h", "demo/text.h",
          "tools/descriptors.h",
          "tests/reference/b.h", "tests/support/fake.h", "fuzz/seeds.h"]

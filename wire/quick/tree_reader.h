@@ -9,7 +9,7 @@
 #pragma once
 
 #include "platform/memory.h"
-#include "wire/general/reader.h"
+#include "wire/general/handover.h"
 #include "wire/quick/run_reader.h"
 
 #include <algorithm>
