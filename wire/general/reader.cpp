@@ -9,50 +9,79 @@ namespace mesh_fib6::wire::general {
 
 using runtime::log_category;
 
-bool reader::open_table(uint32_t at, const char *function, table_ref &table) {
+// Says in the log what find_table() found wrong with the table at `at`.
+[[gnu::cold]] void reader::report_table(uint32_t at, const char *function) {
   if (at < root_offset_size || !in_.holds(at, soffset_size)) {
     runtime::write_log(unit_, log_category::validation, __LINE__, function,
                        "[VARKO]:Table offset(%u) is out of range(4 - %u)", at, in_.size);
-    return false;
+    return;
   }
   const uint32_t vtable = at - order_.word(in_.bytes + at);
   if (vtable < root_offset_size || !in_.holds(vtable, 4)) {
     runtime::write_log(unit_, log_category::validation, __LINE__, function,
                        "[VARKO]:Vtable offset(%u) is out of range(4 - %u)", at, in_.size - 4);
-    return false;
+    return;
   }
+  const uint32_t vtable_size = order_.half(in_.bytes + vtable);
+  runtime::write_log(unit_, log_category::validation, __LINE__, function,
+                     "[VARKO]:Vtable Len(%u) is out of range(0 - %u)", vtable_size,
+                     in_.size - vtable);
+}
+
+[[gnu::always_inline]] inline bool reader::find_table(uint32_t at, table_ref &table) const {
+  if (at < root_offset_size || !in_.holds(at, soffset_size))
+    return false;
+  const uint32_t vtable = at - order_.word(in_.bytes + at);
+  if (vtable < root_offset_size || !in_.holds(vtable, 4))
+    return false;
   table = {at, vtable, order_.half(in_.bytes + vtable)};
-  if (!in_.holds(vtable, table.vtable_size)) {
-    runtime::write_log(unit_, log_category::validation, __LINE__, function,
-                       "[VARKO]:Vtable Len(%u) is out of range(0 - %u)", table.vtable_size,
-                       in_.size - vtable);
-    return false;
-  }
-  return true;
+  return in_.holds(vtable, table.vtable_size);
 }
 
-bool reader::read_fields(const table_ref &table, const table_info &info, void *record,
+bool reader::open_table(uint32_t at, const char *function, table_ref &table) {
+  if (__builtin_expect(find_table(at, table), true))
+    return true;
+  report_table(at, function);
+  return false;
+}
+
+// A vtable shorter than the schema comes from an older peer: what it lacks is absent, as is what it
+// says is not there.
+bool reader::read_fields(table_ref table, const table_info &info, void *record,
                          const char *decoding, uint32_t first_slot) {
-  for (uint32_t slot = first_slot; slot < info.slots(); slot++) {
-    uint32_t at = 0;
-    if (find(table, slot, at) && !read_field(info.field(slot), at, record, decoding))
+  // Kept at hand: for all that the compiler knows, a store to the record may change the members.
+  const byte_order order = order_;
+  const received in = in_;
+  const uint8_t *const entries = in.bytes + table.vtable + vtable_size_of(0);
+  const uint32_t found = table.vtable_size < 4 ? 0 : (table.vtable_size - 4) / 2;
+  const uint32_t slots = found < info.slots() ? found : info.slots();
+  const field_info *const fields = &info.field(0);
+  for (uint32_t slot = first_slot; slot < slots; slot++) {
+    const uint32_t entry = order.half(entries + size_t{2} * slot);
+    if (entry == 0)
+      continue;
+    const field_info &field = fields[slot];
+    const uint32_t at = table.at + entry;
+    if (field.of != kind::scalar) {
+      if (!read_field(field, at, record, decoding))
+        return false;
+      continue;
+    }
+    if (!in.holds(at, field.width))
       return false;
+    uint8_t *const value = member(field, record);
+    if (field.width == 4)
+      store(value, order.word(in.bytes + at));
+    else if (field.width == 2)
+      store(value, order.half(in.bytes + at));
+    else
+      *value = in.bytes[at];
   }
   return true;
-}
-
-// Where the field of a slot lies. A vtable shorter than the schema comes from an older peer: what
-// it lacks is absent, as is what it says is not there.
-bool reader::find(const table_ref &table, uint32_t slot, uint32_t &at) const {
-  if (table.vtable_size < vtable_size_of(slot + 1))
-    return false;
-  const uint32_t entry = order_.half(in_.bytes + table.vtable + vtable_size_of(slot));
-  at = table.at + entry;
-  return entry != 0;
 }
 
 // Follows the uoffset at `at`.
-bool reader::follow(uint32_t at, uint32_t &target) const {
+[[gnu::always_inline]] inline bool reader::follow(uint32_t at, uint32_t &target) const {
   if (!in_.holds(at, uoffset_size))
     return false;
   target = at + order_.word(in_.bytes + at);
@@ -60,7 +89,8 @@ bool reader::follow(uint32_t at, uint32_t &target) const {
 }
 
 // A vector of `width`-byte items: where the first one lies and how many there are.
-bool reader::open_vector(uint32_t at, uint32_t width, uint32_t &items, uint32_t &count) const {
+[[gnu::always_inline]] inline bool reader::open_vector(uint32_t at, uint32_t width, uint32_t &items,
+                                                       uint32_t &count) const {
   uint32_t vector = 0;
   if (!follow(at, vector) || !in_.holds(vector, vector_length_size))
     return false;
@@ -71,8 +101,6 @@ bool reader::open_vector(uint32_t at, uint32_t width, uint32_t &items, uint32_t 
 
 bool reader::read_field(const field_info &field, uint32_t at, void *record, const char *decoding) {
   switch (field.of) {
-  case kind::scalar:
-    return read_scalar(field, at, record);
   case kind::words:
   case kind::bytes:
     return read_array(field, at, record);
@@ -83,20 +111,8 @@ bool reader::read_field(const field_info &field, uint32_t at, void *record, cons
   }
 }
 
-bool reader::read_scalar(const field_info &field, uint32_t at, void *record) const {
-  if (!in_.holds(at, field.width))
-    return false;
-  uint8_t *const value = member(field, record);
-  if (field.width == 1)
-    *value = in_.bytes[at];
-  else if (field.width == 2)
-    store(value, order_.half(in_.bytes + at));
-  else
-    store(value, order_.word(in_.bytes + at));
-  return true;
-}
-
-bool reader::read_array(const field_info &field, uint32_t at, void *record) const {
+[[gnu::always_inline]] inline bool reader::read_array(const field_info &field, uint32_t at,
+                                                      void *record) const {
   const bool is_words = field.of == kind::words;
   uint32_t items = 0, count = 0;
   if (!open_vector(at, is_words ? 4 : 1, items, count) || count != field.number)
@@ -147,8 +163,13 @@ bool reader::read_elements(uint32_t word, const table_info &info, uint8_t *recor
     clear_memory(records, info.record_size());
     const uint32_t at = word + order_.word(in_.bytes + word);
     table_ref table{};
-    if (at < word || !open_table(at, info.non_root(), table) ||
-        !read_fields(table, info, records, info.non_root()))
+    if (at < word)
+      return false;
+    if (!__builtin_expect(find_table(at, table), true)) {
+      report_table(at, info.non_root());
+      return false;
+    }
+    if (!read_fields(table, info, records, info.non_root()))
       return false;
   }
   return true;

@@ -32,19 +32,19 @@ public:
   // Fields of a table, from a slot on, into a record in which they are zero. `decoding` names the
   // function on whose behalf members are allocated. False when one of them is refused: what lies
   // before it in the record stays.
-  bool read_fields(const table_ref &table, const table_info &info, void *record,
-                   const char *decoding, uint32_t first_slot = 0);
+  bool read_fields(table_ref table, const table_info &info, void *record, const char *decoding,
+                   uint32_t first_slot = 0);
 
   // Elements of a vector into records that it clears first. The offset words from `word` on are
   // inside the buffer.
   bool read_elements(uint32_t word, const table_info &info, uint8_t *records, uint32_t count);
 
 private:
-  bool find(const table_ref &table, uint32_t slot, uint32_t &at) const;
+  bool find_table(uint32_t at, table_ref &table) const;
+  void report_table(uint32_t at, const char *function);
   bool follow(uint32_t at, uint32_t &target) const;
   bool open_vector(uint32_t at, uint32_t width, uint32_t &items, uint32_t &count) const;
   bool read_field(const field_info &field, uint32_t at, void *record, const char *decoding);
-  bool read_scalar(const field_info &field, uint32_t at, void *record) const;
   bool read_array(const field_info &field, uint32_t at, void *record) const;
   bool read_embedded(const field_info &field, uint32_t at, void *record);
   bool read_vector(const field_info &field, uint32_t at, void *record, const char *decoding);

@@ -95,7 +95,8 @@ template <class Record>
   constexpr uint32_t vtable_size = shape_of::vtable_size;
   const size_t at = size_t{word} + load<uint32_t>(in.bytes + word);
   if (at < root_offset_size + vtable_size ||
-      at + (shape_of::smallest - vtable_size) > size_t{in.size} || in.size < lane_count)
+      at + (shape_of::smallest - vtable_size) > size_t{in.size} ||
+      (shape_of::overrun > 0 && in.size < lane_count))
     return 0;
   return read_table<Record, 0>(in.bytes + at, in.bytes + in.size, *record) != nullptr;
 }

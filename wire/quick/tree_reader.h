@@ -127,6 +127,7 @@ private:
     constexpr bool is_bytes = Field::of == kind::byte_vector;
     if (!in().holds(vector, vector_length_size))
       return outcome::declined;
+    const uint32_t behind = size_ - vector_length_size - vector;
     const uint32_t count = load<uint32_t>(bytes_ + vector);
     const uint32_t items = vector + vector_length_size;
     // So many that neither their offset words nor their records take more bytes than 32 bits can
@@ -134,7 +135,7 @@ private:
     constexpr uint32_t most =
         is_bytes ? UINT32_MAX
                  : std::min(general::max_word_count, UINT32_MAX / uint32_t{sizeof(value_type)});
-    if (count > most || !in().holds(items, is_bytes ? count : uoffset_size * count))
+    if (count > most || (is_bytes ? count : uoffset_size * count) > behind)
       return outcome::declined;
     Field::count(record) = count;
     if (count == 0)
