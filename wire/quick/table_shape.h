@@ -90,6 +90,16 @@ struct table_shape {
   static constexpr bool covers_record = cover_record();
 };
 
+// Whether a vector of one element deserves code of its own: where it is the only vector of tables
+// of its message, short messages are common.
+template <class Record>
+constexpr bool has_one_table_vector() {
+  uint32_t vectors = 0;
+  for_each_field<Record>(
+      [&vectors]<class Field>(Field) { vectors += Field::of == kind::table_vector ? 1 : 0; });
+  return vectors == 1;
+}
+
 // Whether a table that comes once in a message goes by groups.
 template <class Record>
 constexpr bool goes_by_groups() {

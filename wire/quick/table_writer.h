@@ -120,8 +120,12 @@ private:
         return;
       const value_type *const elements = Field::pointer(record);
       const uint32_t count = Field::count(record);
-      cursor_ = count == 1 ? write_single(cursor_, word, *elements)
-                           : write_run(cursor_, word, elements, count);
+      if constexpr (has_one_table_vector<Record>())
+        if (count == 1) {
+          cursor_ = write_single(cursor_, word, *elements);
+          return;
+        }
+      cursor_ = write_run(cursor_, word, elements, count);
     }
   }
 

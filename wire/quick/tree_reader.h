@@ -152,8 +152,9 @@ private:
       copy_memory(elements, bytes_ + items, count);
       return outcome::read;
     } else {
+      const bool is_single = has_one_table_vector<Record>() && count == 1;
       const uint32_t done =
-          count == 1 ? read_single(in(), items, elements) : read_run(in(), items, elements, count);
+          is_single ? read_single(in(), items, elements) : read_run(in(), items, elements, count);
       if (__builtin_expect(done == count, true))
         return outcome::read;
       return general::finish_elements(unit_, in(), items + uoffset_size * done,
