@@ -42,7 +42,7 @@ std::string hexadecimal(const bytes &wire) {
   std::string text;
   std::array<char, 4> byte{};
   for (const uint8_t each : wire) {
-    snprintf(byte.data(), byte.size(), "%02x ", each);
+    (void)snprintf(byte.data(), byte.size(), "%02x ", each);
     text += byte.data();
   }
   return text;

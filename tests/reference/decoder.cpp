@@ -119,7 +119,8 @@ bool decoder::read_field(const table_descriptor &owner, const field_descriptor &
   case kind::table_vector:
   case kind::byte_vector:
     if (is_element) {
-      fprintf(stderr, "%s: elements with vectors of their own are not foreseen here\n", owner.name);
+      (void)fprintf(stderr, "%s: elements with vectors of their own are not foreseen here\n",
+                    owner.name);
       abort();
     }
     return read_vector(owner, field, at, record);

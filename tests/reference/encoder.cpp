@@ -62,8 +62,8 @@ void encoder::put(uint32_t at, uint32_t value, uint32_t width) {
 uint32_t encoder::append(uint32_t value, uint32_t width) {
   const uint32_t at = end_;
   if (max_encoded - at < width) {
-    fprintf(stderr, "reference::encoder: a record that encodes to more than %u bytes\n",
-            max_encoded);
+    (void)fprintf(stderr, "reference::encoder: a record that encodes to more than %u bytes\n",
+                  max_encoded);
     abort();
   }
   end_ += width;

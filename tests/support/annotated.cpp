@@ -36,7 +36,7 @@ bool consists_of(const std::string &text, int (*kind)(int)) {
 std::string section_name(const std::string &line, const place &at) {
   if (line.back() != ']')
     fail(at, "a section's name ends with ']'");
-  const std::string name = trimmed(line.substr(1, line.size() - 2));
+  std::string name = trimmed(line.substr(1, line.size() - 2));
   if (name.empty())
     fail(at, "a section needs a name: [record NAME] or [NAME]");
   return name;

@@ -64,7 +64,7 @@ inline bytes packed(const message_descriptor &message, const void *original, uin
 
 // The same at both edges.
 inline bytes packed(const message_descriptor &message, const void *record, uint32_t capacity) {
-  const bytes written = packed(message, record, capacity, edge::before);
+  bytes written = packed(message, record, capacity, edge::before);
   EXPECT_EQ(packed(message, record, capacity, edge::behind), written);
   return written;
 }
