@@ -22,7 +22,7 @@ int memset_s(void *destination, size_t destination_size, int value, size_t count
  * size. */
 int memcpy_s(void *destination, size_t destination_size, const void *source, size_t count);
 
-/* The same, under the name of the platform's assembler variant. */
+/* memcpy_s under the name of the platform's assembler variant. */
 int memcpy_sOptAsm(void *destination, size_t destination_size, const void *source, size_t count);
 
 #ifdef __cplusplus

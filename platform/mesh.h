@@ -28,7 +28,7 @@ typedef struct msg_desc {
  * callers of this library see the low 32 bits. Any thread. */
 uint64_t MESH_SendMsg(uint32_t destination, const msg_desc *messages, uint32_t count);
 
-/* The same for one 64-bit target behind the destination (used when the target is not 0). */
+/* As above, for one 64-bit target behind the destination (used when the target is not 0). */
 uint64_t MESH_SendToMsg(uint32_t destination, const msg_desc *messages, uint32_t count,
                         uint64_t target);
 

@@ -1,7 +1,7 @@
 // What the schema says of every message, as values that a program can walk at run time: for tools,
 // tests and documents, which meet a message by its name and not by its type.
 //
-// Room: tools. May include wire/schema.h, wire/layout.h, transport/message.h and the modules'
+// Room: tools. May include wire/format/schema.h and layout.h, transport/message.h and the modules'
 // schemas; nothing else of the library. Nothing is written here that the schema says already.
 //
 // Everything is constexpr. A program that uses only tables needs no library; one that touches

@@ -58,7 +58,7 @@ MESH_FIB6_TABLE(feiBrokerFib6_dod_aging, 24, 20, f0, f1, f2, f3, f4, f5);
 MESH_FIB6_TABLE(feiBrokerFib6_special_ip, 12, 16, f0, f1, f2, f3);
 
 // The module's messages in the order in which they are registered: the record, its root form
-// (wire/decoder.h), the identifier, and the size of a message of zeros as it is sent.
+// (wire/codec.h), the identifier, and the size of a message of zeros as it is sent.
 #define MESH_FIB6_FIB6_MESSAGES(X)                                                                 \
   X(feiBrokerFib6_ipv6FwdUpdateMsg, header_first, 0x5026A923, 16)                                  \
   X(feiBrokerFib6_ipv6FwdDelMsg, header_first, 0x0B394879, 16)                                     \

@@ -27,7 +27,7 @@ MESH_FIB6_TABLE(fib6_cfg_query_fib6check_key, 48, 20, f0, f1);
 MESH_FIB6_TABLE(fib6_cfg_query_fib6check_rec, 288, 20, f0, f1);
 
 // The module's messages in the order in which they are registered: the record, its root form
-// (wire/decoder.h), the identifier, and the size of a message of zeros as it is sent.
+// (wire/codec.h), the identifier, and the size of a message of zeros as it is sent.
 #define MESH_FIB6_FIB6_CFG_MESSAGES(X)                                                             \
   X(fib6_cfg_query_fib6_key, header_first, 0x727C4D11, 88)                                         \
   X(fib6_cfg_query_fib6_rec, header_first, 0x8B27C60C, 36)                                         \

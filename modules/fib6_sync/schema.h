@@ -72,7 +72,7 @@ MESH_FIB6_TABLE(fib6Sync_specialIpUpdateMsg, 16, 20, f0, f1);
 MESH_FIB6_TABLE(fib6Sync_specialIpDeleteMsg, 12, 20, f0, f1);
 
 // The module's messages in the order in which they are registered: the record, its root form
-// (wire/decoder.h), the identifier, and the size of a message of zeros as it is sent.
+// (wire/codec.h), the identifier, and the size of a message of zeros as it is sent.
 #define MESH_FIB6_FIB6_SYNC_MESSAGES(X)                                                            \
   X(fib6Sync_svcCtxMsg, header_first, 0x43B81539, 80)                                              \
   X(fib6Sync_ipv6FwdUpdateMsg, table, 0x48CDB5CB, 152)                                             \

@@ -210,7 +210,7 @@ template <class Record, class Visit>
   (typename table<Record>::fields{});
 }
 
-// The same until visit(field) is false; whether all were true.
+// Calls it until visit(field) is false; whether all were true.
 template <class Record, class Visit>
 [[gnu::always_inline]] constexpr bool all_fields(Visit &&visit) {
   return [&]<class... Fields>(type_list<Fields...>) __attribute__((always_inline)) {

@@ -24,7 +24,7 @@ namespace mesh_fib6::wire {
 
 inline constexpr uint32_t lane_count = 16;
 
-// The same sixteen bytes as 16, 8, 4 or 2 lanes.
+// Sixteen bytes as 16, 8, 4 or 2 lanes.
 using lanes = uint8_t __attribute__((vector_size(16)));
 using half_lanes = uint16_t __attribute__((vector_size(16)));
 using word_lanes = uint32_t __attribute__((vector_size(16)));
