@@ -122,6 +122,24 @@ struct full_prefix {
     return result;
   }
   static constexpr contents made = make();
+  // Whether its values and the last embedded record leave no byte of the record unstored.
+  static constexpr bool cover_record() {
+    bool stored[sizeof(Record)]{};
+    for (uint32_t i = 0; i < made.values.count; i++)
+      for (uint32_t byte = 0; byte < made.values.of[i].size; byte++)
+        stored[made.values.of[i].record_at + byte] = true;
+    for_each_field<Record>([&stored]<class Field>(Field) {
+      if constexpr (Field::of == kind::table)
+        for (size_t i = 0; Field::slot == last && i < sizeof(typename Field::value_type); i++)
+          stored[Field::offset + i] = table_shape<typename Field::value_type>::covers_record;
+    });
+    for (const bool is_stored : stored)
+      if (!is_stored)
+        return false;
+    return true;
+  }
+  static constexpr bool covers_record = cover_record();
+
   static constexpr constant_part<size> part = made.part;
   static constexpr stretch_list<sizeof(Record)> values = made.values;
 };
@@ -143,7 +161,7 @@ template <class Record>
     using prefix = full_prefix<Record>;
     if (in.size < prefix::size + prefix::least_behind || !begins_with<prefix::part>(bytes))
       return false;
-    if constexpr (!shape_of::covers_record)
+    if constexpr (!prefix::covers_record)
       memset(&record, 0, sizeof record);
     auto *const to = reinterpret_cast<uint8_t *>(&record);
     for_each_stretch<prefix::values>([&](auto index) __attribute__((always_inline)) {

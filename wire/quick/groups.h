@@ -98,17 +98,6 @@ constexpr group_list group_scalars() {
 template <class Record>
 inline constexpr group_list groups_of = detail::group_scalars<Record>();
 
-// Whether the positions in a record's compact tables depend on nothing but which scalars are
-// absent.
-template <class Record>
-constexpr bool is_grouped() {
-  return all_fields<Record>([]<class Field>(Field) {
-    if constexpr (Field::of == kind::table)
-      return is_grouped<typename Field::value_type>();
-    return !Field::is_vector;
-  });
-}
-
 // Calls visit(index) for each group of a record, the index being a constant.
 template <class Record, class Visit>
 [[gnu::always_inline]] inline void for_each_group(Visit &&visit) {
