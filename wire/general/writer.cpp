@@ -79,7 +79,7 @@ public:
   }
 
 private:
-  static uint8_t *entry_of(uint8_t *vtable, uint32_t slot) { return vtable + 4 + size_t{2} * slot; }
+  static uint8_t *entry_of(uint8_t *vtable, uint32_t slot) { return vtable + vtable_size_of(slot); }
 
   static bool is_present(const field_info &field, const void *record) {
     switch (field.of) {

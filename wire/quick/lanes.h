@@ -199,7 +199,8 @@ template <class Lanes>
 #elif defined(MESH_FIB6_NEON)
   return vqaddq_u8(a, b);
 #else
-  return (a + b) | reinterpret_cast<lanes>(a + b < a);
+  const lanes sum = a + b;
+  return sum | reinterpret_cast<lanes>(sum < a);
 #endif
 }
 

@@ -182,6 +182,29 @@ template <class Record, uint32_t Behind>
 [[gnu::always_inline]] inline const uint8_t *read_table(const uint8_t *at, const uint8_t *end,
                                                         Record &record);
 
+// The embedded tables of a table whose tail is at `tail`, from `cursor` on, which is moved behind
+// them.
+template <class Record, uint32_t Behind>
+[[gnu::always_inline]] inline bool read_tables_behind(const uint8_t *tail, const uint8_t *&cursor,
+                                                      const uint8_t *end, Record &record) {
+  uint32_t word = 0;
+  return all_fields<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
+    if constexpr (Field::of == kind::table) {
+      using embedded = typename Field::value_type;
+      const uint8_t *const target = cursor + table<embedded>::vtable_size;
+      if (load<uint32_t>(tail + word) != static_cast<uint32_t>(target - (tail + word)))
+        return false;
+      cursor = read_table<embedded, Behind + tables_after<Record>(Field::slot)>(
+          target, end, Field::value(record));
+      if (cursor == nullptr)
+        return false;
+    }
+    if constexpr (!Field::is_scalar)
+      word += uoffset_size;
+    return true;
+  });
+}
+
 template <class Record, uint32_t Behind>
 [[gnu::always_inline]] inline const uint8_t *read_table(const uint8_t *at, const uint8_t *end,
                                                         Record &record) {
@@ -204,24 +227,7 @@ template <class Record, uint32_t Behind>
     reading.read_last_scalars(at, end, record);
   table_reading<Record>::read_arrays(tail, record);
   const uint8_t *cursor = tail + shape_of::tail;
-  uint32_t word = 0;
-  const bool is_compact =
-      all_fields<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
-        if constexpr (Field::of == kind::table) {
-          using embedded = typename Field::value_type;
-          const uint8_t *const target = cursor + table<embedded>::vtable_size;
-          if (load<uint32_t>(tail + word) != static_cast<uint32_t>(target - (tail + word)))
-            return false;
-          cursor = read_table<embedded, Behind + tables_after<Record>(Field::slot)>(
-              target, end, Field::value(record));
-          if (cursor == nullptr)
-            return false;
-        }
-        if constexpr (!Field::is_scalar)
-          word += uoffset_size;
-        return true;
-      });
-  return is_compact ? cursor : nullptr;
+  return read_tables_behind<Record, Behind>(tail, cursor, end, record) ? cursor : nullptr;
 }
 
 } // namespace mesh_fib6::wire

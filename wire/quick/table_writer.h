@@ -39,6 +39,8 @@ public:
 private:
   static constexpr uint32_t vtable_size = table<Record>::vtable_size;
 
+  // Of the offset words, those are read that have been stored before.
+  // cppcheck-suppress uninitMemberVarPrivate
   explicit table_writer(uint8_t *at)
       : vtable_(at), table_(at + vtable_size), cursor_(table_ + soffset_size) {}
 

@@ -76,18 +76,22 @@ private:
         return outcome::declined;
       Field::value(record) = load<value_type>(bytes_ + at);
       return outcome::read;
+    } else {
+      if (!in().holds(at, uoffset_size))
+        return outcome::declined;
+      const uint32_t target = at + load<uint32_t>(bytes_ + at);
+      return target < at ? outcome::declined : read_target<Field>(target, record);
     }
-    uint32_t target = 0;
-    if (!in().holds(at, uoffset_size))
-      return outcome::declined;
-    target = at + load<uint32_t>(bytes_ + at);
-    if (target < at)
-      return outcome::declined;
+  }
+
+  // What an offset word refers to.
+  template <class Field>
+  [[gnu::always_inline]] outcome read_target(uint32_t target, Record &record) {
     if constexpr (Field::of == kind::table)
       return read_embedded(target, Field::value(record));
     else if constexpr (Field::is_vector)
       return read_vector<Field>(target, record);
-    else if constexpr (Field::is_fixed_array)
+    else
       return read_array<Field>(target, record);
   }
 
