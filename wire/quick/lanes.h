@@ -157,7 +157,7 @@ template <class Lanes>
 #elif defined(MESH_FIB6_NEON)
   return vqtbl1q_u8(values, control);
 #else
-  lanes result;
+  lanes result{};
   for (uint32_t i = 0; i < lane_count; i++)
     result[i] = (control[i] & no_lane) != 0 ? 0 : values[control[i] % lane_count];
   return result;
@@ -172,7 +172,7 @@ template <class Lanes>
 #elif defined(MESH_FIB6_NEON)
   return vmovl_u8(vld1_u8(eight));
 #else
-  half_lanes result;
+  half_lanes result{};
   for (uint32_t i = 0; i < lane_count / 2; i++)
     result[i] = eight[i];
   return result;
