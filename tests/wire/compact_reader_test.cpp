@@ -35,23 +35,31 @@ uint32_t take(const guarded_buffer &wire, uint32_t word, std::vector<uint8_t> &r
   const mesh_fib6::wire::received in{wire.data(), static_cast<uint32_t>(wire.size())};
   guarded_buffer room(sizeof(Record) * count);
   std::memset(room.data(), 0, room.size());
-  const uint32_t taken =
-      mesh_fib6::wire::read_run(in, word, reinterpret_cast<Record *>(room.data()), count);
+  auto *const first = reinterpret_cast<Record *>(room.data());
+  uint32_t taken = 0;
+  if constexpr (mesh_fib6::wire::has_shuffles)
+    taken = mesh_fib6::wire::read_run(in, word, first, count);
+  else
+    taken = mesh_fib6::wire::read_each(in, word, first, count);
   records.assign(room.data(), room.data() + room.size());
   return taken;
 }
 
 // With arrays of sixteen bytes or more behind the scalars nothing need follow the last table; with
 // 8 + 3 or no bytes, the rest of sixteen.
+constexpr uint32_t for_loads(uint32_t size) {
+  return mesh_fib6::wire::has_shuffles ? size : 0; // field by field nothing more is loaded
+}
+
 std::vector<reader> all_readers() {
   return {{"routes", route(), take<feiBrokerFib6_ipv6Fwd>, 0},
           {"next hops", hop_std(), take<feiBrokerFib6_nhp6Std>, 0},
-          {"extended next hops", hop_ext(), take<feiBrokerFib6_nhp6Ext>, 16 - 4 - 4 - 3},
-          {"VPN next hops", hop_vpn(), take<feiBrokerFib6_nhp6Vpn>, 16},
+          {"extended next hops", hop_ext(), take<feiBrokerFib6_nhp6Ext>, for_loads(16 - 4 - 4 - 3)},
+          {"VPN next hops", hop_vpn(), take<feiBrokerFib6_nhp6Vpn>, for_loads(16)},
           {"VXLAN next hops", hop_vxlan(), take<feiBrokerFib6_nhp6Vxlan>, 0},
-          {"group nodes", group_node(), take<feiBrokerFib6_nhp6GroupNode>, 16},
+          {"group nodes", group_node(), take<feiBrokerFib6_nhp6GroupNode>, for_loads(16)},
           {"segment lists", segment_list(), take<feiBrokerFib6_srv6SrList>, 0},
-          {"list keys", list_key(), take<feiBrokerFib6_srv6SrListKey>, 16},
+          {"list keys", list_key(), take<feiBrokerFib6_srv6SrListKey>, for_loads(16)},
           {"items", fib_item(), take<fib6_cfg_query_fib6_item>, 0}};
 }
 

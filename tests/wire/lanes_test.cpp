@@ -76,6 +76,8 @@ TEST(Lanes, AreSetWhenAnyOfTheirBitsIs) {
   }
 }
 
+#ifdef MESH_FIB6_HAS_SHUFFLES
+
 half_lanes halves_of(const eight &values) {
   return reinterpret_cast<half_lanes>(load_lanes(values.data()));
 }
@@ -86,6 +88,7 @@ eight halves_from(half_lanes values) {
 }
 
 TEST(Lanes, AreShuffledAsTheControlSaysAndZeroWhereItNamesNone) {
+  ASSERT_TRUE(has_shuffles);
   EXPECT_EQ(from(shuffled(of(counted), of({15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0}))),
             (sixteen{0x1F, 0x1E, 0x1D, 0x1C, 0x1B, 0x1A, 0x19, 0x18, 0x17, 0x16, 0x15, 0x14, 0x13,
                      0x12, 0x11, 0x10}));
@@ -172,5 +175,13 @@ TEST(Lanes, AreToldAsBitsByWords) {
     EXPECT_EQ(marked_words(of(flags)), set);
   }
 }
+
+#else
+
+TEST(Lanes, AreNotClaimedToBeShuffledWhereTheProcessorsOperationsAreNotUsed) {
+  EXPECT_FALSE(has_shuffles);
+}
+
+#endif
 
 } // namespace

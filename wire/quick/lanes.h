@@ -3,7 +3,7 @@
 // Room: wire/quick. The only file that names a processor's instructions. What GCC and Clang offer
 // as vector types is used as it stands (comparisons, sums, and/or); the rest, above all the byte
 // shuffle, is an intrinsic: pshufb on x86-64 (SSSE3, part of x86-64-v2), tbl on aarch64 (always
-// there). Without either a loop over the lanes does what the instruction would.
+// there). Without either has_shuffles is false, and tables go field by field.
 #pragma once
 
 #include <cstddef>
@@ -14,13 +14,21 @@
 #if defined(MESH_FIB6_PLAIN_CODEC)
 #elif defined(__SSE4_1__)
 #include <immintrin.h>
+#define MESH_FIB6_HAS_SHUFFLES 1
 #define MESH_FIB6_SSE 1
 #elif defined(__ARM_NEON)
 #include <arm_neon.h>
+#define MESH_FIB6_HAS_SHUFFLES 1
 #define MESH_FIB6_NEON 1
 #endif
 
 namespace mesh_fib6::wire {
+
+#ifdef MESH_FIB6_HAS_SHUFFLES
+inline constexpr bool has_shuffles = true;
+#else
+inline constexpr bool has_shuffles = false;
+#endif
 
 inline constexpr uint32_t lane_count = 16;
 
@@ -148,74 +156,56 @@ template <class Lanes>
 #endif
 }
 
+#ifdef MESH_FIB6_HAS_SHUFFLES
+
 // Lane i of the result is lane control[i] of the values, or zero where control[i] has no_lane, with
 // or without other bits.
 [[gnu::always_inline]] inline lanes shuffled(lanes values, lanes control) {
-#if defined(MESH_FIB6_SSE)
+#ifdef MESH_FIB6_SSE
   return reinterpret_cast<lanes>(
       _mm_shuffle_epi8(reinterpret_cast<__m128i>(values), reinterpret_cast<__m128i>(control)));
-#elif defined(MESH_FIB6_NEON)
-  return vqtbl1q_u8(values, control);
 #else
-  lanes result{};
-  for (uint32_t i = 0; i < lane_count; i++)
-    result[i] = (control[i] & no_lane) != 0 ? 0 : values[control[i] % lane_count];
-  return result;
+  return vqtbl1q_u8(values, control);
 #endif
 }
 
 // The first eight lanes, each widened to a half.
 [[gnu::always_inline]] inline half_lanes widened(const uint8_t *eight) {
-#if defined(MESH_FIB6_SSE)
+#ifdef MESH_FIB6_SSE
   return reinterpret_cast<half_lanes>(
       _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(eight))));
-#elif defined(MESH_FIB6_NEON)
-  return vmovl_u8(vld1_u8(eight));
 #else
-  half_lanes result{};
-  for (uint32_t i = 0; i < lane_count / 2; i++)
-    result[i] = eight[i];
-  return result;
+  return vmovl_u8(vld1_u8(eight));
 #endif
 }
 
 // The values where `flags` is not zero, zero where it is. Flags are below 2^15.
 [[gnu::always_inline]] inline half_lanes kept_where(half_lanes flags, half_lanes values) {
-#if defined(MESH_FIB6_SSE)
+#ifdef MESH_FIB6_SSE
   return reinterpret_cast<half_lanes>(
       _mm_sign_epi16(reinterpret_cast<__m128i>(values), reinterpret_cast<__m128i>(flags)));
-#elif defined(MESH_FIB6_NEON)
-  return vandq_u16(values, vtstq_u16(flags, flags));
 #else
-  return values & reinterpret_cast<half_lanes>(flags != 0);
+  return vandq_u16(values, vtstq_u16(flags, flags));
 #endif
 }
 
 // Sums that stop at 255.
 [[gnu::always_inline]] inline lanes capped_sum(lanes a, lanes b) {
-#if defined(MESH_FIB6_SSE)
+#ifdef MESH_FIB6_SSE
   return reinterpret_cast<lanes>(
       _mm_adds_epu8(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
-#elif defined(MESH_FIB6_NEON)
-  return vqaddq_u8(a, b);
 #else
-  const lanes sum = a + b;
-  return sum | reinterpret_cast<lanes>(sum < a);
+  return vqaddq_u8(a, b);
 #endif
 }
 
 [[gnu::always_inline]] inline uint32_t sum_of(lanes values) {
-#if defined(MESH_FIB6_SSE)
+#ifdef MESH_FIB6_SSE
   const __m128i halves = _mm_sad_epu8(reinterpret_cast<__m128i>(values), _mm_setzero_si128());
   return static_cast<uint32_t>(_mm_cvtsi128_si32(halves)) +
          static_cast<uint32_t>(_mm_extract_epi16(halves, 4));
-#elif defined(MESH_FIB6_NEON)
-  return vaddlvq_u8(values);
 #else
-  uint32_t sum = 0;
-  for (uint32_t i = 0; i < lane_count; i++)
-    sum += values[i];
-  return sum;
+  return vaddlvq_u8(values);
 #endif
 }
 
@@ -224,18 +214,16 @@ template <class Lanes>
 // the others `weights` holds nothing.
 [[gnu::always_inline]] inline uint32_t marked(lanes flags, [[maybe_unused]] lanes picks,
                                               [[maybe_unused]] lanes weights) {
-#if defined(MESH_FIB6_SSE)
+#ifdef MESH_FIB6_SSE
   return static_cast<uint32_t>(
       _mm_movemask_epi8(reinterpret_cast<__m128i>(shuffled(flags, picks))));
-#elif defined(MESH_FIB6_NEON)
-  return vaddvq_u8(flags & weights);
 #else
-  return sum_of(flags & weights);
+  return vaddvq_u8(flags & weights);
 #endif
 }
 
 // Whether marked_words() is less work than marked().
-#if defined(MESH_FIB6_SSE)
+#ifdef MESH_FIB6_SSE
 inline constexpr bool marks_words_quickly = true;
 #else
 inline constexpr bool marks_words_quickly = false;
@@ -243,11 +231,25 @@ inline constexpr bool marks_words_quickly = false;
 
 // Whether the words are set, bit i for word i. Words are all ones or all zeros.
 [[gnu::always_inline]] inline uint32_t marked_words(lanes flags) {
-#if defined(MESH_FIB6_SSE)
+#ifdef MESH_FIB6_SSE
   return static_cast<uint32_t>(_mm_movemask_ps(reinterpret_cast<__m128>(flags)));
 #else
   return marked(flags, lanes{}, reinterpret_cast<lanes>(word_lanes{1, 2, 4, 8}));
 #endif
 }
+
+#else
+
+// Not there: where has_shuffles is false nobody calls them.
+lanes shuffled(lanes values, lanes control);
+half_lanes widened(const uint8_t *eight);
+half_lanes kept_where(half_lanes flags, half_lanes values);
+lanes capped_sum(lanes a, lanes b);
+uint32_t sum_of(lanes values);
+uint32_t marked(lanes flags, lanes picks, lanes weights);
+uint32_t marked_words(lanes flags);
+inline constexpr bool marks_words_quickly = false;
+
+#endif
 
 } // namespace mesh_fib6::wire

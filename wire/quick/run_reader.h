@@ -96,9 +96,20 @@ template <class Record>
   const size_t at = size_t{word} + load<uint32_t>(in.bytes + word);
   if (at < root_offset_size + vtable_size ||
       at + (shape_of::smallest - vtable_size) > size_t{in.size} ||
-      (shape_of::overrun > 0 && in.size < lane_count))
+      (shape_of::goes_by_groups && shape_of::overrun > 0 && in.size < lane_count))
     return 0;
   return read_table<Record, 0>(in.bytes + at, in.bytes + in.size, *record) != nullptr;
+}
+
+// Reads the compact elements at the front of a vector one by one, where there are no shuffles to go
+// by groups; returns how many.
+template <class Record>
+[[gnu::noinline]] uint32_t read_each(const received in, uint32_t word, Record *records,
+                                     uint32_t count) {
+  for (uint32_t i = 0; i < count; i++)
+    if (read_single(in, word + uoffset_size * i, records + i) == 0)
+      return i;
+  return count;
 }
 
 // Reads the compact elements at the front of a vector; returns how many.

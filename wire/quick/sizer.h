@@ -11,7 +11,7 @@ namespace mesh_fib6::wire {
 // Bytes that the scalars of a record take on the wire.
 template <class Record>
 [[gnu::always_inline]] inline uint32_t scalar_bytes(const Record &record) {
-  constexpr group_list groups = groups_of<Record>;
+  [[maybe_unused]] constexpr group_list groups = groups_of<Record>;
   if constexpr (!goes_by_groups<Record>()) {
     uint32_t size = 0;
     for_each_field<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
@@ -19,17 +19,19 @@ template <class Record>
         size += Field::value(record) != 0 ? uint32_t{sizeof(typename Field::value_type)} : 0;
     });
     return size;
+  } else {
+    lanes zero{};
+    for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
+      zero -= zero_scalars<groups.group[index].shape, true>(load_group<Record, index>(record));
+    });
+    return groups.bytes - sum_of(zero);
   }
-  lanes zero{};
-  for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
-    zero -= zero_scalars<groups.group[index].shape, true>(load_group<Record, index>(record));
-  });
-  return groups.bytes - sum_of(zero);
 }
 
-// Bytes that the scalars of all elements take on the wire.
+// Of all elements at once: their zeros are added up before they are summed over the lanes.
 template <class Record>
-[[gnu::noinline]] uint64_t scalar_bytes(const Record *elements, uint32_t count) {
+[[gnu::always_inline]] inline uint64_t scalar_bytes_by_groups(const Record *elements,
+                                                              uint32_t count) {
   constexpr group_list groups = groups_of<Record>;
   // Each element adds at most one per group to a lane: so many fit in its eight bits.
   constexpr uint32_t at_once = 255 / groups.count;
@@ -48,6 +50,19 @@ template <class Record>
     count -= now;
   }
   return all - zero;
+}
+
+// Bytes that the scalars of all elements take on the wire.
+template <class Record>
+[[gnu::noinline]] uint64_t scalar_bytes(const Record *elements, uint32_t count) {
+  if constexpr (!has_shuffles) {
+    uint64_t size = 0;
+    for (uint32_t i = 0; i < count; i++)
+      size += scalar_bytes(elements[i]);
+    return size;
+  } else {
+    return scalar_bytes_by_groups(elements, count);
+  }
 }
 
 // Bytes of the record's table, its vtable and everything that hangs off it.

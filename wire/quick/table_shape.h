@@ -63,6 +63,8 @@ struct table_shape {
   // once in a message.
   static constexpr uint32_t few_scalars = 2;
 
+  static constexpr bool goes_by_groups = has_shuffles && count_fields() > few_scalars;
+
   // Whether groups and arrays leave no byte of the record unstored when a table is read: then
   // nothing has to be cleared before.
   static constexpr bool cover_record() {
@@ -71,7 +73,7 @@ struct table_shape {
       for (size_t i = 0; i < size && from + i < sizeof(Record); i++)
         stored[from + i] = true;
     };
-    for (uint32_t i = 0; count_fields() > few_scalars && i < groups.count; i++)
+    for (uint32_t i = 0; goes_by_groups && i < groups.count; i++)
       mark(groups.group[i].window + groups.group[i].shape.begin(), lane_count);
     for_each_field<Record>([&mark]<class Field>(Field) {
       if constexpr (Field::is_scalar)
@@ -106,7 +108,7 @@ constexpr bool goes_by_groups() {
   if constexpr (is_tree<Record>())
     return false;
   else
-    return table_shape<Record>::count_fields() > table_shape<Record>::few_scalars;
+    return table_shape<Record>::goes_by_groups;
 }
 
 // At least so many bytes lie behind a table's embedded table of the slot: the tables after it. Of a

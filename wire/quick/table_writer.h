@@ -14,6 +14,17 @@ namespace mesh_fib6::wire {
 template <class Record, uint32_t Behind>
 [[gnu::always_inline]] inline uint8_t *write_table(uint8_t *at, const Record &record);
 
+// The elements of a vector one by one, where there are no shuffles to go by groups.
+template <class Record>
+[[gnu::noinline]] uint8_t *write_each(uint8_t *at, uint8_t *word, const Record *elements,
+                                      uint32_t count) {
+  for (uint32_t i = 0; i < count; i++, word += uoffset_size) {
+    store(word, static_cast<uint32_t>(at + table<Record>::vtable_size - word));
+    at = write_table<Record, 0>(at, elements[i]);
+  }
+  return at;
+}
+
 // Field by field. At least Behind bytes of the message follow.
 template <class Record, uint32_t Behind>
 class table_writer {
@@ -122,12 +133,12 @@ private:
         return;
       const value_type *const elements = Field::pointer(record);
       const uint32_t count = Field::count(record);
-      if constexpr (has_one_table_vector<Record>())
-        if (count == 1) {
-          cursor_ = write_single(cursor_, word, *elements);
-          return;
-        }
-      cursor_ = write_run(cursor_, word, elements, count);
+      if constexpr (!has_shuffles)
+        cursor_ = write_each(cursor_, word, elements, count);
+      else if (has_one_table_vector<Record>() && count == 1)
+        cursor_ = write_single(cursor_, word, *elements);
+      else
+        cursor_ = write_run(cursor_, word, elements, count);
     }
   }
 

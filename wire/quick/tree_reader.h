@@ -156,9 +156,13 @@ private:
       copy_memory(elements, bytes_ + items, count);
       return outcome::read;
     } else {
-      const bool is_single = has_one_table_vector<Record>() && count == 1;
-      const uint32_t done =
-          is_single ? read_single(in(), items, elements) : read_run(in(), items, elements, count);
+      uint32_t done = 0;
+      if constexpr (!has_shuffles)
+        done = read_each(in(), items, elements, count);
+      else if (has_one_table_vector<Record>() && count == 1)
+        done = read_single(in(), items, elements);
+      else
+        done = read_run(in(), items, elements, count);
       if (__builtin_expect(done == count, true))
         return outcome::read;
       return general::finish_elements(unit_, in(), items + uoffset_size * done,
