@@ -100,16 +100,24 @@ template <class Record>
     general::write_image(unit, general::info_of<Record>(), slot, fixed_image_size<Record>, record);
 }
 
-// Reads a message by the quick path; false when that declines.
-template <class Record>
-[[gnu::always_inline]] inline bool read_quickly(runtime::unit &unit, const received in,
-                                                Record &record) {
-  if constexpr (is_tree<Record>())
-    return read_tree(unit, in, record);
-  else if (load<uint32_t>(in.bytes) == root_offset_size) // the fixed image's root
-    return read_image(in.bytes, in.size, record);
-  else
-    return read_compact(in, record);
+// What the quick path declines, for a message of one form.
+template <root_form Form, class Record>
+[[gnu::always_inline]] inline uint32_t unpack_generally(runtime::unit &unit, const uint8_t *buffer,
+                                                        uint32_t length, Record *record) {
+  constexpr auto unpack =
+      Form == root_form::table ? general::unpack_as_table : general::unpack_header_first;
+  return unpack(unit, general::info_of<Record>(), names<Record>::unpack.text, buffer, length,
+                record);
+}
+
+// A flat message that is not a fixed image. A call, for the sake of those that are: most flat
+// messages, for which no register should be saved that only this needs.
+template <root_form Form, class Record>
+[[gnu::noinline]] uint32_t unpack_compact(runtime::unit &unit, const uint8_t *buffer,
+                                          uint32_t length, Record *record) {
+  if (__builtin_expect(read_compact(received{buffer, length}, *record), true))
+    return sizeof(Record);
+  return unpack_generally<Form>(unit, buffer, length, record);
 }
 
 // Decodes into *record; see M__unpack in mesh_fib6/message_api.h for the contract.
@@ -117,15 +125,20 @@ template <root_form Form, class Record>
 [[gnu::always_inline]] inline uint32_t unpack(runtime::unit &unit, const uint8_t *buffer,
                                               uint32_t length, Record *record) {
   constexpr auto least = static_cast<int32_t>(least_received);
-  if (__builtin_expect(
-          buffer != nullptr && record != nullptr && static_cast<int32_t>(length) >= least, true) &&
-      is_common(unit) &&
-      __builtin_expect(read_quickly(unit, received{buffer, length}, *record), true))
-    return sizeof(Record);
-  constexpr auto general_unpack =
-      Form == root_form::table ? general::unpack_as_table : general::unpack_header_first;
-  return general_unpack(unit, general::info_of<Record>(), names<Record>::unpack.text, buffer,
-                        length, record);
+  const bool is_sound =
+      buffer != nullptr && record != nullptr && static_cast<int32_t>(length) >= least;
+  if (!__builtin_expect(is_sound, true) || !is_common(unit))
+    return unpack_generally<Form>(unit, buffer, length, record);
+  if constexpr (is_tree<Record>()) {
+    if (__builtin_expect(read_tree(unit, received{buffer, length}, *record), true))
+      return sizeof(Record);
+  } else {
+    if (load<uint32_t>(buffer) != root_offset_size) // the fixed image's root
+      return unpack_compact<Form>(unit, buffer, length, record);
+    if (__builtin_expect(read_image(buffer, length, *record), true))
+      return sizeof(Record);
+  }
+  return unpack_generally<Form>(unit, buffer, length, record);
 }
 
 // Gives back what decoding allocated; see M_free__unpacked in mesh_fib6/message_api.h.

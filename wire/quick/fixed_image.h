@@ -71,7 +71,7 @@ inline constexpr auto fixed_stretches = detail::all_fixed_stretches<Record>();
 template <class Record>
 [[gnu::always_inline]] inline void write_image(uint8_t *slot, const Record &record) {
   const auto *const from = reinterpret_cast<const uint8_t *>(&record);
-  memcpy(slot, one_address(&image_of<Record>)->bytes, fixed_image_size<Record>);
+  memcpy(slot, base_of(image_of<Record>)->bytes, fixed_image_size<Record>);
   for_each_stretch<fixed_stretches<Record>>([&](auto index) __attribute__((always_inline)) {
     constexpr stretch piece = fixed_stretches<Record>.of[index];
     memcpy(slot + piece.message_at, from + piece.record_at, piece.size);

@@ -49,6 +49,17 @@ template <class Value>
   return pointer;
 }
 
+// The base of a constant of which several parts are read. Where an address in the library takes two
+// instructions, the parts are read from one; x86-64 has it in the instruction that reads.
+template <class Value>
+[[gnu::always_inline]] inline const Value *base_of(const Value &constant) {
+#ifdef __x86_64__
+  return &constant;
+#else
+  return one_address(&constant);
+#endif
+}
+
 [[gnu::always_inline]] inline lanes load_lanes(const void *at) {
   lanes value;
   memcpy(&value, at, sizeof value);

@@ -94,7 +94,7 @@ template <const auto &Part>
 [[gnu::always_inline]] inline bool begins_with(const uint8_t *message) {
   constexpr size_t size = sizeof Part.bytes;
   static_assert(size >= lane_count);
-  const auto &part = *one_address(&Part);
+  const auto &part = *base_of(Part);
   return !any_set([&]<size_t... Index>(std::index_sequence<Index...>)
                       __attribute__((always_inline)) {
                         return (difference_at<Part, Index * lane_count>(message, part) | ...);
