@@ -84,7 +84,7 @@ class Configuring(Building):
         """What cmake says, and the command of a source of the library."""
         said = self.configure(*ALONE, *options, **how)
         commands = [words for file, words in compile_commands(self.work / "build")
-                    if file.endswith("wire/decoder.cpp")]
+                    if file.endswith("wire/general/reader.cpp")]
         return said, commands
 
     def test_BuildsReleaseOptimisedAsThePresetsWhereNoTypeIsSet(self):
