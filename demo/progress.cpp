@@ -29,7 +29,7 @@ std::string bar_text(const std::string &what, uint64_t done, uint64_t total, uns
   const uint64_t shown_count = std::min(done, total);
   const uint64_t percent = total == 0 ? 100 : shown_count * 100 / total;
   const std::string total_text = grouped(total), shown_text = grouped(shown_count);
-  // The same width from the first to the last, so that the bar does not change its length.
+  // One width from the first to the last, so that the bar does not change its length.
   const std::string padding(total_text.size() - shown_text.size(), ' ');
   const std::string label = formatted(" %3u%% ", static_cast<unsigned>(percent)) + padding +
                             shown_text + " of " + total_text;

@@ -70,7 +70,7 @@
  *         retry_later();
  *
  * uint32_t M__sendbatch(uint32_t destination, const M *records, uint32_t count, uint64_t target)
- *   The same for `count` consecutive records in one mesh call with one allocation. All or nothing:
+ *   Does so for `count` consecutive records in one mesh call with one allocation. All or nothing:
  *   0xFFFFFFFF means nothing was sent. Records with pointers must encode to at most 65,536 bytes
  *   together.
  *       M batch[100];
@@ -82,7 +82,7 @@
  *       result = M__sendmsg(destination, &record, 1);
  *
  * uint32_t M__sendtomsg(uint32_t destination, const M *records, uint32_t count, uint64_t target)
- *   The same with a target.
+ *   Does so with a target.
  *       result = M__sendtomsg(destination, records, count, session);
  */
 #define MESH_FIB6_MESSAGE(M)                                                                       \

@@ -279,7 +279,7 @@ TEST_P(ManyThreads, AreAllServedFromTheirFirstCallsOn) {
     race(workers, GetParam() + static_cast<uint32_t>(round));
     for (const worker &each : workers) {
       EXPECT_EQ(each.failures(), 0U);
-      for (size_t i = 0; i < messages_in_all; i++) { // the same records, so the same bytes
+      for (size_t i = 0; i < messages_in_all; i++) { // equal records, so equal bytes
         const share &one = each.shares()[i], &other = workers[0].shares()[i];
         EXPECT_EQ(one.packed_size, other.packed_size);
         EXPECT_EQ(one.packed, other.packed) << one.descriptor.name;

@@ -41,7 +41,7 @@ public:
     return in_place(message, image_.here() + size_t{item_size_} * count);
   }
 
-  // The same, with the largest count and a byte too few behind it.
+  // Likewise, with the largest count and a byte too few behind it.
   catalogue::decoding decoded_short_of_one(const message &message) {
     const uint32_t count = largest_count();
     image_.set_u32(count_at_, count + 1);

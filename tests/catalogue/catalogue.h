@@ -354,7 +354,7 @@ inline const message *find_row(std::string_view name) {
   return nullptr;
 }
 
-// The same. Throws when there is none.
+// Likewise; throws when there is none.
 inline const message &row_of(std::string_view name) {
   const message *const found = find_row(name);
   if (found == nullptr)

@@ -41,7 +41,7 @@ void each_table(const message &message, Check check) {
   }
 }
 
-// The same for each member of each table.
+// Likewise for each member of each table.
 template <class Check>
 void each_member(const message &message, Check check) {
   for (const bytes &layout : full_layouts(message)) {

@@ -234,7 +234,7 @@ protected:
     });
   }
 
-  // The same with the bytes of each record, in both arrangements where there are two.
+  // Likewise with the bytes of each record, in both arrangements where there are two.
   template <class Check>
   static void each_wire(Check check) {
     each_record([&check](const message &message, const void *record, uint32_t byte_swap,

@@ -31,11 +31,11 @@ protected:
   program_run::settings example(const std::string &name, const std::vector<std::string> &arguments,
                                 const std::string &input = "/dev/null") const;
 
-  // The same, with its standard output as a shell redirects it: ">&-".
+  // Likewise, with its standard output as a shell redirects it: ">&-".
   program_run::settings redirected(const std::string &name, const std::string &redirection,
                                    const std::vector<std::string> &arguments) const;
 
-  // The same, with a library that takes the place of others.
+  // Likewise, with a library that takes the place of others.
   program_run::settings preloaded(const std::string &library, const std::string &name,
                                   const std::vector<std::string> &arguments) const;
 

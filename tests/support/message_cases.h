@@ -51,7 +51,7 @@ bool add(testing::Types<M...>, const std::string &suite, const char *name, const
   template <class TypeParam>                                                                       \
   void SUITE##_##CASE<TypeParam>::run()
 
-// The same, registered for the types of SUITE_messages.
+// Likewise, registered for the types of SUITE_messages.
 #define MESSAGE_TEST(SUITE, CASE)                                                                  \
   template <class TypeParam>                                                                       \
   struct SUITE##_##CASE;                                                                           \

@@ -371,7 +371,7 @@ TEST(Element, OfTheSameShapeAsTheOneBeforeIsBoundedByItself) {
   }
 }
 
-// The same with a full set of a route's slots and the fixed array in front of the cut.
+// Likewise with a full set of a route's slots and the fixed array in front of the cut.
 TEST(Element, RouteOfTheSameShapeAsTheOneBeforeIsBoundedByItself) {
   const auto add_route = [](wire_builder &wire, uint32_t k) {
     begin_element(wire, k, {4, 8, 12, 44, 16, 17, 18, 20, 24, 28, 32, 36, 38, 40});

@@ -1,5 +1,5 @@
 // What a decoder checks before it reads a field: parameters, root offset, vtable, vtable length.
-// The same for every message, in two forms that differ in what a refusal leaves and how it is
+// Of every message, in two forms that differ in what a refusal leaves and how it is
 // named.
 //
 // Room: tests.

@@ -62,7 +62,7 @@ inline bytes packed(const message_descriptor &message, const void *original, uin
   return written;
 }
 
-// The same at both edges.
+// Likewise at both edges.
 inline bytes packed(const message_descriptor &message, const void *record, uint32_t capacity) {
   bytes written = packed(message, record, capacity, edge::before);
   EXPECT_EQ(packed(message, record, capacity, edge::behind), written);

@@ -31,7 +31,7 @@ constexpr const char *compact =
     "  38 | 03 0b 0c 0d | f1.f1 = 0x0D0C0B03\n"
     "  42 | 04          | f1.f2 = 4\n";
 
-// The same message in the fixed arrangement.
+// That message in the fixed arrangement.
 constexpr const char *fixed =
     "   0 | 04 00 00 00 | root offset 4\n"
     "   4 | d8 ff ff ff | root table, soffset -40: vtable at 4 + 40 = 44\n"

@@ -307,7 +307,7 @@ TEST_F(PackCapacity, IsNoConcernOfANullRecord) {
   });
 }
 
-// The same message field for field in the other byte order is the same size for any capacity.
+// One message field for field in the other byte order is the same size for any capacity.
 TEST_F(PackCapacity, IsTheSameInEitherByteOrder) {
   for_each_message([this] {
     for (const uint32_t byte_swap : {0U, 1U, 2U, 0xFFFFFFFFU}) {

@@ -245,7 +245,7 @@ MESSAGE_TEST(ControlSubTable, WhoseReferenceWrapsEndsTheDecodeSilently) {
 
 // ---- u32 values where no aligned load would find them
 
-// The same message with everything behind the root offset moved up; all other offsets are relative.
+// That message with everything behind the root offset moved up; all other offsets are relative.
 bytes moved_up(const bytes &wire, uint32_t by) {
   wire_builder moved(wire);
   moved.set_u32(0, root_of(moved) + by);
