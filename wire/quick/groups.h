@@ -244,7 +244,7 @@ struct group_constants {
   static constexpr constant_lanes one_bit_per_entry() {
     constant_lanes result{};
     for (uint32_t i = 0; i < Shape.fields; i++)
-      result.of[2 * Shape.field[i].slot] = static_cast<uint8_t>(1u << i);
+      result.of[size_t{2} * Shape.field[i].slot] = static_cast<uint8_t>(1u << i);
     return result;
   }
   static constexpr constant_lanes first_entry_lanes = one_entry_each();

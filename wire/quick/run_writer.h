@@ -66,6 +66,8 @@ private:
 
   // In the same pieces each time: a load that spans two recent stores would have to wait for both.
   [[gnu::always_inline]] void copy_head(uint8_t *at) const {
+    if (previous_ == nullptr) // absent_ is no table's before the first one
+      __builtin_unreachable();
     constexpr uint32_t whole = vtable_size / lane_count * lane_count;
     for (uint32_t done = 0; done < whole; done += lane_count)
       store_lanes(at + done, load_lanes(previous_ + done));

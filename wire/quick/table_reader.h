@@ -179,8 +179,7 @@ private:
 // `end`. Returns where its last embedded table ends, null when it is not compact: the record may
 // have been written to then.
 template <class Record, uint32_t Behind>
-[[gnu::always_inline]] inline const uint8_t *read_table(const uint8_t *at, const uint8_t *end,
-                                                        Record &record);
+const uint8_t *read_table(const uint8_t *at, const uint8_t *end, Record &record);
 
 // The embedded tables of a table whose tail is at `tail`, from `cursor` on, which is moved behind
 // them.

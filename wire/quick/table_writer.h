@@ -12,7 +12,7 @@
 namespace mesh_fib6::wire {
 
 template <class Record, uint32_t Behind>
-[[gnu::always_inline]] inline uint8_t *write_table(uint8_t *at, const Record &record);
+uint8_t *write_table(uint8_t *at, const Record &record);
 
 // The elements of a vector one by one, where there are no shuffles to go by groups.
 template <class Record>
@@ -29,31 +29,28 @@ template <class Record>
 template <class Record, uint32_t Behind>
 class table_writer {
 public:
-  // Writes the table of a record, its vtable first, and the tables behind it; returns their end.
-  [[gnu::always_inline]] static uint8_t *write(uint8_t *at, const Record &record) {
-    table_writer writer(at);
-    for_each_field<Record>([&](auto field) __attribute__((always_inline)) {
-      writer.put_scalar(field, record);
-    });
-    for_each_field<Record>([&](auto field) __attribute__((always_inline)) {
-      writer.reserve_offset(field, record);
-    });
-    for_each_field<Record>([&](auto field)
-                               __attribute__((always_inline)) { writer.put_body(field, record); });
-    writer.end_table();
-    for_each_field<Record>([&](auto field) __attribute__((always_inline)) {
-      writer.put_tables_behind(field, record);
-    });
-    return writer.cursor_;
-  }
-
-private:
-  static constexpr uint32_t vtable_size = table<Record>::vtable_size;
-
   // Of the offset words, those are read that have been stored before.
   // cppcheck-suppress uninitMemberVarPrivate
   explicit table_writer(uint8_t *at)
       : vtable_(at), table_(at + vtable_size), cursor_(table_ + soffset_size) {}
+
+  // Writes the table of a record, its vtable first, and the tables behind it; returns their end.
+  [[gnu::always_inline]] uint8_t *write(const Record &record) {
+    for_each_field<Record>([&](auto field)
+                               __attribute__((always_inline)) { put_scalar(field, record); });
+    for_each_field<Record>([&](auto field)
+                               __attribute__((always_inline)) { reserve_offset(field, record); });
+    for_each_field<Record>([&](auto field)
+                               __attribute__((always_inline)) { put_body(field, record); });
+    end_table();
+    for_each_field<Record>([&](auto field) __attribute__((always_inline)) {
+      put_tables_behind(field, record);
+    });
+    return cursor_;
+  }
+
+private:
+  static constexpr uint32_t vtable_size = table<Record>::vtable_size;
 
   template <class Field>
   [[gnu::always_inline]] void set_entry(Field, bool is_present) {
@@ -123,12 +120,13 @@ private:
   template <class Field>
   [[gnu::always_inline]] void put_tables_behind(Field, const Record &record) {
     using value_type = typename Field::value_type;
-    uint8_t *const word = word_[Field::slot];
     if constexpr (Field::of == kind::table) {
+      uint8_t *const word = word_[Field::slot];
       store(word, static_cast<uint32_t>(cursor_ + table<value_type>::vtable_size - word));
       constexpr uint32_t behind = Behind + tables_after<Record>(Field::slot);
       cursor_ = write_table<value_type, behind>(cursor_, Field::value(record));
     } else if constexpr (Field::of == kind::table_vector) {
+      uint8_t *const word = word_[Field::slot];
       if (word == nullptr)
         return;
       const value_type *const elements = Field::pointer(record);
@@ -176,7 +174,7 @@ template <class Record, uint32_t Behind>
   if constexpr (goes_by_groups<Record>())
     return write_grouped<Record, Behind>(at, record);
   else
-    return table_writer<Record, Behind>::write(at, record);
+    return table_writer<Record, Behind>(at).write(record);
 }
 
 // Writes a message; returns the bytes written: as many as its size says, or less where byte vectors
