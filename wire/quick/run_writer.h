@@ -24,6 +24,9 @@ class run_writer {
   static constexpr uint32_t kept = groups.count > 0 ? groups.count : 1; // no array is empty
 
 public:
+  // The first table goes to `at`.
+  explicit run_writer(const uint8_t *at) : previous_(at) {}
+
   // Writes the table of a record, its vtable first, and returns its end, where the next may start.
   // May touch table_shape<Record>::overrun bytes from there on, unless Exact. The offset words of
   // embedded tables are left to the caller.
@@ -66,8 +69,6 @@ private:
 
   // In the same pieces each time: a load that spans two recent stores would have to wait for both.
   [[gnu::always_inline]] void copy_head(uint8_t *at) const {
-    if (previous_ == nullptr) // absent_ is no table's before the first one
-      __builtin_unreachable();
     constexpr uint32_t whole = vtable_size / lane_count * lane_count;
     for (uint32_t done = 0; done < whole; done += lane_count)
       store_lanes(at + done, load_lanes(previous_ + done));
@@ -129,7 +130,7 @@ private:
     return at + shape_of::tail;
   }
 
-  const uint8_t *previous_ = nullptr;
+  const uint8_t *previous_;      // the table written last; its vtable, to be exact
   uint32_t absent_ = UINT32_MAX; // no group lacks a scalar that it does not have
   size_t length_[kept]{};
   lanes control_[kept]{};
@@ -141,7 +142,7 @@ template <class Record>
   static_assert(table_shape<Record>::sizes.tables == 0);
   constexpr bool is_exact = table_shape<Record>::overrun > 0;
   store(word, static_cast<uint32_t>(at + table<Record>::vtable_size - word));
-  return run_writer<Record>().template write<true, is_exact>(at, element);
+  return run_writer<Record>(at).template write<true, is_exact>(at, element);
 }
 
 // Writes the element tables of a vector at `at` and their offset words at `word`. Touches nothing
@@ -152,7 +153,7 @@ template <class Record>
   constexpr uint32_t exposed = table_shape<Record>::exposed;
   const Record *const last = elements + count;
   const Record *const sure = elements + (count > exposed ? count - exposed : 0);
-  run_writer<Record> writer;
+  run_writer<Record> writer(at);
   for (; elements != sure; elements++, word += uoffset_size) {
     store(word, static_cast<uint32_t>(at + table<Record>::vtable_size - word));
     at = writer.write(at, *elements);

@@ -71,19 +71,24 @@ public:
     });
   }
 
+  // The lanes that a control picks of the sixteen bytes at `from`, of which those from `end` on are
+  // not loaded; none of them is picked.
+  [[gnu::always_inline]] static lanes load_before(const uint8_t *from, const uint8_t *end,
+                                                  lanes control) {
+    uint8_t beyond = 0;
+    if (from + lane_count > end) {
+      beyond = static_cast<uint8_t>(from + lane_count - end);
+      from = end - lane_count;
+    }
+    return shuffled(load_lanes(from), capped_sum(control, lanes{} + beyond));
+  }
+
   // Reads them where the buffer may end before sixteen bytes of a group: loads end with it instead.
   // There are at least sixteen bytes before `end`.
   [[gnu::always_inline]] void read_last_scalars(const uint8_t *at, const uint8_t *end,
                                                 Record &record) const {
     for_each_group<Record>([&](auto index) __attribute__((always_inline)) {
-      const uint8_t *from = at + start_[index];
-      uint8_t beyond = 0;
-      if (from + lane_count > end) {
-        beyond = static_cast<uint8_t>(from + lane_count - end);
-        from = end - lane_count;
-      }
-      const lanes control = capped_sum(control_[index], lanes{} + beyond);
-      store_group<Record, index>(record, shuffled(load_lanes(from), control));
+      store_group<Record, index>(record, load_before(at + start_[index], end, control_[index]));
     });
   }
 

@@ -152,7 +152,7 @@ template <class Record, uint32_t Behind>
 [[gnu::always_inline]] inline uint8_t *write_grouped(uint8_t *at, const Record &record) {
   using shape_of = table_shape<Record>;
   constexpr bool is_exact = shape_of::overrun > Behind + shape_of::sizes.tables;
-  uint8_t *cursor = run_writer<Record>().template write<true, is_exact>(at, record);
+  uint8_t *cursor = run_writer<Record>(at).template write<true, is_exact>(at, record);
   uint8_t *word = cursor - shape_of::tail;
   for_each_field<Record>([&]<class Field>(Field) __attribute__((always_inline)) {
     if constexpr (Field::of == kind::table) {

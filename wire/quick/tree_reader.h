@@ -43,20 +43,7 @@ public:
   [[gnu::always_inline]] bool read(Record &record) {
     bool is_accepted = true;
     all_fields<Record>([&](auto field) __attribute__((always_inline)) {
-      const uint32_t entry = load<uint16_t>(bytes_ + vtable_ + 4 + 2 * field.slot);
-      if (entry == 0)
-        return true;
-      switch (read_field(field, table_ + entry, record)) {
-      case outcome::read:
-        return true;
-      case outcome::declined:
-        is_accepted = general::finish_table(unit_, in(), table_, general::info_of<Record>(),
-                                            &record, decoding_, field.slot);
-        return false;
-      default:
-        is_accepted = false;
-        return false;
-      }
+      return read_next(field, record, is_accepted);
     });
     return is_accepted;
   }
@@ -67,6 +54,22 @@ private:
     declined, // nothing has been allocated for the field; the record holds zeros for it
     refused,
   };
+
+  // Whether there is more to read: not behind a field that the general codec has gone on with, or
+  // that was refused.
+  template <class Field>
+  [[gnu::always_inline]] bool read_next(Field field, Record &record, bool &is_accepted) {
+    const uint32_t entry = load<uint16_t>(bytes_ + vtable_ + 4 + 2 * Field::slot);
+    if (entry == 0)
+      return true;
+    const outcome result = read_field(field, table_ + entry, record);
+    if (result == outcome::declined)
+      is_accepted = general::finish_table(unit_, in(), table_, general::info_of<Record>(), &record,
+                                          decoding_, Field::slot);
+    else
+      is_accepted = result == outcome::read;
+    return result == outcome::read;
+  }
 
   template <class Field>
   [[gnu::always_inline]] outcome read_field(Field, uint32_t at, Record &record) {
