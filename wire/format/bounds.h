@@ -22,6 +22,9 @@ struct received {
       return at <= size - count;
     return count <= size && at <= size - count;
   }
+
+  // What there is from `at` on, where at least least_received bytes are inside.
+  constexpr received from(uint32_t at) const { return {bytes + at, size - at}; }
 };
 
 } // namespace mesh_fib6::wire

@@ -40,6 +40,8 @@ class byte_order {
 public:
   explicit byte_order(uint32_t flag) : reverses_(flag != 0), reverses_words_(flag == 1) {}
 
+  bool reverses() const { return reverses_; }
+
   uint16_t half(const uint8_t *at) const {
     const auto value = load<uint16_t>(at);
     return reverses_ ? __builtin_bswap16(value) : value;
@@ -55,12 +57,10 @@ public:
     store(at, reverses_ ? __builtin_bswap32(value) : value);
   }
 
-  // Words of a fixed array, from the wire to a record or back.
-  void copy_words(void *to, const void *from, size_t count) const {
-    memcpy(to, from, 4 * count);
-    auto *const bytes = static_cast<uint8_t *>(to);
+  // For words of a fixed array, copied from the wire to a record or back.
+  void reverse_words(uint8_t *words, size_t count) const {
     for (size_t i = 0; reverses_words_ && i < count; i++)
-      store(bytes + 4 * i, __builtin_bswap32(load<uint32_t>(bytes + 4 * i)));
+      store(words + 4 * i, __builtin_bswap32(load<uint32_t>(words + 4 * i)));
   }
 
 private:

@@ -21,6 +21,10 @@ enum class kind : uint8_t {
   byte_vector,  // length and pointer to bytes
 };
 
+constexpr bool is_array(kind of) {
+  return of == kind::words || of == kind::bytes;
+}
+
 template <class... Types>
 struct type_list {
   static constexpr uint32_t size = sizeof...(Types);
@@ -43,7 +47,7 @@ struct field {
   static constexpr size_t count_offset = CountAt;
 
   static constexpr bool is_scalar = Kind == kind::scalar;
-  static constexpr bool is_fixed_array = Kind == kind::words || Kind == kind::bytes;
+  static constexpr bool is_fixed_array = is_array(Kind);
   static constexpr bool is_vector = Kind == kind::table_vector || Kind == kind::byte_vector;
 
   template <class Record>

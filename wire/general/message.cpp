@@ -33,8 +33,8 @@ bool accept(runtime::unit &unit, const char *decoding, const uint8_t *buffer, ui
 }
 
 // What lies behind the root's header.
-void read_root(runtime::unit &unit, const table_info &root, const char *decoding,
-               const received &in, const table_ref &table, void *record) {
+void read_root(runtime::unit &unit, const table_info &root, const char *decoding, received in,
+               const table_ref &table, void *record) {
   if (!reader(unit, order_of(unit), in).read_fields(table, root, record, decoding))
     release_blocks(unit, root, record);
 }

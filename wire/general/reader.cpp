@@ -45,41 +45,6 @@ bool reader::open_table(uint32_t at, const char *function, table_ref &table) {
   return false;
 }
 
-// A vtable shorter than the schema comes from an older peer: what it lacks is absent, as is what it
-// says is not there.
-bool reader::read_fields(table_ref table, const table_info &info, void *record,
-                         const char *decoding, uint32_t first_slot) {
-  // Kept at hand: for all that the compiler knows, a store to the record may change the members.
-  const byte_order order = order_;
-  const received in = in_;
-  const uint8_t *const entries = in.bytes + table.vtable + vtable_size_of(0);
-  const uint32_t found = table.vtable_size < 4 ? 0 : (table.vtable_size - 4) / 2;
-  const uint32_t slots = found < info.slots() ? found : info.slots();
-  const field_info *const fields = &info.field(0);
-  for (uint32_t slot = first_slot; slot < slots; slot++) {
-    const uint32_t entry = order.half(entries + size_t{2} * slot);
-    if (entry == 0)
-      continue;
-    const field_info &field = fields[slot];
-    const uint32_t at = table.at + entry;
-    if (field.of != kind::scalar) {
-      if (!read_field(field, at, record, decoding))
-        return false;
-      continue;
-    }
-    if (!in.holds(at, field.width))
-      return false;
-    uint8_t *const value = member(field, record);
-    if (field.width == 4)
-      store(value, order.word(in.bytes + at));
-    else if (field.width == 2)
-      store(value, order.half(in.bytes + at));
-    else
-      *value = in.bytes[at];
-  }
-  return true;
-}
-
 // Follows the uoffset at `at`.
 [[gnu::always_inline]] inline bool reader::follow(uint32_t at, uint32_t &target) const {
   if (!in_.holds(at, uoffset_size))
@@ -99,37 +64,93 @@ bool reader::read_fields(table_ref table, const table_info &info, void *record,
   return (width == 1 || count <= max_word_count) && in_.holds(items, width * count);
 }
 
-bool reader::read_field(const field_info &field, uint32_t at, void *record, const char *decoding) {
-  switch (field.of) {
-  case kind::words:
-  case kind::bytes:
-    return read_array(field, at, record);
-  case kind::table:
-    return read_embedded(field, at, record);
-  default:
-    return read_vector(field, at, record, decoding);
-  }
+// A fixed array, whose length has to be the schema's.
+[[gnu::always_inline]] inline bool reader::read_array(byte_order order, const received &body,
+                                                      uint32_t entry, const field_info &field,
+                                                      uint8_t *values) {
+  constexpr uint32_t address_size = 16;
+  const bool is_words = field.of == kind::words;
+  const uint32_t size = uint32_t{field.number} * (is_words ? 4 : 1);
+  if (!body.holds(entry, uoffset_size))
+    return false;
+  const uint32_t vector = entry + order.word(body.bytes + entry);
+  if (vector < entry || !body.holds(vector, vector_length_size + size) ||
+      order.word(body.bytes + vector) != field.number)
+    return false;
+  const uint8_t *const items = body.bytes + vector + vector_length_size;
+  if (size == address_size) // most are, and need no call
+    memcpy(values, items, address_size);
+  else
+    memcpy(values, items, size);
+  if (is_words)
+    order.reverse_words(values, field.number);
+  return true;
 }
 
-[[gnu::always_inline]] inline bool reader::read_array(const field_info &field, uint32_t at,
-                                                      void *record) const {
-  const bool is_words = field.of == kind::words;
-  uint32_t items = 0, count = 0;
-  if (!open_vector(at, is_words ? 4 : 1, items, count) || count != field.number)
-    return false;
-  if (is_words)
-    order_.copy_words(member(field, record), in_.bytes + items, count);
-  else
-    memcpy(member(field, record), in_.bytes + items, count);
+// The width says first whether it is a scalar, of which most fields are.
+[[gnu::always_inline]] inline bool
+reader::read_fields_in(const byte_order order, const table_ref &table, const table_info &info,
+                       void *record, const char *decoding, uint32_t first_slot) {
+  const received body = in_.from(table.at);
+  const uint8_t *const entries = in_.bytes + table.vtable + vtable_size_of(0);
+  const uint32_t found = table.vtable_size < 4 ? 0 : (table.vtable_size - 4) / 2;
+  const uint32_t slots = found < info.slots() ? found : info.slots();
+  const field_info *const fields = &info.field(0);
+  for (uint32_t slot = first_slot; slot < slots; slot++) {
+    const uint32_t entry = order.half(entries + size_t{2} * slot);
+    if (entry == 0)
+      continue;
+    const field_info &field = fields[slot];
+    uint8_t *const value = member(field, record);
+    if (field.width == 4) {
+      if (!body.holds(entry, 4))
+        return false;
+      store(value, order.word(body.bytes + entry));
+    } else if (field.width == 2) {
+      if (!body.holds(entry, 2))
+        return false;
+      store(value, order.half(body.bytes + entry));
+    } else if (field.width == 1) {
+      if (!body.holds(entry, 1))
+        return false;
+      *value = body.bytes[entry];
+    } else if (is_array(field.of)) {
+      if (!read_array(order, body, entry, field, value))
+        return false;
+    } else if (!read_linked(field, table.at + entry, record, decoding)) {
+      return false;
+    }
+  }
   return true;
+}
+
+// A vtable shorter than the schema comes from an older peer: what it lacks is absent, as is what it
+// says is not there. The loop is there twice, so that in the common order it asks nothing about
+// orders.
+bool reader::read_fields(const table_ref &table, const table_info &info, void *record,
+                         const char *decoding, uint32_t first_slot) {
+  if (__builtin_expect(order_.reverses(), false))
+    return read_fields_in(order_, table, info, record, decoding, first_slot);
+  return read_fields_in(byte_order(0), table, info, record, decoding, first_slot);
+}
+
+// What an offset word refers to that is no array.
+bool reader::read_linked(const field_info &field, uint32_t at, void *record, const char *decoding) {
+  return field.of == kind::table ? read_embedded(field, at, record)
+                                 : read_vector(field, at, record, decoding);
 }
 
 bool reader::read_embedded(const field_info &field, uint32_t at, void *record) {
   const table_info &info = field.table();
   uint32_t target = 0;
   table_ref table{};
-  return follow(at, target) && open_table(target, info.non_root(), table) &&
-         read_fields(table, info, member(field, record), info.non_root());
+  if (!follow(at, target))
+    return false;
+  if (!__builtin_expect(find_table(target, table), true)) {
+    report_table(target, info.non_root());
+    return false;
+  }
+  return read_fields(table, info, member(field, record), info.non_root());
 }
 
 bool reader::read_vector(const field_info &field, uint32_t at, void *record, const char *decoding) {

@@ -11,7 +11,8 @@
 
 namespace mesh_fib6::wire::general {
 
-// A table whose vtable is inside the buffer.
+// A table whose vtable is inside the buffer. Passed by reference: by value, what was just stored in
+// parts would be loaded as a whole, and the processor would wait for it.
 struct table_ref {
   uint32_t at;
   uint32_t vtable;
@@ -20,7 +21,7 @@ struct table_ref {
 
 class reader {
 public:
-  reader(runtime::unit &unit, byte_order order, const received &in)
+  reader(runtime::unit &unit, byte_order order, received in)
       : unit_(unit), order_(order), in_(in) {}
 
   uint32_t root() const { return order_.word(in_.bytes); }
@@ -32,8 +33,8 @@ public:
   // Fields of a table, from a slot on, into a record in which they are zero. `decoding` names the
   // function on whose behalf members are allocated. False when one of them is refused: what lies
   // before it in the record stays.
-  bool read_fields(table_ref table, const table_info &info, void *record, const char *decoding,
-                   uint32_t first_slot = 0);
+  bool read_fields(const table_ref &table, const table_info &info, void *record,
+                   const char *decoding, uint32_t first_slot = 0);
 
   // Elements of a vector into records that it clears first. The offset words from `word` on are
   // inside the buffer.
@@ -42,10 +43,13 @@ public:
 private:
   bool find_table(uint32_t at, table_ref &table) const;
   void report_table(uint32_t at, const char *function);
+  bool read_fields_in(byte_order order, const table_ref &table, const table_info &info,
+                      void *record, const char *decoding, uint32_t first_slot);
   bool follow(uint32_t at, uint32_t &target) const;
   bool open_vector(uint32_t at, uint32_t width, uint32_t &items, uint32_t &count) const;
-  bool read_field(const field_info &field, uint32_t at, void *record, const char *decoding);
-  bool read_array(const field_info &field, uint32_t at, void *record) const;
+  static bool read_array(byte_order order, const received &body, uint32_t entry,
+                         const field_info &field, uint8_t *values);
+  bool read_linked(const field_info &field, uint32_t at, void *record, const char *decoding);
   bool read_embedded(const field_info &field, uint32_t at, void *record);
   bool read_vector(const field_info &field, uint32_t at, void *record, const char *decoding);
 

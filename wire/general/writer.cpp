@@ -137,7 +137,8 @@ private:
   void put_body(const field_info &field, const void *record, uint8_t *word) {
     if (field.of == kind::words) {
       put_length(word, field.number);
-      order_.copy_words(cursor_, member(field, record), field.number);
+      memcpy(cursor_, member(field, record), size_t{4} * field.number);
+      order_.reverse_words(cursor_, field.number);
       cursor_ += size_t{4} * field.number;
     } else if (field.of == kind::bytes) {
       put_length(word, field.number);

@@ -21,7 +21,7 @@ class run_reader {
   static constexpr uint32_t most_reach = shape_of::largest - vtable_size + shape_of::overrun;
 
 public:
-  explicit run_reader(const received &in) : bytes_(in.bytes), size_(in.size) {}
+  explicit run_reader(received in) : bytes_(in.bytes), size_(in.size) {}
 
   // Reads elements into records as long as they are compact; returns how many. The offset words
   // from `word` on are inside the buffer. Of the element that ends the run nothing is written.
