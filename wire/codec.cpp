@@ -9,8 +9,21 @@ uint32_t pack_measured(const void *record, uint8_t *buffer, uint32_t *length,
                        uint32_t (*size)(const void *), uint32_t (*write)(uint8_t *, const void *)) {
   const uint32_t needed = size(record);
   if (needed == 0 || needed > *length)
-    return 0xFFFFFFFF;
+    return general::pack_failed;
   write(buffer, record);
+  *length = needed;
+  return 0;
+}
+
+uint32_t pack_uncommon(runtime::unit &unit, const general::table_info &root, const char *packing,
+                       const void *record, uint8_t *buffer, uint32_t *length,
+                       uint32_t (*size)(const void *)) {
+  if (!is_common(unit) || record == nullptr)
+    return general::pack(unit, root, packing, record, buffer, length);
+  const uint32_t needed = size(record);
+  if (needed == 0 || needed > *length)
+    return general::pack_failed;
+  general::report_size_query(unit, packing, *length);
   *length = needed;
   return 0;
 }

@@ -53,12 +53,18 @@ template <class Record>
 uint32_t pack_measured(const void *record, uint8_t *buffer, uint32_t *length,
                        uint32_t (*size)(const void *), uint32_t (*write)(uint8_t *, const void *));
 
+// Encodes a record for a unit that is not bound or has another order, and says the size of one that
+// comes without a buffer; for all messages.
+uint32_t pack_uncommon(runtime::unit &unit, const general::table_info &root, const char *packing,
+                       const void *record, uint8_t *buffer, uint32_t *length,
+                       uint32_t (*size)(const void *));
+
 // Encodes *record into a caller's buffer; see M__pack in mesh_fib6/message_api.h for the contract.
 template <class Record>
 uint32_t pack(runtime::unit &unit, const Record *record, uint8_t *buffer, uint32_t *length) {
   if (!is_common(unit) || __builtin_expect(record == nullptr || buffer == nullptr, false))
-    return general::pack(unit, general::info_of<Record>(), names<Record>::pack.text, record, buffer,
-                         length);
+    return pack_uncommon(unit, general::info_of<Record>(), names<Record>::pack.text, record, buffer,
+                         length, message_size<Record>);
   if (!surely_fits(*record, *length))
     return pack_measured(record, buffer, length, message_size<Record>, write<Record>);
   *length = write<Record>(buffer, record);

@@ -43,18 +43,20 @@ void read_root(runtime::unit &unit, const table_info &root, const char *decoding
 
 uint32_t pack(runtime::unit &unit, const table_info &root, const char *packing, const void *record,
               uint8_t *buffer, uint32_t *length) {
-  constexpr uint32_t failed = 0xFFFFFFFF;
   const uint32_t needed = compact_size(root, record);
   if (needed == 0 || needed > *length)
-    return failed;
-  // With a null buffer nothing is written: the caller has asked for the size.
+    return pack_failed;
   if (buffer != nullptr)
     write(unit, root, buffer, record);
   else
-    runtime::write_log(unit, runtime::log_category::validation, __LINE__, packing,
-                       "[VARKO]:Param invalid(%s, %u, %s)", "null", *length, "nonNull");
+    report_size_query(unit, packing, *length);
   *length = needed;
   return 0;
+}
+
+void report_size_query(runtime::unit &unit, const char *packing, uint32_t length) {
+  runtime::write_log(unit, runtime::log_category::validation, __LINE__, packing,
+                     "[VARKO]:Param invalid(%s, %u, %s)", "null", length, "nonNull");
 }
 
 uint32_t write(runtime::unit &unit, const table_info &root, uint8_t *buffer, const void *record) {
