@@ -7,6 +7,9 @@ set(MESH_FIB6_PUBLIC_HEADERS
   include/mesh_fib6/fib6.h
   include/mesh_fib6/fib6_cfg.h
   include/mesh_fib6/fib6_sync.h
+  include/mesh_fib6/message_list.h
+  include/mesh_fib6/messages.h
+  include/mesh_fib6/mesh_fib6.hpp
   platform/mesh.h
   platform/osal.h)
 set(MESH_FIB6_HOST_HEADERS

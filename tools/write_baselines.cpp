@@ -14,9 +14,8 @@ namespace fs = std::filesystem;
 
 constexpr const char *usage =
     "usage: write_baselines TREE\n"
-    "Writes abi/exports.txt and the FlatBuffers schema of each module, schemas/*.fbs, of the "
-    "source\n"
-    "tree, over what is there.\n"
+    "Writes abi/exports.txt, include/mesh_fib6/message_list.h and the FlatBuffers schema of each\n"
+    "module, schemas/*.fbs, of the source tree, over what is there.\n"
     "Exit status: 0 all are written, 1 one could not be, 2 wrong usage.\n";
 
 int wrong(const std::string &what) {
@@ -38,7 +37,7 @@ int main(int argc, char **argv) {
     return wrong("unknown option '" + std::string(first) + "'");
   const fs::path tree = first;
   std::error_code error;
-  for (const char *folder : {"abi", "schemas"})
+  for (const char *folder : {"abi", "include/mesh_fib6", "schemas"})
     if (!fs::is_directory(tree / folder, error))
       return wrong("expected a source tree with a folder " + std::string(folder) + ", found '" +
                    std::string(first) + "'");

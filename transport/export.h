@@ -11,11 +11,11 @@
 
 // Defines what MESH_FIB6_MESSAGE(M) declares, for the units and the namespace of this_module, and
 // compares what the list states. Contracts: mesh_fib6/message_api.h.
-#define MESH_FIB6_EXPORT(M, form, identifier, size)                                                \
+#define MESH_FIB6_EXPORT(M, form, size)                                                            \
   template <>                                                                                      \
   struct mesh_fib6::transport::exported<M> {                                                       \
-    static constexpr auto message = describe<M>(this_module::send_unit, identifier);               \
-    static_assert(message_id<M>(this_module::wire_namespace) == identifier,                        \
+    static constexpr auto message = describe<M>(this_module::send_unit, M##_ID);                   \
+    static_assert(message_id<M>(this_module::wire_namespace) == M##_ID,                            \
                   #M " has another identifier than is stated");                                    \
     static_assert(size_of_zeros<M>() == size, #M " takes another size than is stated");            \
     static_assert(tables_take_what_is_stated<M>());                                                \

@@ -2,8 +2,9 @@
 // trait of its exported functions for the library, tools, tests, attacks and benchmarks.
 //
 // Room: transport. May include wire/; knows no particular message. A list is a macro of a module's
-// schema.h that hands each of its messages to another macro: the record, its root form, the
-// identifier, and the size of a message of zeros as it is sent.
+// schema.h that hands each of its messages to another macro: the record, its root form, and
+// the size of a message of zeros as it is sent. The identifier stands in the module's public
+// header.
 #pragma once
 
 #include "wire/format/schema.h"
@@ -22,13 +23,13 @@ struct listed {
 
 } // namespace mesh_fib6
 
-#define MESH_FIB6_LISTED(M, form, identifier, size) , M
+#define MESH_FIB6_LISTED(M, form, size) , M
 
-#define MESH_FIB6_OPERATIONS(M, form, identifier, size)                                            \
+#define MESH_FIB6_OPERATIONS(M, form, size)                                                        \
   template <>                                                                                      \
   struct mesh_fib6::operations<M> {                                                                \
     static constexpr char name[] = #M;                                                             \
-    static constexpr uint32_t id = identifier;                                                     \
+    static constexpr uint32_t id = M##_ID;                                                         \
     static constexpr auto pack = &M##__pack;                                                       \
     static constexpr auto unpack = &M##__unpack;                                                   \
     static constexpr auto release = &M##_free__unpacked;                                           \

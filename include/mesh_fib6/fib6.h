@@ -1,8 +1,8 @@
 /* Module fib6: routes, next hops, next-hop groups, segment lists and path MTU in batches; control
  * messages.
  *
- * Room: public headers. Plain C99, also valid C++. The seven operations of a message type
- * are documented in message_api.h, the wire format in docs/wire-format.md.
+ * Room: public headers. Plain C99, also valid C++. The identifier and the seven operations of
+ * a message type are documented in message_api.h, the wire format in docs/wire-format.md.
  *
  * Layout: members in slot order with natural alignment; member f<k> feeds vtable slot k. A vector
  * is the pair f<k>_count, f<k>: number of elements and a contiguous array. The array is the
@@ -262,6 +262,7 @@ typedef struct feiBrokerFib6_ipv6FwdUpdateMsg {
   uint32_t f1_count;
   feiBrokerFib6_ipv6Fwd *f1;
 } feiBrokerFib6_ipv6FwdUpdateMsg;
+#define feiBrokerFib6_ipv6FwdUpdateMsg_ID UINT32_C(0x5026A923)
 MESH_FIB6_MESSAGE(feiBrokerFib6_ipv6FwdUpdateMsg);
 
 /* Routes to delete. 16 bytes. */
@@ -270,6 +271,7 @@ typedef struct feiBrokerFib6_ipv6FwdDelMsg {
   uint32_t f1_count;
   feiBrokerFib6_ipv6FwdKey *f1;
 } feiBrokerFib6_ipv6FwdDelMsg;
+#define feiBrokerFib6_ipv6FwdDelMsg_ID UINT32_C(0x0B394879)
 MESH_FIB6_MESSAGE(feiBrokerFib6_ipv6FwdDelMsg);
 
 /* A next-hop group and its members. 40 bytes. */
@@ -279,6 +281,7 @@ typedef struct feiBrokerFib6_nhp6GroupUpdateMsg {
   uint32_t f2_count;
   feiBrokerFib6_nhp6GroupNode *f2;
 } feiBrokerFib6_nhp6GroupUpdateMsg;
+#define feiBrokerFib6_nhp6GroupUpdateMsg_ID UINT32_C(0x12BA2120)
 MESH_FIB6_MESSAGE(feiBrokerFib6_nhp6GroupUpdateMsg);
 
 /* Next-hop groups to delete. 16 bytes. */
@@ -287,6 +290,7 @@ typedef struct feiBrokerFib6_nhp6GroupDelMsg {
   uint32_t f1_count;
   feiBrokerFib6_nhp6GroupKey *f1;
 } feiBrokerFib6_nhp6GroupDelMsg;
+#define feiBrokerFib6_nhp6GroupDelMsg_ID UINT32_C(0xE0BBBCA0)
 MESH_FIB6_MESSAGE(feiBrokerFib6_nhp6GroupDelMsg);
 
 /* Next hops of six kinds; the vectors are independent of one another. 144 bytes. */
@@ -306,6 +310,7 @@ typedef struct feiBrokerFib6_nhp6UpdateMsg {
   uint32_t f7_count;
   feiBrokerFib6_nhp6Pp6ExtSrv6Te *f7;
 } feiBrokerFib6_nhp6UpdateMsg;
+#define feiBrokerFib6_nhp6UpdateMsg_ID UINT32_C(0x5FFC4D23)
 MESH_FIB6_MESSAGE(feiBrokerFib6_nhp6UpdateMsg);
 
 /* Next hops to delete. 16 bytes. */
@@ -314,6 +319,7 @@ typedef struct feiBrokerFib6_nhp6DelMsg {
   uint32_t f1_count;
   feiBrokerFib6_nhp6Key *f1;
 } feiBrokerFib6_nhp6DelMsg;
+#define feiBrokerFib6_nhp6DelMsg_ID UINT32_C(0xEE8FB479)
 MESH_FIB6_MESSAGE(feiBrokerFib6_nhp6DelMsg);
 
 /* SRv6 segment lists to add or change. 16 bytes. */
@@ -322,6 +328,7 @@ typedef struct feiBrokerFib6_srv6SrListUpdateMsg {
   uint32_t f1_count;
   feiBrokerFib6_srv6SrList *f1;
 } feiBrokerFib6_srv6SrListUpdateMsg;
+#define feiBrokerFib6_srv6SrListUpdateMsg_ID UINT32_C(0x44FD956B)
 MESH_FIB6_MESSAGE(feiBrokerFib6_srv6SrListUpdateMsg);
 
 /* SRv6 segment lists to delete. 16 bytes. */
@@ -330,6 +337,7 @@ typedef struct feiBrokerFib6_srv6SrListDelMsg {
   uint32_t f1_count;
   feiBrokerFib6_srv6SrListKey *f1;
 } feiBrokerFib6_srv6SrListDelMsg;
+#define feiBrokerFib6_srv6SrListDelMsg_ID UINT32_C(0x03FB3FE1)
 MESH_FIB6_MESSAGE(feiBrokerFib6_srv6SrListDelMsg);
 
 /* Path-MTU entries to add or change. 16 bytes. */
@@ -338,6 +346,7 @@ typedef struct feiBrokerFib6_ipv6PathMtuUpdateMsg {
   uint32_t f1_count;
   feiBrokerFib6_ipv6PathMtu *f1;
 } feiBrokerFib6_ipv6PathMtuUpdateMsg;
+#define feiBrokerFib6_ipv6PathMtuUpdateMsg_ID UINT32_C(0x08C4DDE3)
 MESH_FIB6_MESSAGE(feiBrokerFib6_ipv6PathMtuUpdateMsg);
 
 /* Path-MTU entries to delete. 16 bytes. */
@@ -346,6 +355,7 @@ typedef struct feiBrokerFib6_ipv6PathMtuDelMsg {
   uint32_t f1_count;
   feiBrokerFib6_ipv6PathMtuKey *f1;
 } feiBrokerFib6_ipv6PathMtuDelMsg;
+#define feiBrokerFib6_ipv6PathMtuDelMsg_ID UINT32_C(0x6718B739)
 MESH_FIB6_MESSAGE(feiBrokerFib6_ipv6PathMtuDelMsg);
 
 /* The state of a process. 16 bytes. */
@@ -353,6 +363,7 @@ typedef struct feiBrokerFib6_pidStateMsg {
   uint32_t f0;
   feiBrokerFib6_pidState f1;
 } feiBrokerFib6_pidStateMsg;
+#define feiBrokerFib6_pidStateMsg_ID UINT32_C(0x2DAF16C2)
 MESH_FIB6_MESSAGE(feiBrokerFib6_pidStateMsg);
 
 /* A class item. 16 bytes. */
@@ -360,6 +371,7 @@ typedef struct feiBrokerFib6_classItemMsg {
   uint32_t f0;
   feiBrokerFib6_classItem f1;
 } feiBrokerFib6_classItemMsg;
+#define feiBrokerFib6_classItemMsg_ID UINT32_C(0x9D4AD197)
 MESH_FIB6_MESSAGE(feiBrokerFib6_classItemMsg);
 
 /* The class state of a VRF. 28 bytes. */
@@ -367,6 +379,7 @@ typedef struct feiBrokerFib6_vrfClassStateMsg {
   uint32_t f0;
   feiBrokerFib6_vrfClassState f1;
 } feiBrokerFib6_vrfClassStateMsg;
+#define feiBrokerFib6_vrfClassStateMsg_ID UINT32_C(0x4E636B47)
 MESH_FIB6_MESSAGE(feiBrokerFib6_vrfClassStateMsg);
 
 /* The class data of a VRF. 32 bytes. */
@@ -374,6 +387,7 @@ typedef struct feiBrokerFib6_vrfClassDataMsg {
   uint32_t f0;
   feiBrokerFib6_vrfClassData f1;
 } feiBrokerFib6_vrfClassDataMsg;
+#define feiBrokerFib6_vrfClassDataMsg_ID UINT32_C(0x2646ACE6)
 MESH_FIB6_MESSAGE(feiBrokerFib6_vrfClassDataMsg);
 
 /* Class data of a logical router. 12 bytes. */
@@ -382,6 +396,7 @@ typedef struct feiBrokerFib6_lrClassDataMsg {
   uint32_t f1;
   uint32_t f2;
 } feiBrokerFib6_lrClassDataMsg;
+#define feiBrokerFib6_lrClassDataMsg_ID UINT32_C(0x36A0ECDC)
 MESH_FIB6_MESSAGE(feiBrokerFib6_lrClassDataMsg);
 
 /* A load-balancing mode. 16 bytes. */
@@ -394,6 +409,7 @@ typedef struct feiBrokerFib6_loadBalanceMode {
   uint8_t f5;
   uint8_t f6;
 } feiBrokerFib6_loadBalanceMode;
+#define feiBrokerFib6_loadBalanceMode_ID UINT32_C(0x0D2C457A)
 MESH_FIB6_MESSAGE(feiBrokerFib6_loadBalanceMode);
 
 /* A load-balancing reversal. 12 bytes. */
@@ -402,6 +418,7 @@ typedef struct feiBrokerFib6_loadBalanceReverse {
   uint32_t f1;
   uint8_t f2;
 } feiBrokerFib6_loadBalanceReverse;
+#define feiBrokerFib6_loadBalanceReverse_ID UINT32_C(0x2555943D)
 MESH_FIB6_MESSAGE(feiBrokerFib6_loadBalanceReverse);
 
 /* The "dod" switch. 12 bytes. */
@@ -410,6 +427,7 @@ typedef struct feiBrokerFib6_dod_enable {
   uint32_t f1;
   uint32_t f2;
 } feiBrokerFib6_dod_enable;
+#define feiBrokerFib6_dod_enable_ID UINT32_C(0x877476E0)
 MESH_FIB6_MESSAGE(feiBrokerFib6_dod_enable);
 
 /* A "dod" rule. 32 bytes. */
@@ -420,6 +438,7 @@ typedef struct feiBrokerFib6_dod_rule {
   uint32_t f3[4];
   uint8_t f4;
 } feiBrokerFib6_dod_rule;
+#define feiBrokerFib6_dod_rule_ID UINT32_C(0x7EA01FE9)
 MESH_FIB6_MESSAGE(feiBrokerFib6_dod_rule);
 
 /* "dod" aging. 24 bytes. */
@@ -431,6 +450,7 @@ typedef struct feiBrokerFib6_dod_aging {
   uint32_t f4;
   uint32_t f5;
 } feiBrokerFib6_dod_aging;
+#define feiBrokerFib6_dod_aging_ID UINT32_C(0x89D66519)
 MESH_FIB6_MESSAGE(feiBrokerFib6_dod_aging);
 
 /* A special address. 12 bytes. */
@@ -440,6 +460,7 @@ typedef struct feiBrokerFib6_special_ip {
   uint8_t f2;
   uint8_t f3;
 } feiBrokerFib6_special_ip;
+#define feiBrokerFib6_special_ip_ID UINT32_C(0xD001F332)
 MESH_FIB6_MESSAGE(feiBrokerFib6_special_ip);
 
 /* Registers the module's messages with the mesh, in a fixed order, each with its unpack and release

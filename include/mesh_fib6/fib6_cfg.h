@@ -1,7 +1,7 @@
 /* Module fib6_cfg: configuration and queries.
  *
- * Room: public headers. Plain C99, also valid C++. The seven operations of a message type
- * are documented in message_api.h, the wire format in docs/wire-format.md.
+ * Room: public headers. Plain C99, also valid C++. The identifier and the seven operations of
+ * a message type are documented in message_api.h, the wire format in docs/wire-format.md.
  *
  * Layout: members in slot order with natural alignment; member f<k> feeds vtable slot k. A vector
  * is the pair f<k>_count, f<k>: number of elements and a contiguous array. The array is the
@@ -113,6 +113,7 @@ typedef struct fib6_cfg_query_fib6_key {
   fib6_cfg_query_comm_param f0;
   fib6_cfg_query_fib6_cond f1;
 } fib6_cfg_query_fib6_key;
+#define fib6_cfg_query_fib6_key_ID UINT32_C(0x727C4D11)
 MESH_FIB6_MESSAGE(fib6_cfg_query_fib6_key);
 
 /* The answer to a FIB query. 40 bytes. */
@@ -121,6 +122,7 @@ typedef struct fib6_cfg_query_fib6_rec {
   uint32_t f1_count;
   fib6_cfg_query_fib6_item *f1;
 } fib6_cfg_query_fib6_rec;
+#define fib6_cfg_query_fib6_rec_ID UINT32_C(0x8B27C60C)
 MESH_FIB6_MESSAGE(fib6_cfg_query_fib6_rec);
 
 /* A diagnostic query. 40 bytes. */
@@ -128,6 +130,7 @@ typedef struct fib6_cfg_query_dfx_key {
   fib6_cfg_query_comm_param f0;
   fib6_cfg_query_dfx_cond f1;
 } fib6_cfg_query_dfx_key;
+#define fib6_cfg_query_dfx_key_ID UINT32_C(0x244EBB6A)
 MESH_FIB6_MESSAGE(fib6_cfg_query_dfx_key);
 
 /* The answer to a diagnostic query. 40 bytes. */
@@ -136,6 +139,7 @@ typedef struct fib6_cfg_query_dfx_rec {
   uint32_t f1_count;
   fib6_cfg_query_dfx_item *f1;
 } fib6_cfg_query_dfx_rec;
+#define fib6_cfg_query_dfx_rec_ID UINT32_C(0x3ACCEBF3)
 MESH_FIB6_MESSAGE(fib6_cfg_query_dfx_rec);
 
 /* What happens to packets whose hop limit expires. 32 bytes. */
@@ -146,6 +150,7 @@ typedef struct fib6_cfg_cfg_ipv6_ttl_expired_forward {
   uint32_t f3;
   uint32_t f4[4];
 } fib6_cfg_cfg_ipv6_ttl_expired_forward;
+#define fib6_cfg_cfg_ipv6_ttl_expired_forward_ID UINT32_C(0x863B570C)
 MESH_FIB6_MESSAGE(fib6_cfg_cfg_ipv6_ttl_expired_forward);
 
 /* A consistency-check query. 48 bytes. */
@@ -153,6 +158,7 @@ typedef struct fib6_cfg_query_fib6check_key {
   fib6_cfg_query_comm_param f0;
   fib6_cfg_query_fib6check_cond f1;
 } fib6_cfg_query_fib6check_key;
+#define fib6_cfg_query_fib6check_key_ID UINT32_C(0x6C0280B3)
 MESH_FIB6_MESSAGE(fib6_cfg_query_fib6check_key);
 
 /* The answer to a consistency-check query. 288 bytes. */
@@ -160,6 +166,7 @@ typedef struct fib6_cfg_query_fib6check_rec {
   fib6_cfg_query_comm_rec f0;
   fib6_cfg_query_fib6check_item f1;
 } fib6_cfg_query_fib6check_rec;
+#define fib6_cfg_query_fib6check_rec_ID UINT32_C(0xDD6EF182)
 MESH_FIB6_MESSAGE(fib6_cfg_query_fib6check_rec);
 
 /* Registers the module's messages with the mesh, in a fixed order, each with its unpack and release

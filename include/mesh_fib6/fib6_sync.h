@@ -1,7 +1,7 @@
 /* Module fib6_sync: one-entry synchronisation of the forwarding state.
  *
- * Room: public headers. Plain C99, also valid C++. The seven operations of a message type
- * are documented in message_api.h, the wire format in docs/wire-format.md.
+ * Room: public headers. Plain C99, also valid C++. The identifier and the seven operations of
+ * a message type are documented in message_api.h, the wire format in docs/wire-format.md.
  *
  * Layout: members in slot order with natural alignment; member f<k> feeds vtable slot k. A vector
  * is the pair f<k>_count, f<k>: number of elements and a contiguous array. The array is the
@@ -298,6 +298,7 @@ typedef struct fib6Sync_svcCtxMsg {
   fib6Sync_tlv f0;
   uint32_t f1[8];
 } fib6Sync_svcCtxMsg;
+#define fib6Sync_svcCtxMsg_ID UINT32_C(0x43B81539)
 MESH_FIB6_MESSAGE(fib6Sync_svcCtxMsg);
 
 /* A route to add or change. 68 bytes. */
@@ -305,6 +306,7 @@ typedef struct fib6Sync_ipv6FwdUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_ipv6Fwd f1;
 } fib6Sync_ipv6FwdUpdateMsg;
+#define fib6Sync_ipv6FwdUpdateMsg_ID UINT32_C(0x48CDB5CB)
 MESH_FIB6_MESSAGE(fib6Sync_ipv6FwdUpdateMsg);
 
 /* A route to delete. 36 bytes. */
@@ -312,6 +314,7 @@ typedef struct fib6Sync_ipv6FwdDelMsg {
   fib6Sync_tlv f0;
   fib6Sync_ipv6FwdKey f1;
 } fib6Sync_ipv6FwdDelMsg;
+#define fib6Sync_ipv6FwdDelMsg_ID UINT32_C(0x20B86741)
 MESH_FIB6_MESSAGE(fib6Sync_ipv6FwdDelMsg);
 
 /* A next-hop group to add or change. 28 bytes. */
@@ -319,6 +322,7 @@ typedef struct fib6Sync_nhp6GroupUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6Group f1;
 } fib6Sync_nhp6GroupUpdateMsg;
+#define fib6Sync_nhp6GroupUpdateMsg_ID UINT32_C(0x27313708)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6GroupUpdateMsg);
 
 /* A next-hop group to delete. 16 bytes. */
@@ -326,6 +330,7 @@ typedef struct fib6Sync_nhp6GroupDelMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6GroupKey f1;
 } fib6Sync_nhp6GroupDelMsg;
+#define fib6Sync_nhp6GroupDelMsg_ID UINT32_C(0xA67F1088)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6GroupDelMsg);
 
 /* A member of a next-hop group to add or change. 48 bytes. */
@@ -333,6 +338,7 @@ typedef struct fib6Sync_nhp6GroupNodeUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6GroupNode f1;
 } fib6Sync_nhp6GroupNodeUpdateMsg;
+#define fib6Sync_nhp6GroupNodeUpdateMsg_ID UINT32_C(0x89EA08AC)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6GroupNodeUpdateMsg);
 
 /* A member of a next-hop group to delete. 36 bytes. */
@@ -340,6 +346,7 @@ typedef struct fib6Sync_nhp6GroupNodeDelMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6GroupNodeKey f1;
 } fib6Sync_nhp6GroupNodeDelMsg;
+#define fib6Sync_nhp6GroupNodeDelMsg_ID UINT32_C(0x368222CC)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6GroupNodeDelMsg);
 
 /* A next hop to add or change. 52 bytes. */
@@ -347,6 +354,7 @@ typedef struct fib6Sync_nhp6UpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6 f1;
 } fib6Sync_nhp6UpdateMsg;
+#define fib6Sync_nhp6UpdateMsg_ID UINT32_C(0x44477C2B)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6UpdateMsg);
 
 /* A next hop to delete. 12 bytes. */
@@ -354,6 +362,7 @@ typedef struct fib6Sync_nhp6DelMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6Key f1;
 } fib6Sync_nhp6DelMsg;
+#define fib6Sync_nhp6DelMsg_ID UINT32_C(0x05D162A1)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6DelMsg);
 
 /* A standard next hop to add or change. 60 bytes. */
@@ -361,6 +370,7 @@ typedef struct fib6Sync_nhp6StdUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6Std f1;
 } fib6Sync_nhp6StdUpdateMsg;
+#define fib6Sync_nhp6StdUpdateMsg_ID UINT32_C(0xD2D6370A)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6StdUpdateMsg);
 
 /* A standard next hop to delete. 32 bytes. */
@@ -368,6 +378,7 @@ typedef struct fib6Sync_nhp6StdDelMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6StdKey f1;
 } fib6Sync_nhp6StdDelMsg;
+#define fib6Sync_nhp6StdDelMsg_ID UINT32_C(0x20959026)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6StdDelMsg);
 
 /* An extended next hop to add or change. 36 bytes. */
@@ -375,6 +386,7 @@ typedef struct fib6Sync_nhp6ExtUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6Ext f1;
 } fib6Sync_nhp6ExtUpdateMsg;
+#define fib6Sync_nhp6ExtUpdateMsg_ID UINT32_C(0xA1DBFFBC)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6ExtUpdateMsg);
 
 /* A VPN next hop to add or change. 28 bytes. */
@@ -382,6 +394,7 @@ typedef struct fib6Sync_nhp6VpnUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6Vpn f1;
 } fib6Sync_nhp6VpnUpdateMsg;
+#define fib6Sync_nhp6VpnUpdateMsg_ID UINT32_C(0xAA706A55)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6VpnUpdateMsg);
 
 /* A VXLAN next hop to add or change. 72 bytes. */
@@ -389,6 +402,7 @@ typedef struct fib6Sync_nhp6VxlanUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6Vxlan f1;
 } fib6Sync_nhp6VxlanUpdateMsg;
+#define fib6Sync_nhp6VxlanUpdateMsg_ID UINT32_C(0x1D511A2A)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6VxlanUpdateMsg);
 
 /* A VPN SID next hop to add or change. 112 bytes. */
@@ -396,6 +410,7 @@ typedef struct fib6Sync_nhp6VpnSidUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6VpnSid f1;
 } fib6Sync_nhp6VpnSidUpdateMsg;
+#define fib6Sync_nhp6VpnSidUpdateMsg_ID UINT32_C(0xB2CFE153)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6VpnSidUpdateMsg);
 
 /* An SRv6 traffic-engineering next hop to add or change. 52 bytes. */
@@ -403,6 +418,7 @@ typedef struct fib6Sync_nhp6ExtSrv6TeUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_nhp6ExtSrv6Te f1;
 } fib6Sync_nhp6ExtSrv6TeUpdateMsg;
+#define fib6Sync_nhp6ExtSrv6TeUpdateMsg_ID UINT32_C(0x1F17926E)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6ExtSrv6TeUpdateMsg);
 
 /* A path-MTU entry to add or change. 40 bytes. */
@@ -410,6 +426,7 @@ typedef struct fib6Sync_ipv6PathMtuUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_ipv6PathMtu f1;
 } fib6Sync_ipv6PathMtuUpdateMsg;
+#define fib6Sync_ipv6PathMtuUpdateMsg_ID UINT32_C(0xB893ECAB)
 MESH_FIB6_MESSAGE(fib6Sync_ipv6PathMtuUpdateMsg);
 
 /* A path-MTU entry to delete. 32 bytes. */
@@ -417,6 +434,7 @@ typedef struct fib6Sync_ipv6PathMtuDelMsg {
   fib6Sync_tlv f0;
   fib6Sync_ipv6PathMtuKey f1;
 } fib6Sync_ipv6PathMtuDelMsg;
+#define fib6Sync_ipv6PathMtuDelMsg_ID UINT32_C(0xCD5FE421)
 MESH_FIB6_MESSAGE(fib6Sync_ipv6PathMtuDelMsg);
 
 /* A load-balancing mode. 12 bytes. */
@@ -425,6 +443,7 @@ typedef struct fib6Sync_loadBalanceMode {
   uint16_t f1;
   fib6Sync_balanceModeData f2;
 } fib6Sync_loadBalanceMode;
+#define fib6Sync_loadBalanceMode_ID UINT32_C(0xE0A34E72)
 MESH_FIB6_MESSAGE(fib6Sync_loadBalanceMode);
 
 /* A load-balancing reversal. 8 bytes. */
@@ -433,6 +452,7 @@ typedef struct fib6Sync_loadBalanceReverse {
   uint16_t f1;
   fib6Sync_balanceReverseData f2;
 } fib6Sync_loadBalanceReverse;
+#define fib6Sync_loadBalanceReverse_ID UINT32_C(0x29F980E5)
 MESH_FIB6_MESSAGE(fib6Sync_loadBalanceReverse);
 
 /* Equal-cost multipath settings. 16 bytes. */
@@ -442,6 +462,7 @@ typedef struct fib6Sync_ecmpCfg {
   fib6Sync_balanceModeData f2;
   fib6Sync_balanceReverseData f3;
 } fib6Sync_ecmpCfg;
+#define fib6Sync_ecmpCfg_ID UINT32_C(0xB9FA4070)
 MESH_FIB6_MESSAGE(fib6Sync_ecmpCfg);
 
 /* The "dod" switch. 12 bytes. */
@@ -450,6 +471,7 @@ typedef struct fib6Sync_dod_enable {
   uint32_t f1;
   fib6Sync_dod_enable_data f2;
 } fib6Sync_dod_enable;
+#define fib6Sync_dod_enable_ID UINT32_C(0x0055A568)
 MESH_FIB6_MESSAGE(fib6Sync_dod_enable);
 
 /* The global configuration. 12 bytes. */
@@ -458,6 +480,7 @@ typedef struct fib6Sync_glbCfg {
   uint32_t f1;
   fib6Sync_dod_enable_data f2;
 } fib6Sync_glbCfg;
+#define fib6Sync_glbCfg_ID UINT32_C(0xB86E5320)
 MESH_FIB6_MESSAGE(fib6Sync_glbCfg);
 
 /* An SRv6 segment list to add or change. 192 bytes. */
@@ -465,6 +488,7 @@ typedef struct fib6Sync_srv6SrListUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_srv6SrList f1;
 } fib6Sync_srv6SrListUpdateMsg;
+#define fib6Sync_srv6SrListUpdateMsg_ID UINT32_C(0xE63E88D3)
 MESH_FIB6_MESSAGE(fib6Sync_srv6SrListUpdateMsg);
 
 /* An SRv6 segment list to delete. 24 bytes. */
@@ -472,6 +496,7 @@ typedef struct fib6Sync_srv6SrListDelMsg {
   fib6Sync_tlv f0;
   fib6Sync_srv6SrListKey f1;
 } fib6Sync_srv6SrListDelMsg;
+#define fib6Sync_srv6SrListDelMsg_ID UINT32_C(0x1045D0A9)
 MESH_FIB6_MESSAGE(fib6Sync_srv6SrListDelMsg);
 
 /* The extended label of a next hop. 76 bytes. */
@@ -479,6 +504,7 @@ typedef struct fib6Sync_nhp6_ext_label_update_data {
   fib6Sync_tlv f0;
   fib6Sync_nhp6_ext_label f1;
 } fib6Sync_nhp6_ext_label_update_data;
+#define fib6Sync_nhp6_ext_label_update_data_ID UINT32_C(0x2EE805D3)
 MESH_FIB6_MESSAGE(fib6Sync_nhp6_ext_label_update_data);
 
 /* A "dod" rule. 32 bytes. */
@@ -489,6 +515,7 @@ typedef struct fib6Sync_dod_rule {
   uint32_t f3[4];
   uint8_t f4;
 } fib6Sync_dod_rule;
+#define fib6Sync_dod_rule_ID UINT32_C(0x0863B261)
 MESH_FIB6_MESSAGE(fib6Sync_dod_rule);
 
 /* "dod" aging. 24 bytes. */
@@ -500,6 +527,7 @@ typedef struct fib6Sync_dod_aging {
   uint32_t f4;
   uint32_t f5;
 } fib6Sync_dod_aging;
+#define fib6Sync_dod_aging_ID UINT32_C(0x17073BB1)
 MESH_FIB6_MESSAGE(fib6Sync_dod_aging);
 
 /* A special address. 12 bytes. */
@@ -509,6 +537,7 @@ typedef struct fib6Sync_special_ip {
   uint8_t f2;
   uint8_t f3;
 } fib6Sync_special_ip;
+#define fib6Sync_special_ip_ID UINT32_C(0x48FCFCFA)
 MESH_FIB6_MESSAGE(fib6Sync_special_ip);
 
 /* A special address to add or change. 16 bytes. */
@@ -516,6 +545,7 @@ typedef struct fib6Sync_specialIpUpdateMsg {
   fib6Sync_tlv f0;
   fib6Sync_specialIpData f1;
 } fib6Sync_specialIpUpdateMsg;
+#define fib6Sync_specialIpUpdateMsg_ID UINT32_C(0xA81DEDDB)
 MESH_FIB6_MESSAGE(fib6Sync_specialIpUpdateMsg);
 
 /* A special address to delete. 12 bytes. */
@@ -523,6 +553,7 @@ typedef struct fib6Sync_specialIpDeleteMsg {
   fib6Sync_tlv f0;
   fib6Sync_specialIpKey f1;
 } fib6Sync_specialIpDeleteMsg;
+#define fib6Sync_specialIpDeleteMsg_ID UINT32_C(0x6DE1A2B5)
 MESH_FIB6_MESSAGE(fib6Sync_specialIpDeleteMsg);
 
 /* Registers the module's messages with the mesh, in a fixed order, each with its unpack and release

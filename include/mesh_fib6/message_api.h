@@ -16,6 +16,13 @@
 /* What a sending or packing operation returns when it fails before the mesh is asked. */
 #define MESH_FIB6_FAILED UINT32_C(0xFFFFFFFF)
 
+/* M_ID
+ *   The identifier under which the mesh carries messages of type M and hands them to a receiver: a
+ *   constant, fit for `case`. It is the FNV-1a hash (32 bits,
+ *   http://www.isthe.com/chongo/tech/comp/fnv/) of "<namespace>.<message>", where M is
+ *   <namespace>_<message>. messages.h has a table of all types, found by identifier.
+ */
+
 /* Declares the operations of message type M. All of them may be called by any thread at any time.
  *
  * uint32_t M__pack(const M *record, uint8_t *buffer, uint32_t *length)

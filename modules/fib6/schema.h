@@ -58,29 +58,29 @@ MESH_FIB6_TABLE(feiBrokerFib6_dod_aging, 24, 20, f0, f1, f2, f3, f4, f5);
 MESH_FIB6_TABLE(feiBrokerFib6_special_ip, 12, 16, f0, f1, f2, f3);
 
 // The module's messages in the order in which they are registered: the record, its root form
-// (wire/codec.h), the identifier, and the size of a message of zeros as it is sent.
+// (wire/codec.h), and the size of a message of zeros as it is sent.
 #define MESH_FIB6_FIB6_MESSAGES(X)                                                                 \
-  X(feiBrokerFib6_ipv6FwdUpdateMsg, header_first, 0x5026A923, 16)                                  \
-  X(feiBrokerFib6_ipv6FwdDelMsg, header_first, 0x0B394879, 16)                                     \
-  X(feiBrokerFib6_nhp6GroupUpdateMsg, header_first, 0x12BA2120, 40)                                \
-  X(feiBrokerFib6_nhp6GroupDelMsg, header_first, 0xE0BBBCA0, 16)                                   \
-  X(feiBrokerFib6_nhp6UpdateMsg, table, 0x5FFC4D23, 84)                                            \
-  X(feiBrokerFib6_nhp6DelMsg, header_first, 0xEE8FB479, 16)                                        \
-  X(feiBrokerFib6_srv6SrListUpdateMsg, header_first, 0x44FD956B, 16)                               \
-  X(feiBrokerFib6_srv6SrListDelMsg, header_first, 0x03FB3FE1, 16)                                  \
-  X(feiBrokerFib6_ipv6PathMtuUpdateMsg, header_first, 0x08C4DDE3, 16)                              \
-  X(feiBrokerFib6_ipv6PathMtuDelMsg, header_first, 0x6718B739, 16)                                 \
-  X(feiBrokerFib6_pidStateMsg, header_first, 0x2DAF16C2, 56)                                       \
-  X(feiBrokerFib6_classItemMsg, header_first, 0x9D4AD197, 56)                                      \
-  X(feiBrokerFib6_vrfClassStateMsg, header_first, 0x4E636B47, 72)                                  \
-  X(feiBrokerFib6_vrfClassDataMsg, header_first, 0x2646ACE6, 80)                                   \
-  X(feiBrokerFib6_lrClassDataMsg, header_first, 0x36A0ECDC, 32)                                    \
-  X(feiBrokerFib6_loadBalanceMode, table, 0x0D2C457A, 48)                                          \
-  X(feiBrokerFib6_loadBalanceReverse, header_first, 0x2555943D, 32)                                \
-  X(feiBrokerFib6_dod_enable, header_first, 0x877476E0, 32)                                        \
-  X(feiBrokerFib6_dod_rule, header_first, 0x7EA01FE9, 64)                                          \
-  X(feiBrokerFib6_dod_aging, table, 0x89D66519, 48)                                                \
-  X(feiBrokerFib6_special_ip, header_first, 0xD001F332, 32)
+  X(feiBrokerFib6_ipv6FwdUpdateMsg, header_first, 16)                                              \
+  X(feiBrokerFib6_ipv6FwdDelMsg, header_first, 16)                                                 \
+  X(feiBrokerFib6_nhp6GroupUpdateMsg, header_first, 40)                                            \
+  X(feiBrokerFib6_nhp6GroupDelMsg, header_first, 16)                                               \
+  X(feiBrokerFib6_nhp6UpdateMsg, table, 84)                                                        \
+  X(feiBrokerFib6_nhp6DelMsg, header_first, 16)                                                    \
+  X(feiBrokerFib6_srv6SrListUpdateMsg, header_first, 16)                                           \
+  X(feiBrokerFib6_srv6SrListDelMsg, header_first, 16)                                              \
+  X(feiBrokerFib6_ipv6PathMtuUpdateMsg, header_first, 16)                                          \
+  X(feiBrokerFib6_ipv6PathMtuDelMsg, header_first, 16)                                             \
+  X(feiBrokerFib6_pidStateMsg, header_first, 56)                                                   \
+  X(feiBrokerFib6_classItemMsg, header_first, 56)                                                  \
+  X(feiBrokerFib6_vrfClassStateMsg, header_first, 72)                                              \
+  X(feiBrokerFib6_vrfClassDataMsg, header_first, 80)                                               \
+  X(feiBrokerFib6_lrClassDataMsg, header_first, 32)                                                \
+  X(feiBrokerFib6_loadBalanceMode, table, 48)                                                      \
+  X(feiBrokerFib6_loadBalanceReverse, header_first, 32)                                            \
+  X(feiBrokerFib6_dod_enable, header_first, 32)                                                    \
+  X(feiBrokerFib6_dod_rule, header_first, 64)                                                      \
+  X(feiBrokerFib6_dod_aging, table, 48)                                                            \
+  X(feiBrokerFib6_special_ip, header_first, 32)
 
 MESH_FIB6_FIB6_MESSAGES(MESH_FIB6_OPERATIONS)
 

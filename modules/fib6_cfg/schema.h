@@ -27,15 +27,15 @@ MESH_FIB6_TABLE(fib6_cfg_query_fib6check_key, 48, 20, f0, f1);
 MESH_FIB6_TABLE(fib6_cfg_query_fib6check_rec, 288, 20, f0, f1);
 
 // The module's messages in the order in which they are registered: the record, its root form
-// (wire/codec.h), the identifier, and the size of a message of zeros as it is sent.
+// (wire/codec.h), and the size of a message of zeros as it is sent.
 #define MESH_FIB6_FIB6_CFG_MESSAGES(X)                                                             \
-  X(fib6_cfg_query_fib6_key, header_first, 0x727C4D11, 88)                                         \
-  X(fib6_cfg_query_fib6_rec, header_first, 0x8B27C60C, 36)                                         \
-  X(fib6_cfg_query_dfx_key, header_first, 0x244EBB6A, 54)                                          \
-  X(fib6_cfg_query_dfx_rec, header_first, 0x3ACCEBF3, 36)                                          \
-  X(fib6_cfg_cfg_ipv6_ttl_expired_forward, header_first, 0x863B570C, 64)                           \
-  X(fib6_cfg_query_fib6check_key, header_first, 0x6C0280B3, 76)                                    \
-  X(fib6_cfg_query_fib6check_rec, header_first, 0xDD6EF182, 318)
+  X(fib6_cfg_query_fib6_key, header_first, 88)                                                     \
+  X(fib6_cfg_query_fib6_rec, header_first, 36)                                                     \
+  X(fib6_cfg_query_dfx_key, header_first, 54)                                                      \
+  X(fib6_cfg_query_dfx_rec, header_first, 36)                                                      \
+  X(fib6_cfg_cfg_ipv6_ttl_expired_forward, header_first, 64)                                       \
+  X(fib6_cfg_query_fib6check_key, header_first, 76)                                                \
+  X(fib6_cfg_query_fib6check_rec, header_first, 318)
 
 MESH_FIB6_FIB6_CFG_MESSAGES(MESH_FIB6_OPERATIONS)
 

@@ -72,39 +72,39 @@ MESH_FIB6_TABLE(fib6Sync_specialIpUpdateMsg, 16, 20, f0, f1);
 MESH_FIB6_TABLE(fib6Sync_specialIpDeleteMsg, 12, 20, f0, f1);
 
 // The module's messages in the order in which they are registered: the record, its root form
-// (wire/codec.h), the identifier, and the size of a message of zeros as it is sent.
+// (wire/codec.h), and the size of a message of zeros as it is sent.
 #define MESH_FIB6_FIB6_SYNC_MESSAGES(X)                                                            \
-  X(fib6Sync_svcCtxMsg, header_first, 0x43B81539, 80)                                              \
-  X(fib6Sync_ipv6FwdUpdateMsg, table, 0x48CDB5CB, 152)                                             \
-  X(fib6Sync_ipv6FwdDelMsg, table, 0x20B86741, 112)                                                \
-  X(fib6Sync_nhp6GroupUpdateMsg, table, 0x27313708, 88)                                            \
-  X(fib6Sync_nhp6GroupDelMsg, table, 0xA67F1088, 64)                                               \
-  X(fib6Sync_nhp6GroupNodeUpdateMsg, table, 0x89EA08AC, 112)                                       \
-  X(fib6Sync_nhp6GroupNodeDelMsg, table, 0x368222CC, 96)                                           \
-  X(fib6Sync_nhp6UpdateMsg, table, 0x44477C2B, 128)                                                \
-  X(fib6Sync_nhp6DelMsg, table, 0x05D162A1, 64)                                                    \
-  X(fib6Sync_nhp6StdUpdateMsg, table, 0xD2D6370A, 136)                                             \
-  X(fib6Sync_nhp6StdDelMsg, table, 0x20959026, 96)                                                 \
-  X(fib6Sync_nhp6ExtUpdateMsg, table, 0xA1DBFFBC, 96)                                              \
-  X(fib6Sync_nhp6VpnUpdateMsg, table, 0xAA706A55, 88)                                              \
-  X(fib6Sync_nhp6VxlanUpdateMsg, table, 0x1D511A2A, 168)                                           \
-  X(fib6Sync_nhp6VpnSidUpdateMsg, table, 0xB2CFE153, 216)                                          \
-  X(fib6Sync_nhp6ExtSrv6TeUpdateMsg, table, 0x1F17926E, 128)                                       \
-  X(fib6Sync_ipv6PathMtuUpdateMsg, table, 0xB893ECAB, 104)                                         \
-  X(fib6Sync_ipv6PathMtuDelMsg, table, 0xCD5FE421, 96)                                             \
-  X(fib6Sync_loadBalanceMode, header_first, 0xE0A34E72, 64)                                        \
-  X(fib6Sync_loadBalanceReverse, header_first, 0x29F980E5, 56)                                     \
-  X(fib6Sync_ecmpCfg, header_first, 0xB9FA4070, 88)                                                \
-  X(fib6Sync_dod_enable, header_first, 0x0055A568, 56)                                             \
-  X(fib6Sync_glbCfg, header_first, 0xB86E5320, 56)                                                 \
-  X(fib6Sync_srv6SrListUpdateMsg, table, 0xE63E88D3, 352)                                          \
-  X(fib6Sync_srv6SrListDelMsg, table, 0x1045D0A9, 80)                                              \
-  X(fib6Sync_nhp6_ext_label_update_data, table, 0x2EE805D3, 160)                                   \
-  X(fib6Sync_dod_rule, header_first, 0x0863B261, 64)                                               \
-  X(fib6Sync_dod_aging, table, 0x17073BB1, 48)                                                     \
-  X(fib6Sync_special_ip, header_first, 0x48FCFCFA, 32)                                             \
-  X(fib6Sync_specialIpUpdateMsg, table, 0xA81DEDDB, 72)                                            \
-  X(fib6Sync_specialIpDeleteMsg, table, 0x6DE1A2B5, 64)
+  X(fib6Sync_svcCtxMsg, header_first, 80)                                                          \
+  X(fib6Sync_ipv6FwdUpdateMsg, table, 152)                                                         \
+  X(fib6Sync_ipv6FwdDelMsg, table, 112)                                                            \
+  X(fib6Sync_nhp6GroupUpdateMsg, table, 88)                                                        \
+  X(fib6Sync_nhp6GroupDelMsg, table, 64)                                                           \
+  X(fib6Sync_nhp6GroupNodeUpdateMsg, table, 112)                                                   \
+  X(fib6Sync_nhp6GroupNodeDelMsg, table, 96)                                                       \
+  X(fib6Sync_nhp6UpdateMsg, table, 128)                                                            \
+  X(fib6Sync_nhp6DelMsg, table, 64)                                                                \
+  X(fib6Sync_nhp6StdUpdateMsg, table, 136)                                                         \
+  X(fib6Sync_nhp6StdDelMsg, table, 96)                                                             \
+  X(fib6Sync_nhp6ExtUpdateMsg, table, 96)                                                          \
+  X(fib6Sync_nhp6VpnUpdateMsg, table, 88)                                                          \
+  X(fib6Sync_nhp6VxlanUpdateMsg, table, 168)                                                       \
+  X(fib6Sync_nhp6VpnSidUpdateMsg, table, 216)                                                      \
+  X(fib6Sync_nhp6ExtSrv6TeUpdateMsg, table, 128)                                                   \
+  X(fib6Sync_ipv6PathMtuUpdateMsg, table, 104)                                                     \
+  X(fib6Sync_ipv6PathMtuDelMsg, table, 96)                                                         \
+  X(fib6Sync_loadBalanceMode, header_first, 64)                                                    \
+  X(fib6Sync_loadBalanceReverse, header_first, 56)                                                 \
+  X(fib6Sync_ecmpCfg, header_first, 88)                                                            \
+  X(fib6Sync_dod_enable, header_first, 56)                                                         \
+  X(fib6Sync_glbCfg, header_first, 56)                                                             \
+  X(fib6Sync_srv6SrListUpdateMsg, table, 352)                                                      \
+  X(fib6Sync_srv6SrListDelMsg, table, 80)                                                          \
+  X(fib6Sync_nhp6_ext_label_update_data, table, 160)                                               \
+  X(fib6Sync_dod_rule, header_first, 64)                                                           \
+  X(fib6Sync_dod_aging, table, 48)                                                                 \
+  X(fib6Sync_special_ip, header_first, 32)                                                         \
+  X(fib6Sync_specialIpUpdateMsg, table, 72)                                                        \
+  X(fib6Sync_specialIpDeleteMsg, table, 64)
 
 MESH_FIB6_FIB6_SYNC_MESSAGES(MESH_FIB6_OPERATIONS)
 

@@ -2,6 +2,7 @@
 //
 // Room: tests.
 #include "tools/baselines.h"
+#include "tools/descriptors.h"
 
 #include <gtest/gtest.h>
 
@@ -50,6 +51,22 @@ TEST(Baselines, AreWhatTheModulesListsGive) {
         << each.path << " is out of date\n  lacks: " << lines_missing(each.text, there)
         << "\n  should not have: " << lines_missing(there, each.text)
         << "\nBuild the target refresh-baselines and review what it changes.";
+  }
+}
+
+// Declared in a header and in no list, a message would have functions that nobody defines.
+TEST(ModulesLists, HaveEveryMessageThatAHeaderDeclares) {
+  for (const mesh_fib6::tools::module_descriptor &module : mesh_fib6::tools::modules) {
+    const std::string path = std::string("include/mesh_fib6/") + module.name + ".h";
+    std::string declared, listed;
+    for (const std::string &line : sorted_lines(checked_in(path)))
+      if (line.starts_with("MESH_FIB6_MESSAGE("))
+        declared += line + "\n";
+    for (const mesh_fib6::tools::message_descriptor &message : module.messages)
+      listed += std::string("MESH_FIB6_MESSAGE(") + message.name + ");\n";
+    EXPECT_EQ(lines_missing(declared, listed), "")
+        << "what the list in modules/" << module.name << "/schema.h lacks";
+    EXPECT_EQ(lines_missing(listed, declared), "") << "what " << path << " lacks";
   }
 }
 
