@@ -6,6 +6,8 @@
 // work in their order.
 #include "bench/library_contest.h"
 
+#include <mesh_fib6/mesh_fib6.hpp>
+
 #include <cstdio>
 
 // Called right before and right after the work that counts.
@@ -61,6 +63,21 @@ void sending(const std::string &name, const pool<Record> &records, int calls) {
   });
 }
 
+// What decoding() does, by the header for C++.
+template <class Record>
+void decoding_by_header(const std::string &name, const pool<Record> &records, int calls,
+                        const encoded &message) {
+  const uint64_t units = records.entry_count() * static_cast<uint64_t>(calls);
+  counted("cxx/" + name, units, calls, [&] {
+    const mesh_fib6::decoded<Record> back(message.data, message.size);
+    observe(&*back);
+  });
+  counted("cxx/" + name + "-visited", units, calls, [&] {
+    mesh_fib6::visit(operations<Record>::id, message.data, message.size,
+                     [](const auto &back) { observe(&back); });
+  });
+}
+
 // Messages that FlatBuffers' builder has written.
 template <class Record>
 void decoding_foreign(const std::string &name, const pool<Record> &records, int calls = 1) {
@@ -92,6 +109,12 @@ void everything() {
   coding("flat/typical", one, calls_of_small_work);
   image_peer<flat> image(capacity::ample, one);
   decoding("flat/typical/decode-image", one, calls_of_small_work, image.encode(one[0]));
+
+  decoding_by_header("flat/typical/decode-image", one, calls_of_small_work, image.encode(one[0]));
+  const pool<routes> one_route(typical, 1, 1, 1);
+  library_peer<routes> ample(capacity::ample, one_route);
+  decoding_by_header("routes-1/typical/decode", one_route, calls_of_small_work,
+                     ample.encode(one_route[0]));
 
   for (const auto &[fill, kind] :
        {std::pair{"dense", fill_kind::dense}, std::pair{"typical", typical},

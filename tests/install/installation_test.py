@@ -79,7 +79,7 @@ class Tree:
         self.include = prefix / SETTINGS["include"]
 
     def headers(self):
-        return [path for path in files_below(self.include) if path.endswith(".h")]
+        return [path for path in files_below(self.include) if path.endswith((".h", ".hpp"))]
 
     def flags(self, package):
         """What pkg-config tells a compiler; it sees this tree and no other."""
@@ -194,7 +194,11 @@ class Installation(unittest.TestCase):
         headers = self.install_with_host("tree").headers()
         self.assertIn("mesh_fib6/fib6.h", headers)
         for header in headers:
-            for language in (["c", "-std=c99"], ["c++", "-std=c++98"], ["c++", "-std=c++20"]):
+            # What is for C is for every C++ as well; what is for C++ begins with C++17.
+            languages = [["c", "-std=c99"], ["c++", "-std=c++98"], ["c++", "-std=c++20"]]
+            if header.endswith(".hpp"):
+                languages = [["c++", f"-std=c++{version}"] for version in ("17", "20", "2b")]
+            for language in languages:
                 with self.subTest(header=header, language=language):
                     run(*compiler.split(), "-x", *language, *STRICT, "-fsyntax-only",
                         f"-I{self.work / 'tree' / SETTINGS['include']}", "-",
@@ -254,6 +258,21 @@ class Installation(unittest.TestCase):
         self.compile(SETTINGS["cxx"], CONSUMER / "delivery.cpp", "-std=c++20",
                      *tree.flags("mesh_fib6_host"), output=program)
         self.check_output("delivered\n", program, library_path=tree.lib)
+
+    def test_BuildsAndRunsAConsumerOfTheHeaderForCxxByPkgConfigFromAMovedTree(self):
+        tree = self.install_and_move()
+        program = self.work / "typed"
+        for version in ("17", "20", "2b"):
+            self.compile(SETTINGS["cxx"], CONSUMER / "typed.cpp", f"-std=c++{version}", *tree.flags("mesh_fib6"),
+                         output=program)
+            self.check_output("1 route, then a setting\n", program, library_path=tree.lib)
+
+    def test_BuildsAndRunsAConsumerOfTheTableOfMessagesByPkgConfigFromAMovedTree(self):
+        tree = self.install_and_move()
+        program = self.work / "any_message"
+        self.compile(SETTINGS["c"], CONSUMER / "any_message.c", "-std=c99", *tree.flags("mesh_fib6"),
+                     output=program)
+        self.check_output("feiBrokerFib6_ipv6FwdUpdateMsg, 16 bytes\nunknown\n", program, library_path=tree.lib)
 
     def test_BuildsAndRunsBothConsumersByFindPackageFromAMovedTree(self):
         tree = self.install_and_move()
