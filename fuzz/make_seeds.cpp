@@ -62,6 +62,7 @@ uint32_t make_seeds_of(const fuzz::message_descriptor &message, const fs::path &
     const std::string file = std::string(message.name) + "-" + image.name;
     write(output / "decode" / file,
           joined(joined(identifier, {circumstances_of(image.name)}), image.bytes));
+    write(output / "visited" / file, joined(joined(identifier, {0}), image.bytes));
     // To the others the bytes are material that records, mutations and answers are made from.
     for (const char *target : {"mutated", "round_trip", "sends"})
       write(output / target / file, joined(identifier, image.bytes));
