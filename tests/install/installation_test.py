@@ -202,7 +202,7 @@ class Installation(unittest.TestCase):
                 with self.subTest(header=header, language=language):
                     run(*compiler.split(), "-x", *language, *STRICT, "-fsyntax-only",
                         f"-I{self.work / 'tree' / SETTINGS['include']}", "-",
-                        text=f'#include <{header}>\n')
+                        text=f'#include <{header}>\nextern int not_empty;\n')  # C forbids that
 
     # What is in the tree.
 
@@ -317,6 +317,37 @@ class Installation(unittest.TestCase):
         tree = self.install_and_move()
         self.configure(tree.prefix / SETTINGS["doc"] / "examples", f"-DCMAKE_PREFIX_PATH={tree.prefix}")
         self.check_examples(tree, self.build())
+
+    # What README.md shows.
+
+    def programs_of_readme(self, tree):
+        """Its complete programs by name, in a folder of their own, and the commands that build them."""
+        text = (tree.prefix / SETTINGS["doc"] / "README.md").read_text(encoding="utf-8")
+        programs = dict(re.findall(r"^`(\w+\.c)` .*?\n\n```c\n(.*?)^```$", text, re.M | re.S))
+        for name, program in programs.items():
+            (self.work / name).write_text(program, encoding="utf-8")
+        self.assertEqual(sorted(programs), ["receiver.c", "sender.c"])
+        commands = re.findall(r"^cc (-std=\S+) (\w+\.c) \$\(pkg-config --cflags --libs (\w+)\) -o (\w+)$", text, re.M)
+        self.assertEqual(sorted(command[1] for command in commands), sorted(programs))
+        return commands
+
+    def test_BuildsAndRunsTheProgramsOfTheReadmeAlsoWithAHostileSender(self):
+        tree = self.install_and_move()
+        for standard, source, package, program in self.programs_of_readme(tree):
+            self.compile(SETTINGS["c"], self.work / source, standard, *tree.flags(package), output=self.work / program)
+        self.compile(SETTINGS["c"], CONSUMER / "hostile.c", "-std=c99", *tree.flags("mesh_fib6_host"),
+                     output=self.work / "hostile")
+        receiver = subprocess.Popen([*SETTINGS["emulator"].split(), self.work / "receiver"], text=True,
+                                    env={**os.environ, **self.environment(tree.lib)}, stdout=subprocess.PIPE)
+        try:
+            self.check_output("", self.work / "hostile", library_path=tree.lib)
+            self.check_output("", self.work / "sender", library_path=tree.lib)
+            # Of spoiled messages some are sound, with routes of other values.
+            self.assertIn("2001:db8::/32\n", iter(receiver.stdout.readline, ""))
+            self.assertIsNone(receiver.poll(), "the receiver has ended")
+        finally:
+            receiver.kill()
+            receiver.communicate()
 
     # The mesh of a platform.
 
