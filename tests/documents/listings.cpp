@@ -14,12 +14,6 @@ namespace {
 
 constexpr const char *wire_format_path = "docs/wire-format.md";
 
-std::string trimmed(const std::string &text) {
-  const size_t first = text.find_first_not_of(' ');
-  return first == std::string::npos ? ""
-                                    : text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
-
 bool is_item(const std::string &line) {
   static const std::regex item(R"( *\d+ +\|.*)");
   return std::regex_match(line, item);
@@ -167,6 +161,12 @@ listings listings_in(std::istream &document, const std::string &path) {
   std::istringstream text(blocks.str());
   all.text = annotated::parse(text, path);
   return all;
+}
+
+std::string trimmed(const std::string &text) {
+  const size_t first = text.find_first_not_of(' ');
+  return first == std::string::npos ? ""
+                                    : text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
 std::string text_of(const std::string &path) {

@@ -34,4 +34,7 @@ std::vector<std::string> wrong_sums(const listings &all);
 // A file of the sources as a stream; throws when it cannot be read.
 std::string text_of(const std::string &path);
 
+// Without the spaces at both ends.
+std::string trimmed(const std::string &text);
+
 } // namespace documents

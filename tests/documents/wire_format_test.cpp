@@ -15,13 +15,6 @@ using mesh_fib6::tools::shape;
 
 namespace {
 
-const message_descriptor &message_named(const std::string &name) {
-  for (const message_descriptor *each : golden::messages())
-    if (each->name == name)
-      return *each;
-  throw std::runtime_error("docs/wire-format.md: no message is named " + name);
-}
-
 // An image of the document with its message and its record.
 struct listed {
   const annotated::image &image;
@@ -38,7 +31,7 @@ protected:
       SCOPED_TRACE(all_.text.path + ": " + image.name);
       const annotated::naming naming = annotated::naming_of(image.name);
       ASSERT_EQ(naming.byte_swap, 0U);
-      const message_descriptor &message = message_named(naming.record);
+      const message_descriptor &message = golden::message_named(naming.record);
       bind_units(units_of(message.name));
       for (const annotated::record &record : all_.text.records)
         if (record.name == naming.record)

@@ -46,10 +46,14 @@ const file &of(const message_descriptor &message) {
 }
 
 const file &of(std::string_view message) {
+  return of(message_named(message));
+}
+
+const message_descriptor &message_named(std::string_view name) {
   for (const message_descriptor *each : messages())
-    if (each->name == message)
-      return of(*each);
-  throw std::runtime_error("no message is named " + std::string(message));
+    if (each->name == name)
+      return *each;
+  throw std::runtime_error("no message is named " + std::string(name));
 }
 
 std::vector<const message_descriptor *> messages() {

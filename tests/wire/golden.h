@@ -65,4 +65,7 @@ const M &record_of(std::string_view name) {
 // Every message of every module.
 std::vector<const message_descriptor *> messages();
 
+// Throws when there is none of that name.
+const message_descriptor &message_named(std::string_view name);
+
 } // namespace golden
