@@ -40,6 +40,18 @@ protected:
     }
   }
 
+  // The document reduced to one item.
+  listings only_line(size_t line) const {
+    listings reduced = all_;
+    reduced.prose.clear();
+    for (annotated::image &image : reduced.text.images)
+      image.items.erase(
+          std::remove_if(image.items.begin(), image.items.end(),
+                         [line](const annotated::item &item) { return item.line != line; }),
+          image.items.end());
+    return reduced;
+  }
+
   const listings all_ = documents::of_wire_format();
 };
 
@@ -85,7 +97,7 @@ TEST_F(WireFormatDocument, MayNotGiveAnyOtherNumberInAReason) {
                              (at == 0 || why[at - 1] == ' ' || why[at - 1] == '-');
       if (!is_number)
         continue;
-      listings changed = all_;
+      listings changed = only_line(line);
       char &digit = changed.whys[line][at];
       digit = digit == '9' ? '8' : static_cast<char>(digit + 1);
       EXPECT_EQ(documents::wrong_sums(changed).size(), 1U) << changed.whys[line];
