@@ -14,7 +14,7 @@ inline constexpr uint32_t pack_failed = 0xFFFFFFFF;
 uint32_t pack(runtime::unit &unit, const table_info &root, const char *packing, const void *record,
               uint8_t *buffer, uint32_t *length);
 
-// What the log is told of a null buffer: nothing is written to it, the caller has asked for the size.
+// What the log is told of a null buffer: nothing is written, the caller has asked for the size.
 void report_size_query(runtime::unit &unit, const char *packing, uint32_t length);
 
 // The write pass alone, into compact_size() bytes. Returns the bytes written.
