@@ -2,9 +2,9 @@
  *
  * Room: public headers. Written by the target refresh-baselines from the modules' lists: not to be
  * edited. For programs that do something for every message: X(M, module, image_size) is handed the
- * record type, its module's name, and the bytes of the fixed image in which M__send* sends it; 0 for
- * a record with pointers, which travels in the compact layout. Only names: include the headers of the
- * modules, or messages.h, to use them.
+ * record type, its module's name, and the bytes of the fixed image in which M__send* sends it; 0
+ * for a record with pointers, which travels in the compact layout. Only names: include the headers
+ * of the modules, or messages.h, to use them.
  *     #define PRINT(M, module, image_size) printf("%08x %s\n", (unsigned)M##_ID, #M);
  *     MESH_FIB6_EACH_MESSAGE(PRINT)
  */
