@@ -37,7 +37,7 @@
   uint32_t M##__sendbatch(uint32_t destination, const M *records, uint32_t count,                  \
                           uint64_t target) {                                                       \
     using namespace mesh_fib6::transport;                                                          \
-    return send_batch(exported<M>::message, destination, records, count, target);                  \
+    return send_batch(destination, records, count, target, exported<M>::message);                  \
   }                                                                                                \
   uint32_t M##__sendmsg(uint32_t destination, const M *records, uint32_t count) {                  \
     using namespace mesh_fib6::transport;                                                          \

@@ -45,8 +45,8 @@ void store_descriptor(uint8_t *descriptors, uint32_t i, const msg_desc &descript
 
 } // namespace
 
-uint32_t send_block_of_one(const tree_message &message, uint32_t destination, const void *record,
-                           uint64_t target) {
+uint32_t send_block_of_one(uint32_t destination, const void *record, uint64_t target,
+                           const tree_message &message) {
   const uint32_t size = message.size(record);
   if (size == 0)
     return send_failed;
@@ -58,8 +58,8 @@ uint32_t send_block_of_one(const tree_message &message, uint32_t destination, co
   return hand_over(destination, &descriptor, 1, target);
 }
 
-uint32_t send_batch(const tree_message &message, uint32_t destination, const void *records,
-                    uint32_t count, uint64_t target) {
+uint32_t send_batch(uint32_t destination, const void *records, uint32_t count, uint64_t target,
+                    const tree_message &message) {
   const uint32_t block_size = count * static_cast<uint32_t>(sizeof(msg_desc)) + arena_size;
   const send_block block(message.unit, block_size, message.batch_tag);
   // A size that wrapped has no room for the descriptors. Such a batch could never succeed: every
@@ -83,16 +83,16 @@ uint32_t send_batch(const tree_message &message, uint32_t destination, const voi
   return hand_over(destination, reinterpret_cast<const msg_desc *>(descriptors), count, target);
 }
 
-uint32_t send_image_rarely(const flat_message &message, uint32_t destination, const void *record,
-                           uint64_t target) {
+uint32_t send_image_rarely(uint32_t destination, const void *record, uint64_t target,
+                           const flat_message &message) {
   uint8_t area[single_area_size];
   message.write(message.unit, area, record);
   const msg_desc descriptor{area, message.id, message.image_size};
   return hand_over(destination, &descriptor, 1, target);
 }
 
-uint32_t send_batch(const flat_message &message, uint32_t destination, const void *records,
-                    uint32_t count, uint64_t target) {
+uint32_t send_batch(uint32_t destination, const void *records, uint32_t count, uint64_t target,
+                    const flat_message &message) {
   const uint32_t share = message.image_size + static_cast<uint32_t>(sizeof(msg_desc));
   const uint32_t block_size = count * share;
   const send_block block(message.unit, block_size, message.batch_tag);

@@ -80,22 +80,23 @@ inline uint32_t hand_over(uint32_t destination, const msg_desc *messages, uint32
 }
 
 // The operations; `record` and `records` point to the message's own records. Contracts:
-// M__sendsingle and M__sendbatch in mesh_fib6/message_api.h.
-uint32_t send_block_of_one(const tree_message &message, uint32_t destination, const void *record,
-                           uint64_t target);
-uint32_t send_batch(const tree_message &message, uint32_t destination, const void *records,
-                    uint32_t count, uint64_t target);
-uint32_t send_batch(const flat_message &message, uint32_t destination, const void *records,
-                    uint32_t count, uint64_t target);
+// M__sendsingle and M__sendbatch in mesh_fib6/message_api.h. The message comes last: the caller's
+// arguments stay where they are.
+uint32_t send_block_of_one(uint32_t destination, const void *record, uint64_t target,
+                           const tree_message &message);
+uint32_t send_batch(uint32_t destination, const void *records, uint32_t count, uint64_t target,
+                    const tree_message &message);
+uint32_t send_batch(uint32_t destination, const void *records, uint32_t count, uint64_t target,
+                    const flat_message &message);
 
-uint32_t send_image_rarely(const flat_message &message, uint32_t destination, const void *record,
-                           uint64_t target);
+uint32_t send_image_rarely(uint32_t destination, const void *record, uint64_t target,
+                           const flat_message &message);
 
 // The image of one flat record, from the stack. Message is exported<Record>::message.
 template <class Record, const auto &Message>
 [[gnu::noinline]] uint32_t send_image(uint32_t destination, const Record *record, uint64_t target) {
   if (!wire::is_common(Message.unit))
-    return send_image_rarely(Message, destination, record, target);
+    return send_image_rarely(destination, record, target, Message);
   uint8_t area[single_area_size];
   wire::write_image(area, *record);
   const msg_desc descriptor{area, Message.id, Message.image_size};
@@ -106,7 +107,7 @@ template <class Record, const auto &Message>
 template <class Record, const auto &Message>
 uint32_t send_single(uint32_t destination, const Record *record, uint64_t target) {
   if constexpr (wire::is_tree<Record>())
-    return send_block_of_one(Message, destination, record, target);
+    return send_block_of_one(destination, record, target, Message);
   else
     return send_image<Record, Message>(destination, record, target);
 }
@@ -119,7 +120,7 @@ uint32_t send_counted(uint32_t destination, const Record *records, uint32_t coun
     return send_single<Record, Message>(destination, records, target);
   if (count == 0)
     return send_failed;
-  return send_batch(Message, destination, records, count, target);
+  return send_batch(destination, records, count, target, Message);
 }
 
 } // namespace mesh_fib6::transport
