@@ -3,23 +3,13 @@
 // Room: tools.
 #include "tools/fbs.h"
 
-#include <algorithm>
+#include "tools/tables.h"
+
 #include <iomanip>
 #include <sstream>
-#include <vector>
 
 namespace mesh_fib6::tools {
 namespace {
-
-// The tables that `table` refers to, then itself, without those that are listed already.
-void list_tables(const table_descriptor &table, std::vector<const table_descriptor *> &listed) {
-  if (std::find(listed.begin(), listed.end(), &table) != listed.end())
-    return;
-  for (const field_descriptor &field : table.fields)
-    if (field.table != nullptr)
-      list_tables(*field.table, listed);
-  listed.push_back(&table);
-}
 
 std::string number_type(uint32_t width) {
   return width == 1 ? "ubyte" : width == 2 ? "ushort" : "uint";
@@ -65,10 +55,8 @@ std::string message_attribute(const message_descriptor &message) {
 }
 
 std::string text_of(const table_descriptor &table, const module_descriptor &module) {
-  const auto message =
-      std::find_if(module.messages.begin(), module.messages.end(),
-                   [&table](const message_descriptor &each) { return each.table == &table; });
-  const bool is_message = message != module.messages.end();
+  const message_descriptor *const message = message_of(table, module);
+  const bool is_message = message != nullptr;
   std::string text = is_message ? message_comment(*message) : "";
   text += "table " + std::string(table_name(table, module.wire_namespace));
   text += is_message ? message_attribute(*message) : "";
@@ -85,9 +73,6 @@ std::string_view table_name(const table_descriptor &table, std::string_view wire
 }
 
 std::string fbs_of(const module_descriptor &module) {
-  std::vector<const table_descriptor *> tables;
-  for (const message_descriptor &message : module.messages)
-    list_tables(*message.table, tables);
   std::string text = std::string("// The messages of module ") + module.name +
                      ", for FlatBuffers tools. Written by tools/write_baselines.\n"
                      "//\n"
@@ -98,7 +83,7 @@ std::string fbs_of(const module_descriptor &module) {
                      "attribute \"message_id\";\n\n"
                      "namespace " +
                      module.wire_namespace + ";\n";
-  for (const table_descriptor *table : tables)
+  for (const table_descriptor *table : tables_of(module))
     text += "\n" + text_of(*table, module);
   return text;
 }
