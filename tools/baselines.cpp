@@ -5,6 +5,7 @@
 
 #include "tools/descriptors.h"
 #include "tools/fbs.h"
+#include "tools/python_records.h"
 
 #include <algorithm>
 #include <iterator>
@@ -86,6 +87,7 @@ std::vector<baseline> baselines() {
                             {"include/mesh_fib6/message_list.h", message_list()}};
   for (const module_descriptor &module : modules)
     all.push_back({std::string("schemas/") + module.name + ".fbs", fbs_of(module)});
+  all.push_back({"python/mesh_fib6/_records.py", python_records()});
   return all;
 }
 

@@ -1,6 +1,6 @@
 // What is checked in although it follows from the modules' lists, so that a change of it is
-// reviewed: the FlatBuffers schemas, the names that the library exports, and the public list of its
-// messages.
+// reviewed: the FlatBuffers schemas, the names that the library exports, the public list of its
+// messages, and the records of the Python package.
 //
 // Room: tools. Needs the operations of the descriptors to link, none of them to run.
 #pragma once

@@ -14,8 +14,9 @@ namespace fs = std::filesystem;
 
 constexpr const char *usage =
     "usage: write_baselines TREE\n"
-    "Writes abi/exports.txt, include/mesh_fib6/message_list.h and the FlatBuffers schema of each\n"
-    "module, schemas/*.fbs, of the source tree, over what is there.\n"
+    "Writes abi/exports.txt, include/mesh_fib6/message_list.h, the FlatBuffers schema of each module,\n"
+    "schemas/*.fbs, and the records of the Python package, python/mesh_fib6/_records.py, of the\n"
+    "source tree, over what is there.\n"
     "Exit status: 0 all are written, 1 one could not be, 2 wrong usage.\n";
 
 int wrong(const std::string &what) {
@@ -37,7 +38,7 @@ int main(int argc, char **argv) {
     return wrong("unknown option '" + std::string(first) + "'");
   const fs::path tree = first;
   std::error_code error;
-  for (const char *folder : {"abi", "include/mesh_fib6", "schemas"})
+  for (const char *folder : {"abi", "include/mesh_fib6", "schemas", "python/mesh_fib6"})
     if (!fs::is_directory(tree / folder, error))
       return wrong("expected a source tree with a folder " + std::string(folder) + ", found '" +
                    std::string(first) + "'");
