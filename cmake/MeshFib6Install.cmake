@@ -1,7 +1,7 @@
 # What `cmake --install` puts where, and how others find it there.
 #
 # A device takes the component `runtime`; who builds programs for it adds `development`; `schemas`,
-# `documentation` and `examples` are for people. All that is installed without a choice needs nothing
+# `documentation` and `examples` are for people, `python` is for their scripts. All that is installed without a choice needs nothing
 # built but the library. `host` holds the stand-ins of the platform, which on a device would stand in
 # the platform's way: it is installed only when it is named.
 
@@ -13,6 +13,10 @@ set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 set(data_dir ${CMAKE_INSTALL_DATADIR}/mesh_fib6)
 # The parent of this project has another CMAKE_INSTALL_DOCDIR.
 set(doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/mesh_fib6)
+
+# Debian's Python looks there below /usr; elsewhere PYTHONPATH names it.
+set(MESH_FIB6_INSTALL_PYTHONDIR lib/python3/dist-packages CACHE STRING
+  "Where the Python package is installed, told from the prefix")
 
 # Beside those of a parent, components carry the project's name.
 set(component_prefix "")
@@ -54,7 +58,8 @@ endfunction()
 function(install_folder component folder destination)
   list(TRANSFORM ARGN PREPEND "PATTERN;" OUTPUT_VARIABLE patterns)
   install(DIRECTORY ${folder} DESTINATION ${destination} COMPONENT ${component_prefix}${component}
-    FILES_MATCHING ${patterns})
+    FILES_MATCHING ${patterns}
+    PATTERN __pycache__ EXCLUDE) # what Python leaves beside its sources; an empty folder otherwise
 endfunction()
 
 # install_targets_file(COMPONENT EXPORT): the imported targets, for mesh_fib6Config.cmake.
@@ -102,6 +107,20 @@ install_folder(documentation docs ${doc_dir} *.md *.svg)
 install_folder(examples examples ${doc_dir} *.c *.md CMakeLists.txt)
 install_folder(examples demo ${doc_dir} *.cpp *.h *.md *.gz CMakeLists.txt)
 
+# The Python package, and the way from it to the library, so that the tree can be moved.
+set(python_dir ${MESH_FIB6_INSTALL_PYTHONDIR}/mesh_fib6)
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}") # there is none
+  set(library_from_python ${CMAKE_INSTALL_LIBDIR}/libmesh_fib6.so)
+else()
+  cmake_path(SET library_from_python /${CMAKE_INSTALL_LIBDIR}/libmesh_fib6.so)
+  cmake_path(RELATIVE_PATH library_from_python BASE_DIRECTORY /${python_dir})
+endif()
+configure_file(cmake/python_installed.py.in python_installed.py @ONLY)
+install_folder(python python/mesh_fib6 ${MESH_FIB6_INSTALL_PYTHONDIR} *.py *.pyi py.typed)
+install_component(python FILES ${CMAKE_CURRENT_BINARY_DIR}/python_installed.py
+  DESTINATION ${python_dir} RENAME _installed.py)
+install_component(python FILES python/README.md DESTINATION ${doc_dir}/python)
+
 if(MESH_FIB6_HOST)
   install_libraries(host mesh_fib6HostTargets
     mesh_fib6_tolvimesh mesh_fib6_osal_host mesh_fib6_memory_host)
@@ -113,7 +132,7 @@ endif()
 if(PROJECT_IS_TOP_LEVEL)
   add_custom_target(uninstall
     COMMAND ${CMAKE_COMMAND} -DBUILD=${PROJECT_BINARY_DIR}
-      "-DFOLDERS=${MESH_FIB6_HEADER_DIR}/mesh_fib6;${package_dir};${data_dir};${doc_dir}"
+      "-DFOLDERS=${MESH_FIB6_HEADER_DIR}/mesh_fib6;${package_dir};${data_dir};${doc_dir};${python_dir}"
       -P ${CMAKE_CURRENT_LIST_DIR}/uninstall.cmake
     COMMENT "Removing what was installed last"
     VERBATIM)

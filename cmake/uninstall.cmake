@@ -2,7 +2,7 @@
 # usage: [DESTDIR=...] cmake -DBUILD=<build folder> "-DFOLDERS=<folder>;..." -P uninstall.cmake
 #
 # Files go when they are listed, folders when they are empty and in FOLDERS (told from the prefix):
-# the others (lib, include, ...) are not only ours.
+# the others (lib, include, ...) are not only ours. With a Python source goes what Python has compiled of it.
 
 # is_ours(FOLDER RESULT): whether it is one of FOLDERS or in one.
 function(is_ours folder result)
@@ -28,6 +28,18 @@ function(remove_empty folder)
   remove_empty("${above}")
 endfunction()
 
+# remove_compiled(SOURCE): what Python has made of it, in a folder beside it.
+function(remove_compiled source)
+  cmake_path(GET source PARENT_PATH folder)
+  cmake_path(GET source STEM LAST_ONLY name)
+  file(GLOB compiled "${folder}/__pycache__/${name}.*.pyc")
+  if(compiled)
+    message(STATUS "Removing what Python has compiled of ${source}")
+    file(REMOVE ${compiled})
+    remove_empty("${folder}/__pycache__")
+  endif()
+endfunction()
+
 # remove_listed(MANIFEST RESULT): RESULT is set when anything was there to be removed.
 function(remove_listed manifest result)
   set(folders "")
@@ -43,6 +55,9 @@ function(remove_listed manifest result)
     endif()
     if(EXISTS "${file}" OR IS_SYMLINK "${file}")
       message(FATAL_ERROR "Cannot remove ${file}")
+    endif()
+    if(file MATCHES "\\.py$")
+      remove_compiled("${file}")
     endif()
     cmake_path(GET file PARENT_PATH folder)
     list(APPEND folders "${folder}")

@@ -19,7 +19,7 @@ import unittest
 HERE = pathlib.Path(__file__).resolve().parent
 CONSUMER = HERE / "consumer"
 # What is installed without a choice, and what only when it is named.
-COMPONENTS = ("runtime", "development", "schemas", "documentation", "examples")
+COMPONENTS = ("runtime", "development", "schemas", "documentation", "examples", "python")
 ON_DEMAND = ("host",)
 STRICT = ["-pedantic", "-Wall", "-Wextra", "-Werror"]
 # What round_trip prints: the development host takes registrations, platform_mesh.c does not.
@@ -57,7 +57,7 @@ def version():
 
 def expected_files(*components):
     """What files.txt lists for these components."""
-    names = {name: SETTINGS[name] for name in ("lib", "include", "data", "doc")}
+    names = {name: SETTINGS[name] for name in ("lib", "include", "data", "doc", "python")}
     names["config"] = SETTINGS["config"].lower()
     lines = (HERE / "files.txt").read_text(encoding="ascii").splitlines()
     rows = [line.split() for line in lines if not line.startswith("#")]
@@ -459,10 +459,10 @@ class Installation(unittest.TestCase):
         self.assertEqual(files_below(staged.prefix), [])
 
 
-def main():
+def main(cases=Installation):
     settings, case = sys.argv[1:]
     SETTINGS.update(json.loads(pathlib.Path(settings).read_text(encoding="utf-8")))
-    suite = unittest.TestSuite([Installation("test_" + case)])
+    suite = unittest.TestSuite([cases("test_" + case)])
     return 0 if unittest.TextTestRunner().run(suite).wasSuccessful() else 1
 
 
