@@ -321,20 +321,23 @@ class Installation(unittest.TestCase):
     # What README.md shows.
 
     def programs_of_readme(self, tree):
-        """Its complete programs by name, in a folder of their own, and the commands that build them."""
+        """Its complete programs, written to files of their names, and the commands that build them, by name."""
         text = (tree.prefix / SETTINGS["doc"] / "README.md").read_text(encoding="utf-8")
-        programs = dict(re.findall(r"^`(\w+\.c)` .*?\n\n```c\n(.*?)^```$", text, re.M | re.S))
-        for name, program in programs.items():
-            (self.work / name).write_text(program, encoding="utf-8")
-        self.assertEqual(sorted(programs), ["receiver.c", "sender.c"])
-        commands = re.findall(r"^cc (-std=\S+) (\w+\.c) \$\(pkg-config --cflags --libs (\w+)\) -o (\w+)$", text, re.M)
-        self.assertEqual(sorted(command[1] for command in commands), sorted(programs))
+        sources = dict(re.findall(r"^`(\w+\.(?:c|cpp|py))`(?:(?!```).)*?\n\n```\w+\n(.*?)^```$", text, re.M | re.S))
+        for name, source in sources.items():
+            (self.work / name).write_text(source, encoding="utf-8")
+        self.assertEqual(len(re.findall(r"^```(?:c|cpp|python)$", text, re.M)), len(sources), "some are not found")
+        commands = re.findall(r"^(cc|c\+\+) (-std=\S+) (\w+\.\w+) \$\(pkg-config --cflags --libs (\w+)\) -o (\w+)",
+                              text, re.M)
+        self.assertEqual(sorted(command[2] for command in commands), ["receiver.c", "sender.c", "typed.cpp"])
         return commands
 
     def test_BuildsAndRunsTheProgramsOfTheReadmeAlsoWithAHostileSender(self):
         tree = self.install_and_move()
-        for standard, source, package, program in self.programs_of_readme(tree):
-            self.compile(SETTINGS["c"], self.work / source, standard, *tree.flags(package), output=self.work / program)
+        for compiler, standard, source, package, program in self.programs_of_readme(tree):
+            self.compile(SETTINGS["c" if compiler == "cc" else "cxx"], self.work / source, standard,
+                         *tree.flags(package), output=self.work / program)
+        self.check_output("a route with prefix length 32\n", self.work / "typed", library_path=tree.lib)
         self.compile(SETTINGS["c"], CONSUMER / "hostile.c", "-std=c99", *tree.flags("mesh_fib6_host"),
                      output=self.work / "hostile")
         receiver = subprocess.Popen([*SETTINGS["emulator"].split(), self.work / "receiver"], text=True,
@@ -344,6 +347,11 @@ class Installation(unittest.TestCase):
             self.check_output("", self.work / "sender", library_path=tree.lib)
             # Of spoiled messages some are sound, with routes of other values.
             self.assertIn("2001:db8::/32\n", iter(receiver.stdout.readline, ""))
+            if SETTINGS["python_runs"]:
+                said = run(sys.executable, self.work / "script.py", environment={
+                    **self.environment(tree.lib), "PYTHONPATH": str(tree.prefix / SETTINGS["python"])}).stdout
+                self.assertIn("2001:db8:1::", said)
+                self.assertEqual(receiver.stdout.readline(), "2001:db8:1::/48\n")
             self.assertIsNone(receiver.poll(), "the receiver has ended")
         finally:
             receiver.kill()
