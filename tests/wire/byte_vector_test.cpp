@@ -122,6 +122,36 @@ TEST_F(ByteVector, IsNeverReversed) {
   unit.byte_swap = 0;
 }
 
+// The number of offset words that fit into a buffer is no limit for bytes. The buffer is address
+// space only, nobody reads behind its head; the block is asked for and refused.
+TEST_F(ByteVector, OfMoreBytesThanThereCouldBeOffsetWordsIsAskedMemoryForInAnyOrder) {
+  const bytes common = {0x0c, 0, 0, 0, 8, 0, 8, 0, 0, 0, 4, 0,
+                        8,    0, 0, 0, 4, 0, 0, 0, 0, 0, 0, 0x40};
+  const bytes reversed = {0, 0, 0, 0x0c, 0, 8, 0, 8, 0,    0, 0, 4,
+                          0, 0, 0, 8,    0, 0, 0, 4, 0x40, 0, 0, 0};
+  constexpr uint32_t count = 0x40000000;
+  runtime::bind_cache(unit);
+  guarded_buffer buffer(common.size() + count);
+  for (const uint32_t flag : {0U, 1U}) {
+    unit.byte_swap = flag;
+    fake_osal::reset();
+    fake_osal::refuse_above(1u << 20);
+    const bytes &head = flag == 0 ? common : reversed;
+    std::memcpy(buffer.data(), head.data(), head.size());
+    test_note note{};
+    wire::unpack<wire::root_form::header_first>(unit, buffer.data(),
+                                                static_cast<uint32_t>(buffer.size()), &note);
+    EXPECT_EQ(note.f1_count, count);
+    EXPECT_EQ(note.f1, nullptr);
+    const auto requests = fake_osal::calls_of(call_kind::cache_alloc);
+    ASSERT_EQ(requests.size(), 1U);
+    EXPECT_EQ(requests[0].size, count);
+    expect_one_line(fake_osal::log_lines(), "test_note_unpack", log_format::allocation,
+                    "[VARKO]:Malloc unpack data unsuccess, size(1073741824)", 12);
+  }
+  unit.byte_swap = 0;
+}
+
 TEST_F(ByteVector, IsDecodedIntoABlockOfExactlyItsLength) {
   auto note = decoded<test_note>(note_);
   EXPECT_EQ(note.f0, 7U);
