@@ -12,7 +12,6 @@
 #include <unistd.h>
 
 enum { destination = 7, poll_ms = 200 };
-#define ROUTE_UPDATE UINT32_C(0x5026A923) /* FNV-1a of "feiBrokerFib6.ipv6FwdUpdateMsg" */
 
 static volatile sig_atomic_t stop;
 
@@ -28,7 +27,7 @@ static void handle(void *context, uint32_t id, uint64_t target, const void *reco
   uint32_t i;
 
   (void)context, (void)target;
-  if (id != ROUTE_UPDATE || size != sizeof *update)
+  if (id != feiBrokerFib6_ipv6FwdUpdateMsg_ID || size != sizeof *update)
     return; /* one of the module's other messages */
   /* The pointer, not the count, says whether there are routes: see message_api.h. */
   if (update->f1 == NULL)

@@ -30,6 +30,8 @@ OTHER_VERSION = "compatible with requested version"
 ONE_ROUTE = ("0c000000" "0800100000000400" "08000000" "04000000" "01000000" "24000000"
              "20001d0000000000000005000400" + 18 * "00" + "20000000" "20" "04000000" "04000000"
              "20010db8" + 12 * "00")
+# Examples that run without the development host.
+WITHOUT_HOST = ("decode_buffer",)
 SETTINGS = {}
 
 
@@ -291,26 +293,36 @@ class Installation(unittest.TestCase):
 
     # The examples, where they lie.
 
+    def check_received(self, tree, receiver, sender, *arguments, sent, received):
+        """Runs two programs that meet: what the one prints, and the other has printed when it is stopped."""
+        receiving = subprocess.Popen([*SETTINGS["emulator"].split(), receiver], text=True,
+                                     env={**os.environ, **self.environment(tree.lib)}, stdout=subprocess.PIPE)
+        try:
+            self.check_output(sent, sender, *arguments, library_path=tree.lib)
+        finally:
+            receiving.terminate()
+            printed = receiving.communicate()[0]
+        self.assertEqual(printed, received)
+        self.assertEqual(receiving.returncode, 0)
+
     def check_examples(self, tree, programs):
         message = self.work / "message"
         message.write_bytes(bytes.fromhex(ONE_ROUTE))
-        self.check_output("2001:db8::/32\n", programs / "decode_buffer", message, library_path=tree.lib)
-        receiver = subprocess.Popen([*SETTINGS["emulator"].split(), programs / "receive_routes"], text=True,
-                                    env={**os.environ, **self.environment(tree.lib)}, stdout=subprocess.PIPE)
-        try:
-            self.check_output("", programs / "send_route", library_path=tree.lib)
-        finally:
-            receiver.terminate()
-            received = receiver.communicate()[0]
-        self.assertEqual(received, "2001:db8::/32\n")
-        self.assertEqual(receiver.returncode, 0)
+        route = "2001:db8::/32\n"
+        self.check_output(route, programs / "decode_buffer", message, library_path=tree.lib)
+        for language in ("", "_cpp"):
+            self.check_received(tree, programs / f"receive_routes{language}", programs / f"send_route{language}",
+                                sent="", received=route)
 
     def test_BuildsTheExamplesByPkgConfigFromAMovedTree(self):
         tree = self.install_and_move()
-        for name, package in (("decode_buffer", "mesh_fib6"), ("receive_routes", "mesh_fib6_host"),
-                              ("send_route", "mesh_fib6_host")):
-            self.compile(SETTINGS["c"], tree.prefix / SETTINGS["doc"] / "examples" / f"{name}.c", "-std=c99",
-                         *tree.flags(package), output=self.work / name)
+        folder = tree.prefix / SETTINGS["doc"] / "examples"
+        for source in folder.glob("*.c"):
+            package = "mesh_fib6" if source.stem in WITHOUT_HOST else "mesh_fib6_host"
+            self.compile(SETTINGS["c"], source, "-std=c99", *tree.flags(package), output=self.work / source.stem)
+        for source in folder.glob("*.cpp"):
+            self.compile(SETTINGS["cxx"], source, "-std=c++17", *tree.flags("mesh_fib6_host"),
+                         output=self.work / f"{source.stem}_cpp")
         self.check_examples(tree, self.work)
 
     def test_BuildsTheExamplesByTheirOwnProjectFromAMovedTree(self):
