@@ -4,10 +4,14 @@
 // decoder makes of it.
 #include "tests/examples/example_test.h"
 
+#include "platform/mesh.h"
+
 #include <mesh_fib6/fib6.h>
 
 #include <arpa/inet.h>
+#include <filesystem>
 #include <fstream>
+#include <thread>
 
 encoded_message one_route() {
   return {0x5026A923,
@@ -47,6 +51,19 @@ printed printed_of(const encoded_message &message) {
   return expected;
 }
 
+unsigned times(const std::string &text, const std::string &part) {
+  unsigned count = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+    count++;
+  return count;
+}
+
+void send_message(uint32_t destination, const encoded_message &message) {
+  const msg_desc described{message.bytes.data(), message.id,
+                           static_cast<uint32_t>(message.bytes.size())};
+  ASSERT_EQ(MESH_SendMsg(destination, &described, 1), 0u);
+}
+
 program_run::settings ExampleTest::example(const std::string &name,
                                            const std::vector<std::string> &arguments,
                                            const std::string &input) const {
@@ -72,6 +89,17 @@ program_run::settings ExampleTest::preloaded(const std::string &library, const s
   how.variables.push_back("LD_PRELOAD=" + library);
   how.variables.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0"); // this one may come first
   return how;
+}
+
+void ExampleTest::wait_for_receiver(uint32_t destination) const {
+  for (int i = 0; i < 4000 && !std::filesystem::exists(socket(destination)); i++)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  ASSERT_TRUE(std::filesystem::exists(socket(destination)));
+}
+
+void ExampleTest::check_stops(program_run &receiver, int signal_number) const {
+  ASSERT_EQ(kill(receiver.pid(), signal_number), 0);
+  EXPECT_EQ(receiver.status(), 0) << receiver.errors();
 }
 
 std::string ExampleTest::write_message(const std::vector<uint8_t> &bytes) const {

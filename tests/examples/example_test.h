@@ -8,6 +8,8 @@
 #include "tests/demo/hostile_messages.h"
 #include "tests/demo/program_run.h"
 
+#include <csignal>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,22 @@ struct printed {
   unsigned no_routes = 0; // elements whose prefix length is none
 };
 printed printed_of(const encoded_message &message);
+
+// A message as it is packed.
+template <class Message>
+encoded_message encoded(uint32_t id, uint32_t (*pack)(const Message *, uint8_t *, uint32_t *),
+                        const Message &message) {
+  uint8_t buffer[1024];
+  uint32_t length = sizeof buffer;
+  EXPECT_EQ(pack(&message, buffer, &length), 0u);
+  return {id, {buffer, buffer + length}};
+}
+
+// How often a text holds another.
+unsigned times(const std::string &text, const std::string &part);
+
+// Hands this to the mesh of this process.
+void send_message(uint32_t destination, const encoded_message &message);
 
 class ExampleTest : public program_test {
 protected:
@@ -41,6 +59,19 @@ protected:
 
   std::string write_message(const std::vector<uint8_t> &bytes) const;
 
+  // Until there is the socket of what receives as this destination: what asks it to stop before
+  // that ends it as it ends anybody.
+  void wait_for_receiver(uint32_t destination) const;
+
+  // What runs until it is interrupted is, and ends well.
+  void check_stops(program_run &receiver, int signal_number = SIGTERM) const;
+
+  // This process takes part in their mesh, too. A process reads once where that is.
+  void join_mesh() const { setenv("MESH_HOST_DIR", mesh().c_str(), 1); }
+
   // Where they meet; not theirs to remove, so not in their temporary directory.
   std::string mesh() const { return mine() + "/mesh"; }
+  std::string socket(uint32_t destination) const {
+    return mesh() + "/" + std::to_string(destination) + ".sock";
+  }
 };

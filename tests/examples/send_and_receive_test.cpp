@@ -4,13 +4,9 @@
 // Room: tests. The programs are run, not linked; hostile messages are sent through the development
 // host's mesh.
 #include "host/mesh_host.h"
-#include "platform/mesh.h"
 #include "tests/examples/example_test.h"
 
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
-#include <thread>
 
 namespace {
 
@@ -21,16 +17,6 @@ class SendAndReceive : public ExampleTest, public testing::WithParamInterface<co
 protected:
   static std::string sender() { return std::string("send_route") + GetParam(); }
   static std::string receiver() { return std::string("receive_routes") + GetParam(); }
-
-  // Until the socket is there: what asks the receiver to stop before that ends it as it ends
-  // anybody.
-  void wait_for_receiver() const {
-    for (int i = 0; i < 4000 && !std::filesystem::exists(socket()); i++)
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    ASSERT_TRUE(std::filesystem::exists(socket()));
-  }
-
-  std::string socket() const { return mesh() + "/7.sock"; }
 
   // Does not wait long.
   program_run::settings impatient_sender() const {
@@ -44,11 +30,6 @@ protected:
     EXPECT_EQ(sending.status(), 0);
     EXPECT_EQ(sending.output(), "");
     EXPECT_EQ(sending.errors(), "");
-  }
-
-  void check_stops(program_run &receiving, int how = SIGTERM) const {
-    ASSERT_EQ(kill(receiving.pid(), how), 0);
-    EXPECT_EQ(receiving.status(), 0) << receiving.errors();
   }
 };
 
@@ -68,10 +49,10 @@ TEST_P(SendAndReceive, ARouteThatIsSentIsPrinted) {
 TEST_P(SendAndReceive, TheReceiverEndsWellWhenItIsInterrupted) {
   for (const int how : {SIGINT, SIGTERM}) {
     program_run receiving(example(receiver(), {}));
-    wait_for_receiver();
+    wait_for_receiver(destination);
     check_stops(receiving, how);
     EXPECT_EQ(receiving.errors(), "");
-    EXPECT_FALSE(std::filesystem::exists(socket())); // it has detached
+    EXPECT_FALSE(std::filesystem::exists(socket(destination))); // it has detached
   }
 }
 
@@ -87,7 +68,7 @@ TEST_P(SendAndReceive, TheSenderSaysThatNobodyReceives) {
 
 TEST_P(SendAndReceive, TheSenderFailsWhenTheReceiverTakesNothing) {
   program_run receiving(example(receiver(), {}));
-  wait_for_receiver();
+  wait_for_receiver(destination);
   ASSERT_EQ(kill(receiving.pid(), SIGSTOP), 0);
   program_run sending(impatient_sender());
   EXPECT_EQ(sending.status(), 1);
@@ -108,7 +89,7 @@ TEST_P(SendAndReceive, BothSayThatTheMeshCannotBeUsed) {
 
 TEST_P(SendAndReceive, ASecondReceiverIsRefused) {
   program_run first(example(receiver(), {}));
-  wait_for_receiver();
+  wait_for_receiver(destination);
   program_run second(example(receiver(), {}));
   EXPECT_EQ(second.status(), 1);
   EXPECT_TRUE(holds(second.errors(), receiver() + ": cannot receive as destination 7: "));
@@ -128,7 +109,7 @@ TEST_P(SendAndReceive, TheReceiverEndsWhenItsOutputCannotBeWritten) {
 
 TEST_P(SendAndReceive, NothingOfTheMeshTakesThePlaceOfAClosedStandardStream) {
   program_run receiving(redirected(receiver(), "<&- >&- 2>&-", {}));
-  wait_for_receiver();
+  wait_for_receiver(destination);
   for (const char *stream : {"0", "1", "2"})
     EXPECT_EQ(
         std::filesystem::read_symlink("/proc/" + std::to_string(receiving.pid()) + "/fd/" + stream),
@@ -158,7 +139,7 @@ TEST_P(SendAndReceive, BothRefuseWrongUsageWithStatus2) {
 }
 
 TEST_P(SendAndReceive, TheSenderFailsWhenItsRouteIsNotHandled) {
-  setenv("MESH_HOST_DIR", mesh().c_str(), 1);
+  join_mesh();
   mesh_host_receiver *idle = nullptr;
   ASSERT_EQ(mesh_host_attach(destination, &idle), 0u); // takes messages, handles none
   program_run sending(impatient_sender());
@@ -169,7 +150,7 @@ TEST_P(SendAndReceive, TheSenderFailsWhenItsRouteIsNotHandled) {
 
 TEST_P(SendAndReceive, TheReceiverPrintsTheRoutesOfHostileMessagesAndGoesOn) {
   program_run receiving(example(receiver(), {}));
-  setenv("MESH_HOST_DIR", mesh().c_str(), 1);
+  join_mesh();
   printed expected;
   std::vector<encoded_message> messages = hostile(one_route());
   for (const encoded_message &message : messages) {
@@ -180,11 +161,8 @@ TEST_P(SendAndReceive, TheReceiverPrintsTheRoutesOfHostileMessagesAndGoesOn) {
   }
   messages.push_back(one_route());
   messages.back().id = 0x0B394879; // feiBrokerFib6.ipv6FwdDelMsg: registered, and nothing to print
-  for (const encoded_message &message : messages) {
-    const msg_desc described{message.bytes.data(), message.id,
-                             static_cast<uint32_t>(message.bytes.size())};
-    ASSERT_EQ(MESH_SendMsg(destination, &described, 1), 0u);
-  }
+  for (const encoded_message &message : messages)
+    send_message(destination, message);
   ASSERT_EQ(mesh_host_flush(destination, 30'000), 0u) << receiving.errors();
   EXPECT_EQ(receiving.output(), expected.routes);
   EXPECT_GT(expected.refusals, 300u);
@@ -193,16 +171,11 @@ TEST_P(SendAndReceive, TheReceiverPrintsTheRoutesOfHostileMessagesAndGoesOn) {
   check_sends();
   check_stops(receiving);
   EXPECT_EQ(receiving.output(), expected.routes + "2001:db8::/32\n");
-  const auto lines = [&](const std::string &text) {
-    const std::string all = receiving.errors();
-    unsigned count = 0;
-    for (size_t at = all.find(text); at != std::string::npos; at = all.find(text, at + 1))
-      count++;
-    return count;
-  };
-  EXPECT_EQ(lines(receiver() + ": a message that was refused, or has no routes\n"),
-            expected.refusals);
-  EXPECT_EQ(lines(receiver() + ": a route with prefix length "), expected.no_routes);
+  EXPECT_EQ(
+      times(receiving.errors(), receiver() + ": a message that was refused, or has no routes\n"),
+      expected.refusals);
+  EXPECT_EQ(times(receiving.errors(), receiver() + ": a route with prefix length "),
+            expected.no_routes);
 }
 
 } // namespace
