@@ -316,6 +316,8 @@ class Installation(unittest.TestCase):
         for language in ("", "_cpp"):
             self.check_received(tree, programs / f"receive_routes{language}", programs / f"send_route{language}",
                                 sent="", received=route)
+            self.check_received(tree, programs / f"print_any{language}", programs / f"send_route{language}",
+                                sent="", received="fib6 feiBrokerFib6_ipv6FwdUpdateMsg 16\n")
         self.check_received(tree, programs / "answer_queries", programs / "ask_routes", "2001:db8::1",
                             sent="2001:db8::/32 via fe80::1\n", received="")
         for language in ("", "_cpp"):
