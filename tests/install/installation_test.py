@@ -31,7 +31,7 @@ ONE_ROUTE = ("0c000000" "0800100000000400" "08000000" "04000000" "01000000" "240
              "20001d0000000000000005000400" + 18 * "00" + "20000000" "20" "04000000" "04000000"
              "20010db8" + 12 * "00")
 # Examples that run without the development host.
-WITHOUT_HOST = ("decode_buffer",)
+WITHOUT_HOST = ("decode_buffer", "own_host")
 SETTINGS = {}
 
 
@@ -313,6 +313,8 @@ class Installation(unittest.TestCase):
         message.write_bytes(bytes.fromhex(ONE_ROUTE))
         route = "2001:db8::/32\n"
         self.check_output(route, programs / "decode_buffer", message, library_path=tree.lib)
+        own_host = run(*SETTINGS["emulator"].split(), programs / "own_host", environment=self.environment(tree.lib))
+        self.assertTrue(own_host.stdout.endswith("3 blocks taken, 0 of them live\n"), own_host.stdout)
         for language in ("", "_cpp"):
             self.check_received(tree, programs / f"receive_routes{language}", programs / f"send_route{language}",
                                 sent="", received=route)
@@ -329,7 +331,9 @@ class Installation(unittest.TestCase):
         folder = tree.prefix / SETTINGS["doc"] / "examples"
         for source in folder.glob("*.c"):
             package = "mesh_fib6" if source.stem in WITHOUT_HOST else "mesh_fib6_host"
-            self.compile(SETTINGS["c"], source, "-std=c99", *tree.flags(package), output=self.work / source.stem)
+            exports = ["-rdynamic"] if source.stem == "own_host" else []
+            self.compile(SETTINGS["c"], source, "-std=c99", *exports, *tree.flags(package),
+                         output=self.work / source.stem)
         for source in folder.glob("*.cpp"):
             self.compile(SETTINGS["cxx"], source, "-std=c++17", *tree.flags("mesh_fib6_host"),
                          output=self.work / f"{source.stem}_cpp")
