@@ -312,7 +312,8 @@ class Installation(unittest.TestCase):
         message = self.work / "message"
         message.write_bytes(bytes.fromhex(ONE_ROUTE))
         route = "2001:db8::/32\n"
-        self.check_output(route, programs / "decode_buffer", message, library_path=tree.lib)
+        for language in ("", "_cpp"):
+            self.check_output(route, programs / f"decode_buffer{language}", message, library_path=tree.lib)
         own_host = run(*SETTINGS["emulator"].split(), programs / "own_host", environment=self.environment(tree.lib))
         self.assertTrue(own_host.stdout.endswith("3 blocks taken, 0 of them live\n"), own_host.stdout)
         for language in ("", "_cpp"):
@@ -335,7 +336,8 @@ class Installation(unittest.TestCase):
             self.compile(SETTINGS["c"], source, "-std=c99", *exports, *tree.flags(package),
                          output=self.work / source.stem)
         for source in folder.glob("*.cpp"):
-            self.compile(SETTINGS["cxx"], source, "-std=c++17", *tree.flags("mesh_fib6_host"),
+            package = "mesh_fib6" if source.stem in WITHOUT_HOST else "mesh_fib6_host"
+            self.compile(SETTINGS["cxx"], source, "-std=c++17", *tree.flags(package),
                          output=self.work / f"{source.stem}_cpp")
         self.check_examples(tree, self.work)
 
