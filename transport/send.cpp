@@ -84,8 +84,7 @@ uint32_t send_batch(uint32_t destination, const void *records, uint32_t count, u
 }
 
 uint32_t send_image_rarely(uint32_t destination, const void *record, uint64_t target,
-                           const flat_message &message) {
-  uint8_t area[single_area_size];
+                           const flat_message &message, uint8_t *area) {
   message.write(message.unit, area, record);
   const msg_desc descriptor{area, message.id, message.image_size};
   return hand_over(destination, &descriptor, 1, target);

@@ -89,15 +89,17 @@ uint32_t send_batch(uint32_t destination, const void *records, uint32_t count, u
 uint32_t send_batch(uint32_t destination, const void *records, uint32_t count, uint64_t target,
                     const flat_message &message);
 
+// What send_image() leaves to the general codec. `area` is the caller's, so that there is one on
+// the stack and not two.
 uint32_t send_image_rarely(uint32_t destination, const void *record, uint64_t target,
-                           const flat_message &message);
+                           const flat_message &message, uint8_t *area);
 
 // The image of one flat record, from the stack. Message is exported<Record>::message.
 template <class Record, const auto &Message>
 [[gnu::noinline]] uint32_t send_image(uint32_t destination, const Record *record, uint64_t target) {
-  if (!wire::is_common(Message.unit))
-    return send_image_rarely(destination, record, target, Message);
   uint8_t area[single_area_size];
+  if (!wire::is_common(Message.unit))
+    return send_image_rarely(destination, record, target, Message, area);
   wire::write_image(area, *record);
   const msg_desc descriptor{area, Message.id, Message.image_size};
   return hand_over(destination, &descriptor, 1, target);

@@ -2,8 +2,9 @@
 
 Room: tests. Reads what g++ writes beside each object under -fcallgraph-info=su: every function's
 frame and whom it calls. What the process provides (OSAL, mesh, memory functions, libc) is not counted.
+Functions of the general codec go down into the tables of a table, as deep as tables nest and no deeper.
 
-usage: check_stack.py --limit BYTES --exports FILE OBJECT...
+usage: check_stack.py --limit BYTES --exports FILE --nesting-in HEADER OBJECT...
        check_stack.py --self-test
 """
 
@@ -18,11 +19,14 @@ FRAME = re.compile(r"\\n(\d+) bytes \(([a-z,]+)\)$")
 INDIRECT = "__indirect_call"
 RETURN_ADDRESS = 8  # pushed by the caller on x86-64; on aarch64 it is in the frame, and counted twice
 
-# Through pointers the send operations call the message's functions; everybody else the allocators and
-# the log writer, of which the library has the heap's.
-OF_A_MESSAGE = re.compile(r"_ZN9mesh_fib64wire(12compact_size|13write_compact|11write_fixed)I")
+# Through pointers the send operations and what packing shares call the message's functions; everybody
+# else the allocators and the log writer, of which the library has the heap's.
+OF_A_MESSAGE = re.compile(r"_ZN9mesh_fib64wire(12message_size|5write|14write_measured|6encode|11write_fixed)I")
 OF_THE_HEAP = re.compile(r"_ZN9mesh_fib67runtime(10heap_alloc|9heap_free)E")
-SENDS = re.compile(r"_ZN9mesh_fib69transport")
+CALLS_MESSAGES = re.compile(r"_ZN9mesh_fib6(9transport|4wire13pack_(measured|uncommon)E)")
+# What may call itself, once for each level of tables.
+GENERAL = re.compile(r"_ZNK?9mesh_fib64wire7general")
+NESTING = re.compile(r"^inline constexpr uint32_t max_nesting = (\d+);", re.M)
 
 
 def fail(message):
@@ -35,7 +39,8 @@ def plain(title):
 
 
 class Graph:
-    def __init__(self):
+    def __init__(self, nesting=1):
+        self.nesting = nesting
         self.frames, self.calls, self.unbounded, self.known = {}, {}, [], {}
 
     def read(self, text):
@@ -55,21 +60,29 @@ class Graph:
             if callee != INDIRECT:
                 yield callee
                 continue
-            wanted = OF_A_MESSAGE if SENDS.match(name) else OF_THE_HEAP
-            yield from (f for f in self.frames if wanted.match(f))
+            wanted = OF_A_MESSAGE if CALLS_MESSAGES.match(name) else OF_THE_HEAP
+            found = [f for f in self.frames if wanted.match(f)]
+            if not found:
+                fail(f"{name} calls through a pointer, and no function is like {wanted.pattern}")
+            yield from found
 
     def deepest(self, name, above=()):
         """(bytes, chain) of the deepest chain that begins with the function."""
         if name in above:
-            fail(f"{name} calls itself: its stack has no bound")
+            if not GENERAL.match(name):
+                fail(f"{name} calls itself: its stack has no bound")
+            if above.count(name) == self.nesting:
+                return 0, []
         if name not in self.frames:
             return 0, []
-        if name in self.known:
-            return self.known[name]
+        # How deep the general codec may still go depends on how deep it is.
+        key = name, tuple(sorted(caller for caller in above if GENERAL.match(caller)))
+        if key in self.known:
+            return self.known[key]
         below = max((self.deepest(callee, (*above, name)) for callee in self.targets(name)),
                     default=(0, []), key=lambda found: found[0])
-        self.known[name] = self.frames[name] + RETURN_ADDRESS + below[0], [name, *below[1]]
-        return self.known[name]
+        self.known[key] = self.frames[name] + RETURN_ADDRESS + below[0], [name, *below[1]]
+        return self.known[key]
 
 
 def self_test():
@@ -87,8 +100,17 @@ def self_test():
     try:
         graph.deepest("a")
     except SystemExit:
-        return
-    raise AssertionError("a function that calls itself went unnoticed")
+        pass
+    else:
+        raise AssertionError("a function that calls itself went unnoticed")
+
+    graph = Graph(nesting=3)
+    down, other = "_ZN9mesh_fib64wire7general4downEv", "_ZN9mesh_fib64wire7general5otherEv"
+    graph.read(f'node: {{ title: "{down}" label: "down()\\n1.cpp:1:1\\n32 bytes (static)" }}\n'
+               f'node: {{ title: "{other}" label: "other()\\n1.cpp:2:1\\n8 bytes (static)" }}\n'
+               f'edge: {{ sourcename: "{down}" targetname: "{other}" label: "1.cpp:1:2" }}\n'
+               f'edge: {{ sourcename: "{other}" targetname: "{down}" label: "1.cpp:2:2" }}\n')
+    assert graph.deepest(down) == (3 * (32 + 8 + 8 + 8), [down, other] * 3), graph.deepest(down)
 
 
 def main():
@@ -96,14 +118,18 @@ def main():
     parser.add_argument("--self-test", action="store_true")
     parser.add_argument("--limit", type=int, metavar="BYTES")
     parser.add_argument("--exports", type=Path, metavar="FILE")
+    parser.add_argument("--nesting-in", type=Path, metavar="HEADER")
     parser.add_argument("objects", nargs="*", type=Path)
     options = parser.parse_args()
     if options.self_test:
         return self_test()
-    if not (options.limit and options.exports and options.objects):
-        parser.error("--limit, --exports and objects are needed")
+    if not (options.limit and options.exports and options.nesting_in and options.objects):
+        parser.error("--limit, --exports, --nesting-in and objects are needed")
+    nesting = NESTING.search(options.nesting_in.read_text(encoding="utf-8"))
+    if not nesting:
+        fail(f"{options.nesting_in}: expected {NESTING.pattern}")
 
-    graph = Graph()
+    graph = Graph(int(nesting[1]))
     for item in options.objects:
         graph_file = item.with_suffix(".ci")
         if not graph_file.exists():

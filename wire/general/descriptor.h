@@ -75,6 +75,21 @@ private:
 template <class Record>
 constexpr const table_info &info_of();
 
+// How many tables lie one in the other at most, a root's elements and embedded records being the
+// second. The general codec calls itself for each: this bounds its stack.
+inline constexpr uint32_t max_nesting = 2;
+
+template <class Record>
+constexpr uint32_t nesting() {
+  uint32_t below = 0;
+  for_each_field<Record>([&below]<class Field>(Field) {
+    if constexpr (Field::of == kind::table || Field::of == kind::table_vector)
+      if (nesting<typename Field::value_type>() > below)
+        below = nesting<typename Field::value_type>();
+  });
+  return 1 + below;
+}
+
 template <class Record>
 constexpr uint32_t count_tables() {
   uint32_t count = 0;
@@ -130,6 +145,7 @@ struct leaf_description {
              offsetof(leaf_description, non_root),
              links_at + count_tables<Record>() * sizeof(link_info)),
         fields{}, non_root(names<Record>::unpack_non_root) {
+    static_assert(nesting<Record>() <= max_nesting, "tables nest deeper: see max_nesting");
     static_assert(offsetof(leaf_description, fields) == sizeof(table_info));
     static_assert(sizeof(Record) <= UINT16_MAX && sizeof(leaf_description) <= UINT16_MAX);
     size_t link = links_at;
