@@ -104,7 +104,7 @@ install_folder(schemas schemas ${data_dir} *.fbs)
 install_component(documentation FILES README.md DESTINATION ${doc_dir})
 install_folder(documentation docs ${doc_dir} *.md *.svg)
 # To be built where they lie, or copied.
-install_folder(examples examples ${doc_dir} *.c *.cpp *.md CMakeLists.txt)
+install_folder(examples examples ${doc_dir} *.c *.cpp *.py *.md CMakeLists.txt)
 install_folder(examples demo ${doc_dir} *.cpp *.h *.md *.gz CMakeLists.txt)
 
 # The Python package, and the way from it to the library, so that the tree can be moved.

@@ -314,6 +314,8 @@ class Installation(unittest.TestCase):
         route = "2001:db8::/32\n"
         for language in ("", "_cpp"):
             self.check_output(route, programs / f"decode_buffer{language}", message, library_path=tree.lib)
+        if SETTINGS["python_runs"]:
+            self.check_python_examples(tree, message)
         own_host = run(*SETTINGS["emulator"].split(), programs / "own_host", environment=self.environment(tree.lib))
         self.assertTrue(own_host.stdout.endswith("3 blocks taken, 0 of them live\n"), own_host.stdout)
         for language in ("", "_cpp"):
@@ -326,6 +328,24 @@ class Installation(unittest.TestCase):
         for language in ("", "_cpp"):
             self.check_received(tree, programs / f"receive_synchronisation{language}", programs / "synchronise", "600",
                                 sent="", received=re.compile("synchronisation [0-9]+: complete, 600 of 600 routes\n"))
+
+    def check_python_examples(self, tree, message):
+        folder = tree.prefix / SETTINGS["doc"] / "examples"
+
+        def runs(script, *arguments, **how):
+            return run(sys.executable, folder / script, *arguments, environment={
+                **self.environment(tree.lib), "PYTHONPATH": str(tree.prefix / SETTINGS["python"]),
+                "PYTHONDONTWRITEBYTECODE": "1"}, **how)
+
+        whole = message.read_bytes()
+        self.assertEqual(runs("decode_buffer.py", message).stdout, "2001:db8::/32\n")
+        cut = self.work / "cut"
+        for size in range(0, len(whole), 7):
+            cut.write_bytes(whole[:size])
+            self.assertIn("decode_buffer.py: ", runs("decode_buffer.py", cut, succeeds=False).stderr)
+        self.assertIn("usage", runs("decode_buffer.py", "--no", succeeds=False).stderr)
+        self.assertIn("No such file", runs("decode_buffer.py", self.work / "none", succeeds=False).stderr)
+        self.assertIn("usage", runs("send_route.py", "more", succeeds=False).stderr)
 
     def test_BuildsTheExamplesByPkgConfigFromAMovedTree(self):
         tree = self.install_and_move()
