@@ -14,7 +14,8 @@ namespace fs = std::filesystem;
 
 constexpr const char *usage =
     "usage: write_baselines TREE\n"
-    "Writes abi/exports.txt, include/mesh_fib6/message_list.h, the FlatBuffers schema of each module,\n"
+    "Writes abi/exports.txt, include/mesh_fib6/message_list.h, the FlatBuffers schema of each "
+    "module,\n"
     "schemas/*.fbs, and the records of the Python package, python/mesh_fib6/_records.py, of the\n"
     "source tree, over what is there.\n"
     "Exit status: 0 all are written, 1 one could not be, 2 wrong usage.\n";
