@@ -23,7 +23,7 @@ enum {
   batch_size = 250,
   most_tries = 5,
   most_routes = 1000000,
-  timeout_ms = 10000
+  timeout_ms = 5000
 };
 enum { begin = 1, route = 2, end = 3 };
 

@@ -371,6 +371,25 @@ TEST_F(QueryAndAnswer, TheAskerWaitsThroughHostileAnswersForAGoodOne) {
   EXPECT_EQ(times(asking.errors(), refused_answer), refused + 2);
 }
 
+// It announces none, and a count stays where there are no routes any more.
+TEST_F(QueryAndAnswer, TheAskerGoesByThePointerAndNotByTheCount) {
+  receive_queries();
+  queries asked(answerer);
+  program_run asking(example("ask_routes", {"::"}));
+  const fib6_cfg_query_fib6_key query = asked.take(1).front();
+  encoded_message message = answer_to(query.f0.f1, 32, 0, 0);
+  message.bytes.resize(message.bytes.size() - 1);
+  fib6_cfg_query_fib6_rec answer{};
+  fib6_cfg_query_fib6_rec__unpack(message.bytes.data(), static_cast<uint32_t>(message.bytes.size()),
+                                  &answer);
+  ASSERT_EQ(answer.f1, nullptr);
+  ASSERT_EQ(answer.f1_count, 1u);
+  send_message(query.f0.f0, message);
+  EXPECT_EQ(asking.status(), 0);
+  EXPECT_EQ(asking.output(), "no route\n");
+  EXPECT_EQ(asking.errors(), "");
+}
+
 TEST_F(QueryAndAnswer, TheAskerPrintsWhatADamagedAnswerHolds) {
   receive_queries();
   queries asked(answerer);

@@ -157,6 +157,17 @@ TEST_F(Synchronise, GivesUpWhereThereIsNeverAnyRoom) {
   mesh_host_detach(receiver);
 }
 
+TEST_F(Synchronise, FailsWhenItsTableIsNotHandled) {
+  mesh_host_receiver *receiver = attach(); // has room for all of it, handles none
+  program_run::settings how = example("synchronise", {"10"});
+  how.variables.back() = "MESH_HOST_SEND_TIMEOUT_MS=300"; // and no longer at the end
+  program_run sending(how);
+  EXPECT_EQ(sending.status(), 1);
+  EXPECT_TRUE(
+      holds(sending.errors(), "synchronise: broken off, to be begun anew: destination 8: "));
+  mesh_host_detach(receiver);
+}
+
 TEST_F(Synchronise, SaysThatNobodyReceives) {
   program_run sending(cramped_sender("1000", "300"));
   EXPECT_EQ(sending.status(), 1);
