@@ -100,7 +100,8 @@ constexpr element_span<T> elements(T *first, std::uint32_t count) noexcept {
 // zeros.
 //
 // The library does not tell whether it has refused the bytes: then vectors are empty (see
-// elements()) and members are zero, or what was read before the defect. Mostly there is a line in the log.
+// elements()) and members are zero, or what was read before the defect. Mostly there is a line in
+// the log.
 template <class M>
 class decoded {
   static_assert(is_message_v<M>, "not the record of a message type");

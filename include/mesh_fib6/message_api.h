@@ -45,9 +45,10 @@
  *
  * uint32_t M__unpack(const uint8_t *buffer, uint32_t length, M *record)
  *   Decodes `length` untrusted bytes into *record, whose storage is the caller's and need not be
- *   initialised. Always returns sizeof(M), on failure too: a failure shows in the record and mostly in
- *   the log (a member that lies behind the end is refused without a line). Refused before decoding starts (null argument, fewer than 4 bytes; in the header-first
- *   form also a bad root or vtable offset) the record is untouched, so zero it first when in doubt;
+ *   initialised. Always returns sizeof(M), on failure too: a failure shows in the record, mostly
+ *   in the log as well (a member that lies behind the end is refused without a line).
+ *   Refused before decoding starts (null argument, fewer than 4 bytes; in the header-first form
+ *   also a bad root or vtable offset) the record is untouched, so zero it first when in doubt;
  *   refused later, whatever was allocated is released, pointers are null, scalars read so far stay.
  *   TEST THE POINTER, NOT THE COUNT: counts are scalars that stay. Of a message that was cut short,
  *   f1_count may be 1000 beside a null f1, and a loop that goes by the count alone is a crash that
