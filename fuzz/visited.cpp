@@ -84,7 +84,9 @@ const char *execute(const uint8_t *data, size_t size) {
     found("%s: is not in the table", message.name);
 
   // An identifier as it comes: most are nobody's, and then nothing is done.
-  const uint32_t any = data[0] | data[1] << 8 | data[2] << 16 | uint32_t{data[3]} << 24;
+  uint32_t any = 0;
+  for (uint32_t i = 0; i < identifier_size; i++)
+    any |= uint32_t{data[i]} << (8 * i);
   const uint32_t requests = accounts.block_count;
   if (any != message.id &&
       (mesh_fib6::visit(any, wire.bytes(), length, look) ||

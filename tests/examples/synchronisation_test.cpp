@@ -6,6 +6,7 @@
 #include "host/mesh_host.h"
 #include "tests/examples/example_test.h"
 
+#include <arpa/inet.h>
 #include <mesh_fib6/fib6_sync.h>
 
 #include <filesystem>

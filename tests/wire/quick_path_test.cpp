@@ -192,7 +192,8 @@ void fill_before_last(const table_descriptor &table, void *record, size_t last) 
 // nothing before their last table, if they embed any.
 void for_each_record(const quick_message &message,
                      const std::function<void(const random_record::owned_record &)> &check) {
-  random_record::generator random(testing::UnitTest::GetInstance()->random_seed() + 1u);
+  random_record::generator random(
+      static_cast<uint32_t>(testing::UnitTest::GetInstance()->random_seed()) + 1);
   for (const auto &density : densities)
     for (int round = 0; round < 12; round++) {
       auto record = random_record::make(*message.table, random, density);
