@@ -3,6 +3,7 @@
 // Room: tests. Includes the demo and the public headers.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 

@@ -30,7 +30,7 @@ template <class Record, uint32_t Behind>
 class table_writer {
 public:
   // Of the offset words, those are read that have been stored before.
-  // cppcheck-suppress uninitMemberVarPrivate
+  // cppcheck-suppress [uninitMemberVar, uninitMemberVarPrivate]
   explicit table_writer(uint8_t *at)
       : vtable_(at), table_(at + vtable_size), cursor_(table_ + soffset_size) {}
 
