@@ -93,6 +93,15 @@ bool surely_fits(const void *record, uint32_t room) {
   return wire::surely_fits(*static_cast<const M *>(record), room);
 }
 
+// One of each kind: with one vector and with six, with byte vectors, with and without embedded
+// records, with few scalars and with many. All of them would take the compiler a minute.
+using some_messages = wire::type_list<
+    feiBrokerFib6_ipv6FwdUpdateMsg, feiBrokerFib6_nhp6GroupUpdateMsg, feiBrokerFib6_nhp6UpdateMsg,
+    feiBrokerFib6_nhp6DelMsg, feiBrokerFib6_srv6SrListUpdateMsg, feiBrokerFib6_pidStateMsg,
+    feiBrokerFib6_lrClassDataMsg, feiBrokerFib6_special_ip, fib6_cfg_query_fib6_key,
+    fib6_cfg_query_fib6_rec, fib6_cfg_query_dfx_rec, fib6_cfg_query_fib6check_rec,
+    fib6Sync_ipv6FwdUpdateMsg, fib6Sync_nhp6ExtUpdateMsg, fib6Sync_ecmpCfg, fib6Sync_svcCtxMsg>;
+
 template <class... Records>
 void add(std::vector<quick_message> &to, wire::type_list<Records...>) {
   (to.push_back({&tools::described<Records>::table, wire::is_tree<Records>(), read<Records>,
@@ -103,9 +112,7 @@ void add(std::vector<quick_message> &to, wire::type_list<Records...>) {
 
 void for_each_message(const std::function<void(const quick_message &)> &check) {
   std::vector<quick_message> all;
-  add(all, fib6::messages{});
-  add(all, fib6_cfg::messages{});
-  add(all, fib6_sync::messages{});
+  add(all, some_messages{});
   for (const quick_message &message : all) {
     SCOPED_TRACE(message.table->name);
     check(message);
@@ -204,7 +211,7 @@ void for_each_record(const quick_message &message,
     }
 }
 
-TEST(QuickPath, ReadsEveryCompactMessageOfTheCommonOrderByItself) {
+TEST(QuickPath, ReadsCompactMessagesOfTheCommonOrderByItself) {
   for_each_message([](const quick_message &message) {
     for_each_record(message, [&](const random_record::owned_record &record) {
       const read_record decoded(message, compact(message, record.get()));
