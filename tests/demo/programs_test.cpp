@@ -68,8 +68,10 @@ TEST_F(Programs, SenderSaysThatNobodyReceivesAndHowToStartAReceiver) {
   const std::string place = mine() + "/mesh";
   EXPECT_TRUE(holds(sender.errors(), "mesh_host: nobody receives for destination 9: tried ipc://" +
                                          place + "/9.sock for 500 ms "));
-  EXPECT_TRUE(holds(sender.errors(), "fib6-sender: sending to destination 9 failed at message 1, "
-                                     "after 0.5 s: nobody received for this destination"));
+  // How long that took, half a second at least, depends on the machine.
+  EXPECT_TRUE(
+      holds(sender.errors(), "fib6-sender: sending to destination 9 failed at message 1, after "));
+  EXPECT_TRUE(holds(sender.errors(), " s: nobody received for this destination"));
   EXPECT_TRUE(holds(sender.errors(), "\n    MESH_HOST_DIR=" + place + " " +
                                          program("fib6-receiver") + " --destination 9\n"));
 }
