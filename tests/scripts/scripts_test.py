@@ -26,7 +26,7 @@ SETTINGS = {}
 ODD = "it's a \"place\"; $(touch pwned) `touch pwned` & <so>"
 # All that the scripts may call on the smallest Debian; what else they find is a double.
 PLAIN_TOOLS = ("awk basename bash cat chmod chown cut date dirname env find fold grep head id ln ls "
-               "mkdir mktemp mv nproc printf python3 readlink rm sed seq sleep sort stat tail tee "
+               "mkdir mktemp mv nice nproc printf python3 readlink rm sed seq sleep sort stat tail tee "
                "timeout touch tr true uname wc xargs zcat").split()
 INTERRUPTIONS = (signal.SIGHUP, signal.SIGINT, signal.SIGTERM)
 DPKG_QUERY = r"""#!/bin/bash
@@ -585,6 +585,25 @@ class Scripts(unittest.TestCase):
         self.assertEqual((status, output.splitlines()[-1]), (1, "2 passed, 1 failed"))
         self.assertIn("oh no", output)
         self.assertIn("FAILED: build-release (see build/logs/build-release.log)", output)
+
+    def test_TheNextPresetIsBuiltWhileTheTestsOfTheOneBeforeRun(self):
+        script = self.suite(self.GOOD)
+        self.double("cmake", '#!/bin/bash\n[[ "$*" != *aarch64* ]] || : >"$MAY/begun"\n')
+        self.double("ctest", f"""#!/bin/bash
+            while [ $# -gt 0 ]; do [ "$1" != --output-junit ] || report=$2; shift; done
+            until [ -e "$MAY/begun" ]; do sleep 0.05; done
+            echo '<testsuite>{self.GOOD}</testsuite>' >"$report"\n""")
+        status, output, errors = self.run_script(script)
+        self.assertEqual((status, errors, output.splitlines()[-1]), (0, "", "4 passed, 0 failed"))
+
+    def test_ABuildThatWasBegunBeforeItsStageFailsInItsStage(self):
+        script = self.suite(self.GOOD)
+        self.double("cmake", '#!/bin/bash\n[[ "$*" != *aarch64* ]] || { echo oh no; exit 1; }\n')
+        status, output, errors = self.run_script(script)
+        self.assertEqual((status, errors, output.splitlines()[-1]), (1, "", "2 passed, 1 failed"))
+        self.assertIn("oh no", output)
+        self.assertRegex(output, r"(?m)^release +2 +0 +0 ")
+        self.assertIn("FAILED: build-aarch64 (see build/logs/build-aarch64.log)", output)
 
     def test_AnAarch64MachineSkipsTheEmulatedStageAndSaysWhy(self):
         script = self.suite(self.GOOD)
