@@ -1,7 +1,7 @@
 // Which elements the reader of compact ones takes, and which it leaves: whatever it leaves is read
 // with the same result, only slower, so no test of a decode would notice.
 //
-// Room: tests. Asks wire::read_compact itself.
+// Room: tests. Asks wire::read_run and wire::read_each themselves.
 #include "tests/reference/element_wire.h"
 #include "tests/support/guarded_buffer.h"
 
@@ -29,7 +29,11 @@ struct reader {
   uint32_t tail;
 };
 
-template <class Record>
+// As a run, where there are shuffles to go by groups, or one by one, as the only element of a
+// vector is read everywhere.
+enum class way : uint8_t { run, each };
+
+template <class Record, way Way>
 uint32_t take(const guarded_buffer &wire, uint32_t word, std::vector<uint8_t> &records,
               uint32_t count) {
   const mesh_fib6::wire::received in{wire.data(), static_cast<uint32_t>(wire.size())};
@@ -37,7 +41,7 @@ uint32_t take(const guarded_buffer &wire, uint32_t word, std::vector<uint8_t> &r
   std::memset(room.data(), 0, room.size());
   auto *const first = reinterpret_cast<Record *>(room.data());
   uint32_t taken = 0;
-  if constexpr (mesh_fib6::wire::has_shuffles)
+  if constexpr (Way == way::run && mesh_fib6::wire::has_shuffles)
     taken = mesh_fib6::wire::read_run(in, word, first, count);
   else
     taken = mesh_fib6::wire::read_each(in, word, first, count);
@@ -51,16 +55,26 @@ constexpr uint32_t for_loads(uint32_t size) {
   return mesh_fib6::wire::has_shuffles ? size : 0; // field by field nothing more is loaded
 }
 
+template <class Record>
+void add_readers(std::vector<reader> &list, const char *name, const element_type &type,
+                 uint32_t tail) {
+  list.push_back({name, type, take<Record, way::run>, tail});
+  list.push_back({name, type, take<Record, way::each>, 0});
+}
+
 std::vector<reader> all_readers() {
-  return {{"routes", route(), take<feiBrokerFib6_ipv6Fwd>, 0},
-          {"next hops", hop_std(), take<feiBrokerFib6_nhp6Std>, 0},
-          {"extended next hops", hop_ext(), take<feiBrokerFib6_nhp6Ext>, for_loads(16 - 4 - 4 - 3)},
-          {"VPN next hops", hop_vpn(), take<feiBrokerFib6_nhp6Vpn>, for_loads(16)},
-          {"VXLAN next hops", hop_vxlan(), take<feiBrokerFib6_nhp6Vxlan>, 0},
-          {"group nodes", group_node(), take<feiBrokerFib6_nhp6GroupNode>, for_loads(16)},
-          {"segment lists", segment_list(), take<feiBrokerFib6_srv6SrList>, 0},
-          {"list keys", list_key(), take<feiBrokerFib6_srv6SrListKey>, for_loads(16)},
-          {"items", fib_item(), take<fib6_cfg_query_fib6_item>, 0}};
+  std::vector<reader> list;
+  add_readers<feiBrokerFib6_ipv6Fwd>(list, "routes", route(), 0);
+  add_readers<feiBrokerFib6_nhp6Std>(list, "next hops", hop_std(), 0);
+  add_readers<feiBrokerFib6_nhp6Ext>(list, "extended next hops", hop_ext(),
+                                     for_loads(16 - 4 - 4 - 3));
+  add_readers<feiBrokerFib6_nhp6Vpn>(list, "VPN next hops", hop_vpn(), for_loads(16));
+  add_readers<feiBrokerFib6_nhp6Vxlan>(list, "VXLAN next hops", hop_vxlan(), 0);
+  add_readers<feiBrokerFib6_nhp6GroupNode>(list, "group nodes", group_node(), for_loads(16));
+  add_readers<feiBrokerFib6_srv6SrList>(list, "segment lists", segment_list(), 0);
+  add_readers<feiBrokerFib6_srv6SrListKey>(list, "list keys", list_key(), for_loads(16));
+  add_readers<fib6_cfg_query_fib6_item>(list, "items", fib_item(), 0);
+  return list;
 }
 
 class CompactReader : public testing::Test {
