@@ -4,6 +4,7 @@
 // Room: tests. Calls the functions of wire/quick itself and stands in for the general codec, which
 // counts what it is handed and refuses it; no part of the library is linked. What is read was
 // encoded by the second codec.
+#include "tests/reference/decoder.h"
 #include "tests/reference/encoder.h"
 #include "tests/support/random_record.h"
 #include "wire/codec.h"
@@ -289,6 +290,79 @@ TEST(QuickPath, ReadsEveryFixedImageAndNothingShorter) {
       memcpy(shorter.data(), encoded.bytes, shorter.size());
       ASSERT_FALSE(message.read_image(shorter, decoded.data()));
     });
+  });
+}
+
+// What the second decoder reads; false where it refuses.
+bool read_second(const table_descriptor &table, const guarded_buffer &wire,
+                 std::vector<uint8_t> &record) {
+  static reference::decoder &decoder = *new reference::decoder;
+  const reference::expectation &expected =
+      decoder.decode(table, reference::root_form::table_form,
+                     {wire.data(), static_cast<uint32_t>(wire.size()), 0, 0});
+  record = expected.record;
+  const reference::vector_list vectors = reference::vectors_of(table);
+  for (uint32_t i = 0; i < vectors.count; i++)
+    memcpy(&record[vectors.of[i].pointer_at], &expected.elements[i], sizeof(void *));
+  return expected.ending == reference::ending::decoded;
+}
+
+// Of each byte each bit in turn.
+void for_each_spoiled(const guarded_buffer &wire,
+                      const std::function<void(const guarded_buffer &spoiled)> &check) {
+  guarded_buffer spoiled(wire.size());
+  memcpy(spoiled.data(), wire.data(), wire.size());
+  for (size_t at = 0; at < wire.size(); at++)
+    for (uint32_t bit = 1; bit < 256; bit <<= 1) {
+      SCOPED_TRACE("byte " + std::to_string(at) + ", bit " + std::to_string(bit));
+      spoiled.data()[at] = static_cast<uint8_t>(wire.data()[at] ^ bit);
+      check(spoiled);
+      spoiled.data()[at] = wire.data()[at];
+    }
+}
+
+TEST(QuickPath, ReadsFromASpoiledMessageWhatTheSecondDecoderReadsOrDeclines) {
+  for_each_message([](const quick_message &message) {
+    random_record::generator random(3);
+    for (const uint32_t zero_percent : {0U, 50U}) {
+      const auto record =
+          random_record::make(*message.table, random,
+                              {.zero_percent = zero_percent, .max_elements = 2, .max_bytes = 3});
+      uint32_t accepted = 0;
+      for_each_spoiled(compact(message, record.get(), 0), [&](const guarded_buffer &spoiled) {
+        const read_record decoded(message, spoiled);
+        if (!decoded.accepted() || handed_over != 0)
+          return;
+        accepted++;
+        std::vector<uint8_t> expected;
+        ASSERT_TRUE(read_second(*message.table, spoiled, expected));
+        ASSERT_EQ(decoded.difference(expected.data()), "");
+      });
+      EXPECT_TRUE(accepted > 0 || zero_percent != 0) << "not even a value may be another";
+    }
+  });
+}
+
+TEST(QuickPath, ReadsFromASpoiledImageWhatTheSecondDecoderReadsOrDeclines) {
+  for_each_message([](const quick_message &message) {
+    if (message.is_tree)
+      return;
+    random_record::generator random(3);
+    const auto record = random_record::make(*message.table, random, full);
+    const auto encoded = encoder().fixed(*message.table, record.get(), 0);
+    guarded_buffer image(encoded.size), decoded(message.table->record_size);
+    memcpy(image.data(), encoded.bytes, encoded.size);
+    uint32_t accepted = 0;
+    for_each_spoiled(image, [&](const guarded_buffer &spoiled) {
+      memset(decoded.data(), 0xC7, decoded.size());
+      if (!message.read_image(spoiled, decoded.data()))
+        return;
+      accepted++;
+      std::vector<uint8_t> expected;
+      ASSERT_TRUE(read_second(*message.table, spoiled, expected));
+      ASSERT_EQ(random_record::difference(*message.table, expected.data(), decoded.data()), "");
+    });
+    EXPECT_GT(accepted, 0U);
   });
 }
 
