@@ -77,6 +77,23 @@ TEST_F(ByteVector, IsWrittenAsItsLengthAndItsBytes) {
   EXPECT_EQ(bytes(buffer.begin() + 31, buffer.end()), bytes(97, 0xEE));
 }
 
+// A size of 32 bits is all that there is to say how long a message would be.
+TEST_F(ByteVector, OfNearly4GiBIsMeasuredAndOfAByteMoreIsNotInAnyOrder) {
+  constexpr uint32_t others = 28; // all but the vector's bytes
+  for (const uint32_t byte_swap : {0U, 1U, 2U}) {
+    SCOPED_TRACE(byte_swap);
+    unit.byte_swap = byte_swap;
+    test_note note = {7, UINT32_MAX - others, text_};
+    uint32_t length = UINT32_MAX;
+    EXPECT_EQ(wire::pack(unit, &note, nullptr, &length), 0U);
+    EXPECT_EQ(length, UINT32_MAX);
+    note.f1_count++;
+    EXPECT_EQ(wire::pack(unit, &note, nullptr, &length), 0xFFFFFFFFU);
+    EXPECT_EQ(length, UINT32_MAX);
+  }
+  unit.byte_swap = 0;
+}
+
 TEST_F(ByteVector, WithANullPointerIsLeftOut) {
   const bytes expected = {0x0c, 0, 0, 0, 8, 0, 4, 0, 0, 0, 0, 0, 8, 0, 0, 0};
   const bytes buffer = packed({0, 0, nullptr}, 16);

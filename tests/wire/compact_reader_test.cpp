@@ -162,6 +162,9 @@ TEST_F(CompactReader, TakesAnElementWhoseVtableIsRightBehindTheRootOffset) {
     wire.insert(wire.begin(), 4, 0);
     wire[0] = static_cast<uint8_t>(4 + at.table - at.vtable);
     expect_taken(each, wire, 0, in, 1);
+    bytes shorter = wire;
+    shorter.pop_back();
+    expect_taken(each, shorter, 0, in, 0);
     // One byte nearer the vtable would begin inside the root offset.
     wire.erase(wire.begin() + 3);
     wire[0]--;
