@@ -323,7 +323,7 @@ TEST_F(QueryAndAnswer, TheAnswererGoesOnWhenItsAnswerIsNotTaken) {
 
 TEST_F(QueryAndAnswer, TheAnswererSurvivesHostileQueries) {
   program_run::settings how = example("answer_queries", {});
-  how.variables.back() = "MESH_HOST_SEND_TIMEOUT_MS=20"; // for those who want it elsewhere
+  how.variables.back() = "MESH_HOST_SEND_TIMEOUT_MS=300"; // for those who want it elsewhere
   program_run answering(how);
   receive_queries();
   auto answered = std::make_unique<answers_taken>(first_asker);
