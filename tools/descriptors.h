@@ -232,9 +232,39 @@ constexpr uint32_t fixed_image_size_of() {
     return wire::fixed_image_size<M>;
 }
 
+// The operations of a message on records without a type. Functions of a class, not lambdas: of those a
+// compiler would make four hundred classes in each source that includes this.
+template <class M>
+struct untyped {
+  using op = operations<M>;
+
+  static uint32_t pack(const void *record, uint8_t *buffer, uint32_t *length) {
+    return op::pack(static_cast<const M *>(record), buffer, length);
+  }
+  static uint32_t unpack(const uint8_t *buffer, uint32_t length, void *record) {
+    return op::unpack(buffer, length, static_cast<M *>(record));
+  }
+  static void free_unpacked(void *record) { op::release(static_cast<M *>(record)); }
+  static uint32_t sendsingle(uint32_t destination, const void *record, uint32_t ignored,
+                             uint64_t target) {
+    return op::sendsingle(destination, static_cast<const M *>(record), ignored, target);
+  }
+  static uint32_t sendbatch(uint32_t destination, const void *records, uint32_t count,
+                            uint64_t target) {
+    return op::sendbatch(destination, static_cast<const M *>(records), count, target);
+  }
+  static uint32_t sendmsg(uint32_t destination, const void *records, uint32_t count) {
+    return op::sendmsg(destination, static_cast<const M *>(records), count);
+  }
+  static uint32_t sendtomsg(uint32_t destination, const void *records, uint32_t count,
+                            uint64_t target) {
+    return op::sendtomsg(destination, static_cast<const M *>(records), count, target);
+  }
+};
+
 template <class Module, class M>
 constexpr message_descriptor describe_message() {
-  using op = operations<M>;
+  using op = untyped<M>;
   return {
       .name = wire::schema<M>::name,
       .wire_namespace = Module::wire_namespace,
@@ -246,29 +276,13 @@ constexpr message_descriptor describe_message() {
       .fixed_image_size = fixed_image_size_of<M>(),
       .base_size = wire::root_offset_size + wire::compact_base_size<M>(),
       .table = &described<M>::table,
-      .pack =
-          [](const void *record, uint8_t *buffer, uint32_t *length) {
-            return op::pack(static_cast<const M *>(record), buffer, length);
-          },
-      .unpack = [](const uint8_t *buffer, uint32_t length,
-                   void *record) { return op::unpack(buffer, length, static_cast<M *>(record)); },
-      .free_unpacked = [](void *record) { op::release(static_cast<M *>(record)); },
-      .sendsingle =
-          [](uint32_t destination, const void *record, uint32_t ignored, uint64_t target) {
-            return op::sendsingle(destination, static_cast<const M *>(record), ignored, target);
-          },
-      .sendbatch =
-          [](uint32_t destination, const void *records, uint32_t count, uint64_t target) {
-            return op::sendbatch(destination, static_cast<const M *>(records), count, target);
-          },
-      .sendmsg =
-          [](uint32_t destination, const void *records, uint32_t count) {
-            return op::sendmsg(destination, static_cast<const M *>(records), count);
-          },
-      .sendtomsg =
-          [](uint32_t destination, const void *records, uint32_t count, uint64_t target) {
-            return op::sendtomsg(destination, static_cast<const M *>(records), count, target);
-          },
+      .pack = op::pack,
+      .unpack = op::unpack,
+      .free_unpacked = op::free_unpacked,
+      .sendsingle = op::sendsingle,
+      .sendbatch = op::sendbatch,
+      .sendmsg = op::sendmsg,
+      .sendtomsg = op::sendtomsg,
   };
 }
 

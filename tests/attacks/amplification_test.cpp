@@ -5,13 +5,13 @@
 // itself: each 4 bytes of the message cost one record of every element type.
 #include "tests/attacks/owned_blocks.h"
 #include "tests/reference/navigation.h"
+#include "tests/support/pattern.h"
 
 #include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <regex>
 
 using namespace attacks;
 using catalogue::EveryMessage;
@@ -192,15 +192,15 @@ TEST_F(Amplification, OfAnElementWithAllItsFieldsGivesThatElementEveryTime) {
 TEST_F(Amplification, IsWhatTheSecurityModelSays) {
   std::ifstream file(MESH_FIB6_SOURCE_DIR "/docs/security.md");
   const std::string text{std::istreambuf_iterator<char>(file), {}};
-  const std::regex row(R"(\n\| `(\w+)` \| (\d+) \| (\d+) \|)");
   std::map<std::string, uint32_t> listed;
   uint32_t least = UINT32_MAX, most = 0;
-  for (std::sregex_iterator found(text.begin(), text.end(), row), end; found != end; ++found) {
-    const std::string name = (*found)[1];
+  for (const pattern::groups &row :
+       pattern::all_found(text, "\n\\| `([A-Za-z0-9_]+)` \\| ([0-9]+) \\| ([0-9]+) \\|")) {
+    const std::string &name = row[1];
     SCOPED_TRACE(name);
     const cost expected = cost_of(catalogue::row_of(name));
-    EXPECT_EQ(std::stoul((*found)[2]), expected.bytes / 4);
-    EXPECT_EQ(std::stoul((*found)[3]), expected.fields);
+    EXPECT_EQ(std::stoul(row[2]), expected.bytes / 4);
+    EXPECT_EQ(std::stoul(row[3]), expected.fields);
     listed[name] = expected.bytes;
     least = std::min(least, expected.bytes);
     most = std::max(most, expected.bytes);

@@ -2,11 +2,11 @@
 //
 // Room: tests.
 #include "tests/documents/listings.h"
+#include "tests/support/pattern.h"
 
 #include <algorithm>
 #include <fstream>
 #include <optional>
-#include <regex>
 #include <sstream>
 
 namespace documents {
@@ -15,8 +15,7 @@ namespace {
 constexpr const char *wire_format_path = "docs/wire-format.md";
 
 bool is_item(const std::string &line) {
-  static const std::regex item(R"( *\d+ +\|.*)");
-  return std::regex_match(line, item);
+  return pattern::matched(line, " *[0-9]+ +\\|.*").has_value();
 }
 
 // Where the third bar is, which ends what golden files have.
@@ -52,10 +51,8 @@ public:
 
 private:
   void take(const std::string &word) {
-    static const std::regex number("(-?[0-9]+)[,:;.]?");
-    std::smatch found;
-    if (std::regex_match(word, found, number))
-      take_number(std::stoll(found[1]));
+    if (const auto number = pattern::matched(word, "(-?[0-9]+)[,:;.]?"))
+      take_number(std::stoll((*number)[1]));
     else if (word == "=")
       state();
     else if (word == "+" || word == "-")
@@ -104,8 +101,7 @@ bool is_padding(const annotated::item &item) {
 
 // Values and counts are the record's, and what is absent is nowhere: there is nothing to work out.
 bool needs_a_sum(const annotated::item &item) {
-  static const std::regex given(R"(slot \d+ absent|\S+ (=|count) .*)");
-  return !std::regex_match(item.meaning, given);
+  return !pattern::matched(item.meaning, "slot [0-9]+ absent|[^ ]+ (=|count) .*");
 }
 
 int64_t number_in(const annotated::image &image, const annotated::item &item) {
@@ -191,13 +187,11 @@ std::vector<std::string> wrong_sums(const listings &all) {
     for (const annotated::item &item : image.items)
       complain(item.line, complaint(image, item, all.whys.at(item.line)));
   // In the text the result comes last: "64 + 35 = 99".
-  static const std::regex sums(R"((\d+(?: [-+x] \d+)+) = (\d+))");
   for (const annotated::text_line &line : all.prose)
-    for (std::sregex_iterator found(line.text.begin(), line.text.end(), sums), end; found != end;
-         ++found)
-      if (const std::string wrong = sum((*found)[2].str() + " = " + (*found)[1].str()).complaint();
-          !wrong.empty())
-        complain(line.line, "\"" + found->str() + "\" " + wrong);
+    for (const pattern::groups &found :
+         pattern::all_found(line.text, "([0-9]+( [-+x] [0-9]+)+) = ([0-9]+)"))
+      if (const std::string wrong = sum(found[3] + " = " + found[1]).complaint(); !wrong.empty())
+        complain(line.line, "\"" + found[0] + "\" " + wrong);
   return result;
 }
 

@@ -3,13 +3,13 @@
 //
 // Room: tests. That the document has the lines of the sources is checked by log_lines_test.py.
 #include "tests/documents/tables.h"
+#include "tests/support/pattern.h"
 #include "tests/support/record_text.h"
 #include "tests/wire/golden_cases.h"
 #include "tests/wire/log_expectation.h"
 
 #include <functional>
 #include <map>
-#include <regex>
 #include <set>
 
 using documents::table_row;
@@ -69,11 +69,12 @@ protected:
 
   // Does what a cell says: "unpacked with byte 28 = 44: and why", for example.
   outcome provoke(const std::string &example) const {
-    std::smatch found;
+    pattern::groups found;
     const auto is = [&](const char *form) {
-      return std::regex_match(example, found, std::regex(form));
+      found = pattern::matched(example, form).value_or(pattern::groups());
+      return !found.empty();
     };
-    if (is(R"(packed without a buffer, capacity (\d+))")) {
+    if (is(R"(packed without a buffer, capacity ([0-9]+))")) {
       uint32_t length = number(found[1]);
       EXPECT_EQ(message_.pack(record_.get(), nullptr, &length), 0U);
       EXPECT_EQ(length, wire_.size());
@@ -83,21 +84,21 @@ protected:
       EXPECT_EQ(message_.unpack(wire_.data(), size(), nullptr), sizeof(update));
       return {"", fake_osal::log_lines()};
     }
-    if (is(R"(unpacked without a buffer, length (\d+))")) {
+    if (is(R"(unpacked without a buffer, length ([0-9]+))")) {
       update record{};
       EXPECT_EQ(message_.unpack(nullptr, number(found[1]), &record), sizeof(update));
       return {"", fake_osal::log_lines()};
     }
-    if (is(R"(its first (\d+) bytes unpacked(: .*)?)"))
+    if (is(R"(its first ([0-9]+) bytes unpacked(: .*)?)"))
       return decoded(message_, bytes(wire_.begin(), wire_.begin() + number(found[1])), {});
-    if (is(R"(unpacked( as `(\w+)`)? with byte (\d+) = ([0-9a-f ]+)(: .*)?)"))
-      return decoded(found[2].matched ? golden::message_named(found[2].str()) : message_,
+    if (is(R"(unpacked( as `([A-Za-z0-9_]+)`)? with byte ([0-9]+) = ([0-9a-f ]+)(: .*)?)"))
+      return decoded(found[1].empty() ? message_ : golden::message_named(found[2]),
                      changed(number(found[3]), found[4]), {});
     if (is("unpacked, but the allocator refuses the block for one route"))
       return decoded(message_, wire_, {.fail_allocation = 1});
-    if (is(R"(a `(\w+)` with one byte in `f0\.f2` unpacked, but the allocator refuses the block for it)"))
-      return decoded(golden::message_named(found[1].str()),
-                     golden::of(found[1].str()).bytes_of("zero_elements"), {.fail_allocation = 1});
+    if (is(R"(a `([A-Za-z0-9_]+)` with one byte in `f0\.f2` unpacked, but the allocator refuses the block for it)"))
+      return decoded(golden::message_named(found[1]),
+                     golden::of(found[1]).bytes_of("zero_elements"), {.fail_allocation = 1});
     ADD_FAILURE() << log_document << ": what is \"" << example << "\"?";
     return {};
   }
@@ -156,7 +157,6 @@ TEST_F(LogDocument, GivesForEachExampleTheLineThatComes) {
 // By the last parts of the names in the table of lines; an example of each.
 TEST_F(LogDocument, SaysUnderWhichNamesEachLineIsFiled) {
   const std::map<std::string, documented_line> lines = documented_lines();
-  const std::regex ending("(_pack|_unpack|_unpack_non_root)$");
   std::map<std::string, std::set<std::string>> said, seen;
   for (const auto &[format, line] : lines)
     for (const std::string &name : documents::quoted_in(line.filed_under))
@@ -165,9 +165,9 @@ TEST_F(LogDocument, SaysUnderWhichNamesEachLineIsFiled) {
        documents::table_of(log_document, {"the example", "filed under", "line"})) {
     fake_osal::reset();
     for (const fake_osal::log_line &line : provoke(row.cells[0]).lines) {
-      std::smatch found;
-      ASSERT_TRUE(std::regex_search(line.function, found, ending)) << line.function;
-      seen[line.format].insert(found[1]);
+      const auto ending = pattern::found(line.function, "(_pack|_unpack|_unpack_non_root)$");
+      ASSERT_TRUE(ending) << line.function;
+      seen[line.format].insert((*ending)[1]);
     }
   }
   EXPECT_EQ(said, seen);
