@@ -232,8 +232,8 @@ constexpr uint32_t fixed_image_size_of() {
     return wire::fixed_image_size<M>;
 }
 
-// The operations of a message on records without a type. Functions of a class, not lambdas: of those a
-// compiler would make four hundred classes in each source that includes this.
+// The operations of a message on records without a type. Functions of a class, not lambdas: of
+// those a compiler would make four hundred classes in each source that includes this.
 template <class M>
 struct untyped {
   using op = operations<M>;
