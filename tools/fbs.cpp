@@ -72,20 +72,37 @@ std::string_view table_name(const table_descriptor &table, std::string_view wire
   return std::string_view(table.name).substr(wire_namespace.size() + 1);
 }
 
-std::string fbs_of(const module_descriptor &module) {
-  std::string text = std::string("// The messages of module ") + module.name +
-                     ", for FlatBuffers tools. Written by tools/write_baselines.\n"
-                     "//\n"
+namespace {
+
+std::string head_of(const module_descriptor &module) {
+  return std::string("//\n"
                      "// What a schema cannot say, docs/interop.md does: buffers are not aligned, "
                      "and an array with a\n"
                      "// `length` has exactly that many elements.\n\n"
                      "attribute \"length\";\n"
                      "attribute \"message_id\";\n\n"
-                     "namespace " +
-                     module.wire_namespace + ";\n";
+                     "namespace ") +
+         module.wire_namespace + ";\n";
+}
+
+} // namespace
+
+std::string fbs_of(const module_descriptor &module) {
+  std::string text = std::string("// The messages of module ") + module.name +
+                     ", for FlatBuffers tools. Written by tools/write_baselines.\n" +
+                     head_of(module);
   for (const table_descriptor *table : tables_of(module))
     text += "\n" + text_of(*table, module);
   return text;
+}
+
+std::string fbs_of(const module_descriptor &module, const message_descriptor &message) {
+  std::string text =
+      std::string("// ") + message.name + ", for FlatBuffers tools.\n" + head_of(module);
+  for (const table_descriptor *table : tables_of(message))
+    text += "\n" + text_of(*table, module);
+  return text + "\nroot_type " + std::string(table_name(*message.table, module.wire_namespace)) +
+         ";\n";
 }
 
 } // namespace mesh_fib6::tools

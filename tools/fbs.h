@@ -15,5 +15,7 @@ std::string_view table_name(const table_descriptor &table, std::string_view wire
 // The text of a module's schema: every table that its messages use, each before its first user,
 // slots fixed by `id`.
 std::string fbs_of(const module_descriptor &module);
+// Of one of its messages and what that is made of.
+std::string fbs_of(const module_descriptor &module, const message_descriptor &message);
 
 } // namespace mesh_fib6::tools

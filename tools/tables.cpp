@@ -27,6 +27,12 @@ std::vector<const table_descriptor *> tables_of(const module_descriptor &module)
   return tables;
 }
 
+std::vector<const table_descriptor *> tables_of(const message_descriptor &message) {
+  std::vector<const table_descriptor *> tables;
+  list_tables(*message.table, tables);
+  return tables;
+}
+
 const message_descriptor *message_of(const table_descriptor &table,
                                      const module_descriptor &module) {
   const auto message =
