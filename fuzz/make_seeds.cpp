@@ -53,6 +53,24 @@ std::vector<uint8_t> identifier_of(const fuzz::message_descriptor &message) {
   return bytes;
 }
 
+// As tools/frame.h has it.
+std::vector<uint8_t> frame_of(const std::vector<uint8_t> &identifier,
+                              const std::vector<uint8_t> &bytes) {
+  std::vector<uint8_t> frame = identifier;
+  for (uint32_t i = 0; i < sizeof(uint32_t); i++)
+    frame.push_back(static_cast<uint8_t>(bytes.size() >> (8 * i)));
+  return joined(frame, bytes);
+}
+
+std::vector<uint8_t> digits_of(const std::vector<uint8_t> &bytes) {
+  std::vector<uint8_t> digits;
+  for (const uint8_t byte : bytes) {
+    digits.push_back(static_cast<uint8_t>("0123456789abcdef"[byte / 16]));
+    digits.push_back(static_cast<uint8_t>("0123456789abcdef"[byte % 16]));
+  }
+  return digits;
+}
+
 uint32_t make_seeds_of(const fuzz::message_descriptor &message, const fs::path &golden_folder,
                        const fs::path &output) {
   const std::vector<uint8_t> identifier = identifier_of(message);
@@ -60,8 +78,11 @@ uint32_t make_seeds_of(const fuzz::message_descriptor &message, const fs::path &
   for (const annotated::image &image :
        annotated::load(golden_folder / (std::string(message.name) + ".txt"))) {
     const std::string file = std::string(message.name) + "-" + image.name;
-    write(output / "decode" / file,
-          joined(joined(identifier, {circumstances_of(image.name)}), image.bytes));
+    for (const char *target : {"decode", "explain"})
+      write(output / target / file,
+            joined(joined(identifier, {circumstances_of(image.name)}), image.bytes));
+    write(output / "text" / (file + "-frame"), joined({2}, frame_of(identifier, image.bytes)));
+    write(output / "text" / (file + "-dump"), joined({1}, digits_of(image.bytes)));
     write(output / "visited" / file, joined(joined(identifier, {0}), image.bytes));
     // To the others the bytes are material that records, mutations and answers are made from.
     for (const char *target : {"mutated", "round_trip", "sends"})
