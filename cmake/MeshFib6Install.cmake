@@ -1,8 +1,9 @@
 # What `cmake --install` puts where, and how others find it there.
 #
 # A device takes the component `runtime`; who builds programs for it adds `development`; `schemas`,
-# `documentation` and `examples` are for people, `python` is for their scripts. All that is installed without a choice needs nothing
-# built but the library. `host` holds the stand-ins of the platform, which on a device would stand in
+# `documentation` and `examples` are for people, `python` is for their scripts. All that needs nothing
+# built but the library. `tools` is for whoever looks into messages: of it is installed what is built.
+# `host` holds the stand-ins of the platform, which on a device would stand in
 # the platform's way: it is installed only when it is named.
 
 include(GNUInstallDirs)
@@ -102,7 +103,7 @@ install_component(development
 
 install_folder(schemas schemas ${data_dir} *.fbs)
 install_component(documentation FILES README.md DESTINATION ${doc_dir})
-install_folder(documentation docs ${doc_dir} *.md *.svg)
+install_folder(documentation docs ${doc_dir} *.md *.svg *.png *.html)
 # To be built where they lie, or copied.
 install_folder(examples examples ${doc_dir} *.c *.cpp *.py *.md CMakeLists.txt)
 install_folder(examples demo ${doc_dir} *.cpp *.h *.md *.gz CMakeLists.txt)
@@ -120,6 +121,20 @@ install_folder(python python/mesh_fib6 ${MESH_FIB6_INSTALL_PYTHONDIR} *.py *.pyi
 install_component(python FILES ${CMAKE_CURRENT_BINARY_DIR}/python_installed.py
   DESTINATION ${python_dir} RENAME _installed.py)
 install_component(python FILES python/README.md DESTINATION ${doc_dir}/python)
+
+# The tool, and what it has made (tools/CMakeLists.txt).
+if(MESH_FIB6_TOOLS)
+  install_component(tools TARGETS mesh_fib6_tool OPTIONAL RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install_component(tools TARGETS mesh_fib6_tap OPTIONAL LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  set(made ${PROJECT_BINARY_DIR}/tools/made)
+  set(share ${CMAKE_INSTALL_DATADIR})
+  install_component(tools FILES ${made}/mesh_fib6.lua DESTINATION ${data_dir}/wireshark OPTIONAL)
+  install_component(tools FILES ${made}/mesh-fib6.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 OPTIONAL)
+  install_component(tools FILES ${made}/mesh-fib6.bash OPTIONAL
+    DESTINATION ${share}/bash-completion/completions RENAME mesh-fib6)
+  install_component(tools FILES ${made}/_mesh-fib6 DESTINATION ${share}/zsh/site-functions OPTIONAL)
+  install_component(tools FILES ${made}/mesh-fib6.fish DESTINATION ${share}/fish/vendor_completions.d OPTIONAL)
+endif()
 
 if(MESH_FIB6_HOST)
   install_libraries(host mesh_fib6HostTargets

@@ -32,7 +32,9 @@ class Configuring(Building):
     def test_NamesThePackageThatIsMissingAndTheOptionThatDoesWithout(self):
         for option, package, without in (
                 ("-DCMAKE_DISABLE_FIND_PACKAGE_ZLIB=ON", "zlib1g-dev", "-DMESH_FIB6_EXAMPLES=OFF"),
-                ("-DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON", "libcli11-dev", "-DMESH_FIB6_EXAMPLES=OFF"),
+                ("-DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON", "libcli11-dev", "-DMESH_FIB6_TOOLS=OFF"),
+                ("-DCMAKE_DISABLE_FIND_PACKAGE_fmt=ON", "libfmt-dev", "-DMESH_FIB6_TOOLS=OFF"),
+                ("-DCMAKE_DISABLE_FIND_PACKAGE_RapidJSON=ON", "rapidjson-dev", "-DMESH_FIB6_TOOLS=OFF"),
                 ("-DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON", "libgtest-dev", "-DMESH_FIB6_TESTS=OFF"),
                 (missing_library("CMAKE_IGNORE_PATH"), "libzmq3-dev", "-DMESH_FIB6_HOST=OFF")):
             name = option.partition("=")[0]
@@ -203,9 +205,9 @@ class Configuring(Building):
         made = re.findall(r"^build (\S+): C\w*_(?:SHARED_LIBRARY|EXECUTABLE)_LINKER__mesh_fib6", (
             self.work / "add_subdirectory" / "build.ninja").read_text(encoding="utf-8"), re.M)
         self.assertEqual(sorted(made), [
-            "libraries/libmesh_fib6.so",
+            "libraries/libmesh_fib6.so", "libraries/libmesh_fib6_tap.so",
             "mesh_fib6/host/libmemory_host.so", "mesh_fib6/host/libosal_host.so",
-            "mesh_fib6/host/libtolvimesh.so", "mesh_fib6/tools/write_baselines"])
+            "mesh_fib6/host/libtolvimesh.so", "mesh_fib6/mesh-fib6", "mesh_fib6/tools/write_baselines"])
 
 
 if __name__ == "__main__":

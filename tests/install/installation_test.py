@@ -19,7 +19,7 @@ import unittest
 HERE = pathlib.Path(__file__).resolve().parent
 CONSUMER = HERE / "consumer"
 # What is installed without a choice, and what only when it is named.
-COMPONENTS = ("runtime", "development", "schemas", "documentation", "examples", "python")
+COMPONENTS = ("runtime", "development", "schemas", "documentation", "examples", "python", "tools")
 ON_DEMAND = ("host",)
 STRICT = ["-pedantic", "-Wall", "-Wextra", "-Werror"]
 # What round_trip prints: the development host takes registrations, platform_mesh.c does not.
@@ -59,7 +59,7 @@ def version():
 
 def expected_files(*components):
     """What files.txt lists for these components."""
-    names = {name: SETTINGS[name] for name in ("lib", "include", "data", "doc", "python")}
+    names = {name: SETTINGS[name] for name in ("lib", "include", "data", "share", "doc", "python")}
     names["config"] = SETTINGS["config"].lower()
     lines = (HERE / "files.txt").read_text(encoding="ascii").splitlines()
     rows = [line.split() for line in lines if not line.startswith("#")]
@@ -229,7 +229,7 @@ class Installation(unittest.TestCase):
         folders = [str(folder).encode()
                    for folder in (SETTINGS["build"], SETTINGS["source"], tree.prefix)]
         looked_at = [path for path in files_below(tree.prefix)
-                     if not (path.endswith(".so") and SETTINGS["libraries_name_sources"])]
+                     if not (path.endswith((".so", "bin/mesh-fib6")) and SETTINGS["libraries_name_sources"])]
         self.assertTrue(looked_at)
         telling = [path for path in looked_at
                    if any(folder in (tree.prefix / path).read_bytes() for folder in folders)]

@@ -30,7 +30,7 @@ MAY_INCLUDE = [
                                 r"wire/format/schema\.h$", r"runtime/", r"platform/"]),
     (r"host/", [r"host/", r"platform/"]),
     (r"tools/", [r"tools/", r"modules/[^/]+/schema\.h$", r"include/mesh_fib6/",
-                 r"wire/format/(schema|layout)\.h$", r"transport/message\.h$"]),
+                 r"wire/format/(schema|layout)\.h$", r"transport/message\.h$", r"platform/mesh\.h$"]),
     (r"examples/", [r"host/(mesh|osal|memory)_host\.h$", r"platform/(mesh|osal)\.h$",
                     r"include/mesh_fib6/"]),
     (r"demo/", [r"demo/", r"host/(mesh|osal|memory)_host\.h$", r"platform/(mesh|osal)\.h$",
