@@ -5,6 +5,7 @@ Room: tests.
 usage: tap_test.py SETTINGS_JSON CASE
 """
 
+import collections
 import json
 import os
 import pathlib
@@ -18,12 +19,19 @@ import sys
 import tempfile
 import time
 import unittest
+import xml.etree.ElementTree
 
 sys.dont_write_bytecode = True
 SETTINGS = json.loads(pathlib.Path(sys.argv[1]).read_text(encoding="utf-8"))
 TOOL = [*SETTINGS["emulator"], SETTINGS["tool"]]
 EXAMPLES = pathlib.Path(SETTINGS["examples"])
 GOLDEN = pathlib.Path(SETTINGS["source"], "tests", "golden")
+
+# Worked out in docs/wire-format.md: f0 = 7, and one route.
+ROUTE = bytes.fromhex(
+    "0c000000 0800 1400 0400 0800 08000000 07000000 04000000 01000000 24000000"
+    "2000 2300 0000 0400 0000 0b00 0800 0000 0900 0000 0000 0000 0000 0000 0000 0000 20000000"
+    "04030201 20 0605 04000000 04000000 20010db8 00000000 00000000 00000000")
 
 
 def run(*command, given=b"", **how):
@@ -191,18 +199,17 @@ class Tap(unittest.TestCase):
 
     # Wireshark.
 
-    def dissected(self, capture, *fields):
+    def dissected(self, capture, *fields, how=("-V",)):
         """What tshark prints; of each packet these fields, if any are named."""
         tshark = shutil.which("tshark")
-        if tshark is None:
-            self.skipTest("tshark is missing")
         script = self.folder / "mesh_fib6.lua"
         done = run(*TOOL, "describe", "--all", "--wireshark")
         script.write_bytes(done.stdout)
         path = self.folder / "capture.pcapng"
         path.write_bytes(capture)
-        how = [word for field in fields for word in ("-e", field)]
-        done = run(tshark, "-X", f"lua_script:{script}", "-r", path, *(["-T", "fields", *how] if fields else ["-V"]))
+        if fields:
+            how = ["-T", "fields", *(word for field in fields for word in ("-e", field))]
+        done = run(tshark, "-X", f"lua_script:{script}", "-r", path, *how)
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertNotIn(b"Lua", done.stderr)
         return done.stdout.decode()
@@ -228,6 +235,54 @@ class Tap(unittest.TestCase):
                               "fib6.message", "fib6.malformed", "fib6.length")
         self.assertEqual([line.split("\t") for line in text.splitlines()],
                          [[message, "", str(len(data))] for message, _, data in images])
+
+    def test_TheDissectorShowsEveryValueThatDecodeShows(self):
+        images = list(self.images())
+        text = self.dissected(capture_of([(identifier, data) for _, identifier, data in images]), how=("-T", "pdml"))
+        packets = xml.etree.ElementTree.fromstring(text).findall("packet")
+        self.assertEqual(len(packets), len(images))
+        described, seen = {}, set()
+        for (message, identifier, data), packet in zip(images, packets):
+            if message not in described:
+                described[message] = json.loads(run(*TOOL, "describe", message, "--json").stdout)["members"]
+            record = json.loads(run(*TOOL, "decode", hex(identifier), "--input", "binary", given=data).stdout)
+            expected = list(self.values({row["path"]: row for row in described[message]}, "", message, record))
+            # Counts are the lengths of what is there; what is zero may be absent.
+            shown = [(field.get("name"), field.get("value")) for field in packet.iter("field")
+                     if re.match(r"fib6\.\w+\.f\d+$", field.get("name")) and field.get("value").strip("0")]
+            self.assertEqual(collections.Counter(shown), collections.Counter(expected), message)
+            seen.update(name for name, _ in expected)
+        every = {f"fib6.{self.table_of(message, rows, row)}.{row['path'].rpartition('.')[2]}"
+                 for message, rows in described.items() for row in rows if "record" not in row["kind"]}
+        self.assertEqual(seen, every)
+        self.assertGreater(len(every), 400)
+        self.assertIn(("fib6.feiBrokerFib6_ipv6Fwd.f3", "2001:db8::"),
+                      [(field.get("name"), field.get("show")) for field in xml.etree.ElementTree.fromstring(
+                          self.dissected(capture_of([(0x5026A923, ROUTE)]), how=("-T", "pdml"))).iter("field")])
+
+    @staticmethod
+    def table_of(message, rows, row):
+        """The table that a member is of."""
+        path = row["path"].rpartition(".")[0].removesuffix("[]")
+        return re.match(r"\w+", next(each["type"] for each in rows if each["path"] == path))[0] if path else message
+
+    def values(self, rows, prefix, table, record):
+        """(field of Wireshark, its bytes in hexadecimal) of what is not zero in a record that was decoded."""
+        for name, value in record.items():
+            row = rows[prefix + name]
+            kind, of = row["kind"], re.match(r"\w+", row["type"])[0]
+            if kind == "embedded record":
+                yield from self.values(rows, f"{prefix}{name}.", of, value)
+                continue
+            if kind == "vector of records":
+                for element in value:
+                    yield from self.values(rows, f"{prefix}{name}[].", of, element)
+                continue
+            width = {"uint8_t": "B", "uint16_t": "H", "uint32_t": "I"}[of]
+            numbers = value if kind == "array of words" else [value]
+            data = value if "bytes" in kind else struct.pack(f"<{len(numbers)}{width}", *numbers).hex()
+            if data.strip("0"):
+                yield f"fib6.{table}.{name}", data
 
     def test_TheDissectorMarksWhatIsMalformedAsVerifyDoes(self):
         image = next(data for message, _, data in self.images()
