@@ -42,6 +42,18 @@ def frame(identifier, message):
     return struct.pack("<II", identifier, len(message)) + message
 
 
+def all_of_terminal(ours):
+    """What a terminal was shown whose other side is closed."""
+    shown = b""
+    try:
+        while piece := os.read(ours, 4096):
+            shown += piece
+    except OSError:
+        pass  # there is no more
+    os.close(ours)
+    return shown
+
+
 def golden_images():
     """(message, name, byte swap, bytes) of every image."""
     for path in sorted(GOLDEN.glob("*.txt")):
@@ -370,13 +382,7 @@ class Tool(unittest.TestCase):
             subprocess.run([*TOOL, "explain", STATE, *arguments], input=bytes(4), stdout=theirs, check=False,
                            env={**os.environ, "NO_COLOR": "", **environment}, timeout=100)
             os.close(theirs)
-            shown = b""
-            try:
-                while piece := os.read(ours, 4096):
-                    shown += piece
-            except OSError:
-                pass  # the other side is closed
-            os.close(ours)
+            shown = all_of_terminal(ours)
             self.assertEqual(b"\x1b[" in shown, is_coloured, arguments)
 
     # diff and random
@@ -553,14 +559,7 @@ class Tool(unittest.TestCase):
             process.stdin.close()
             self.assertEqual(process.wait(timeout=100), 1 if is_slow else 0)
         os.close(theirs)
-        shown = b""
-        try:
-            while piece := os.read(ours, 4096):
-                shown += piece
-        except OSError:
-            pass  # the other side is closed
-        os.close(ours)
-        return shown
+        return all_of_terminal(ours)
 
     def test_ExplainMakesAPageThatNeedsNothingElse(self):
         page = self.good("explain", ROUTES, "--html", given=ROUTE).decode()
