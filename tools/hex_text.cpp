@@ -144,7 +144,7 @@ private:
     if (dump_.is_squeezed && offset > *dump_.base + dump_.bytes.size() + most_repeated)
       return problem(first, "expected * to stand for at most " + std::to_string(most_repeated) +
                                 " bytes, found offset " + std::to_string(offset));
-    if (dump_.is_squeezed)
+    if (dump_.is_squeezed && offset >= *dump_.base)
       repeat_last_line(offset - *dump_.base);
     const uint64_t expected = *dump_.base + dump_.bytes.size();
     if (offset != expected)

@@ -123,6 +123,7 @@ TEST(HexText, RepeatsTheLineThatAStarStandsFor) {
   EXPECT_EQ(read("00000000: 0102\n*\nffffffff0: 03\n"),
             "3:1: expected * to stand for at most 1048576 bytes, found offset 68719476720");
   EXPECT_EQ(read("00000000: 0102\n*\n00000000: 03\n"), "3:1: expected offset 2, found 0");
+  EXPECT_EQ(read("00000010: 0102\n*\n00000008: 03\n"), "3:1: expected offset 18, found 8");
   EXPECT_EQ(read("*\n00000002: 03\n"), "03");
 }
 
