@@ -233,11 +233,12 @@ void empty_ring() {
       write_packet(at, size);
     else
       is_cut = true;
+    is_cut |= state.limit == 0; // it was just found to be full
     clear_packet(at, size);
     at += size;
     state.emptied.store(at, std::memory_order_release);
   }
-  if (is_cut || state.limit == 0)
+  if (is_cut)
     (void)write_statistics(); // however the process ends
 }
 
