@@ -139,6 +139,10 @@ endif()
 if(MESH_FIB6_HOST)
   install_libraries(host mesh_fib6HostTargets
     mesh_fib6_tolvimesh mesh_fib6_osal_host mesh_fib6_memory_host)
+  # Loaded, not linked.
+  if(MESH_FIB6_HOST_NATS)
+    install_component(host TARGETS mesh_fib6_mesh_host_nats LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  endif()
   install_headers(host ${MESH_FIB6_HOST_HEADERS})
   install_targets_file(host mesh_fib6HostTargets)
   install_pkgconfig(host mesh_fib6_host)

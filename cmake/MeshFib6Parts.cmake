@@ -3,8 +3,9 @@
 # The library needs a compiler and nothing else. By itself this project builds everything; as a part of
 # another one it builds the library, until it is asked for more.
 
-option(MESH_FIB6_HOST "Build the development host: stand-ins of the platform (needs ZeroMQ)"
-  ${PROJECT_IS_TOP_LEVEL})
+option(MESH_FIB6_HOST "Build the development host: stand-ins of the platform" ${PROJECT_IS_TOP_LEVEL})
+option(MESH_FIB6_HOST_NATS "Build the development host's way to other machines (needs the NATS client)"
+  ${MESH_FIB6_HOST})
 option(MESH_FIB6_EXAMPLES "Build the examples and the demo (needs zlib and CLI11)" ${PROJECT_IS_TOP_LEVEL})
 option(MESH_FIB6_TOOLS "Build the tools around the messages" ${PROJECT_IS_TOP_LEVEL})
 option(MESH_FIB6_TESTS "Build the tests (needs GoogleTest, FlatBuffers and more)"

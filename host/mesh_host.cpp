@@ -1,5 +1,5 @@
-// The mesh stand-in's exported functions, and what they share: one context, the receivers and
-// connections of this process, fork and exit.
+// The mesh stand-in's exported functions, and what they share: the settings, the receivers and
+// senders of this process, fork and exit.
 //
 // Room: host. Nothing of the library behind the hooks is known here.
 #pragma GCC visibility push(default)
@@ -7,10 +7,16 @@
 #include "platform/mesh.h"
 #pragma GCC visibility pop
 
-#include "host/connection.h"
+#include "host/descriptor.h"
+#include "host/faults.h"
 #include "host/hooks.h"
+#include "host/inside_link.h"
+#include "host/local_link.h"
 #include "host/receiver.h"
+#include "host/sender.h"
+#include "host/status.h"
 #include "host/tell.h"
+#include "host/way.h"
 
 #include <atomic>
 #include <exception>
@@ -19,10 +25,9 @@
 #include <mutex>
 #include <optional>
 #include <pthread.h>
-#include <set>
+#include <thread>
 #include <unistd.h>
 #include <vector>
-#include <zmq.h>
 
 // What a receiving program holds.
 struct mesh_host_receiver {
@@ -37,10 +42,9 @@ struct mesh {
   std::mutex lock;
   bool settings_read = false;
   std::optional<settings> limits; // empty although read: unusable, as was told
-  void *context = nullptr;
+  std::optional<faults> injected;
   std::map<uint32_t, std::shared_ptr<receiver>> receivers;
-  std::map<uint32_t, std::shared_ptr<connection>> connections;
-  std::set<uint32_t> lost; // destinations that left with messages of this process unhandled
+  std::map<uint32_t, std::shared_ptr<sender>> senders; // once there, a sender stays
   bool ending = false;
   mesh *abandoned = nullptr; // the parent's, in a child
 };
@@ -50,14 +54,20 @@ std::atomic<mesh *> current{nullptr};
 
 void before_fork() {
   lock_hooks();
+  lock_status();
+  descriptor::lock_all();
 }
 void after_fork_in_parent() {
+  descriptor::unlock_all();
+  unlock_status();
   unlock_hooks();
 }
 
-// Sockets, their threads and perhaps taken locks belong to the parent. The child starts afresh,
-// with the registered hooks.
+// Sockets, threads and perhaps taken locks belong to the parent. The child starts afresh, with the
+// registered hooks.
 void after_fork_in_child() {
+  descriptor::close_all_in_child();
+  renew_status_in_child();
   unlock_hooks();
   auto *fresh = new mesh;
   fresh->abandoned = current.load();
@@ -69,51 +79,62 @@ void after_fork_in_child() {
   pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child);
 }
 
-// With the lock held. 0 when settings and context are there.
+// With the lock held. 0 when the settings are there.
 uint32_t prepare(mesh &self) {
   if (self.ending)
     return MESH_HOST_SYSTEM;
   if (!self.settings_read) {
     self.limits = read_settings();
+    if (self.limits)
+      self.injected.emplace(self.limits->faults);
     self.settings_read = true;
   }
-  if (!self.limits)
-    return MESH_HOST_BAD_CONFIG;
-  if (self.context == nullptr)
-    self.context = zmq_ctx_new();
-  return self.context != nullptr ? MESH_HOST_OK : MESH_HOST_SYSTEM;
+  return self.limits ? MESH_HOST_OK : MESH_HOST_BAD_CONFIG;
 }
 
-// Where messages to a destination go: to a receiver of this process, or through a connection.
-struct route {
-  const settings *limits = nullptr;
-  std::shared_ptr<receiver> here;
-  std::shared_ptr<connection> away;
-};
+// How a sender gets a link: to a receiver of this process, or by the way that the settings name.
+uint32_t connect(mesh &self, uint32_t destination, uint64_t base, std::unique_ptr<link> &made) {
+  {
+    const std::lock_guard held(self.lock);
+    if (const auto here = self.receivers.find(destination); here != self.receivers.end()) {
+      made = make_inside_link(here->second->waiting(), base);
+      return MESH_HOST_OK;
+    }
+  }
+  const place &at = self.limits->place_of(destination);
+  if (at.is_local())
+    return make_local_link(*self.limits, destination, base, made);
+  const server_way *way = load_server_way();
+  return way != nullptr ? way->make_link(*self.limits, at, destination, base, made)
+                        : static_cast<uint32_t>(MESH_HOST_BAD_CONFIG);
+}
 
-uint32_t find_route(uint32_t destination, route &found) {
-  mesh &self = *current.load();
+// Makes the private directory as well, where the status file goes.
+uint32_t find_row(const settings &limits, uint32_t destination, mesh_host_role role,
+                  mesh_host_status_row *&row) {
+  if (const uint32_t result = prepare_directory(limits); result != MESH_HOST_OK)
+    return result;
+  row = &status_row(limits.directory, destination, role);
+  return MESH_HOST_OK;
+}
+
+uint32_t find_sender(mesh &self, uint32_t destination, std::shared_ptr<sender> &found) {
   const std::lock_guard held(self.lock);
   if (const uint32_t result = prepare(self); result != MESH_HOST_OK)
     return result;
-  if (self.lost.erase(destination) != 0)
-    return MESH_HOST_PEER_LOST;
-  found.limits = &*self.limits;
-  if (const auto attached = self.receivers.find(destination); attached != self.receivers.end()) {
-    found.here = attached->second;
-    return MESH_HOST_OK;
+  std::shared_ptr<sender> &known = self.senders[destination];
+  if (known == nullptr) {
+    mesh_host_status_row *row = nullptr;
+    if (const uint32_t result = find_row(*self.limits, destination, MESH_HOST_SENDS, row);
+        result != MESH_HOST_OK)
+      return result;
+    known =
+        std::make_shared<sender>(*self.limits, destination, *row,
+                                 [&self, destination](uint64_t base, std::unique_ptr<link> &made) {
+                                   return connect(self, destination, base, made);
+                                 });
   }
-  if (const auto known = self.connections.find(destination); known != self.connections.end()) {
-    found.away = known->second;
-    return MESH_HOST_OK;
-  }
-  endpoint place;
-  if (const uint32_t result = find_endpoint(*self.limits, destination, place);
-      result != MESH_HOST_OK)
-    return result;
-  found.away =
-      std::make_shared<connection>(self.context, *self.limits, destination, std::move(place));
-  self.connections[destination] = found.away;
+  found = known;
   return MESH_HOST_OK;
 }
 
@@ -127,41 +148,22 @@ uint32_t check_messages(const msg_desc *messages, uint32_t count, const settings
   return MESH_HOST_OK;
 }
 
-uint32_t push_here(receiver &to, const msg_desc *messages, uint32_t count, uint64_t target,
-                   const settings &limits) {
-  const uint32_t result =
-      to.queue().push(messages, count, target, deadline_after(limits.send_timeout_ms));
-  if (result != MESH_HOST_OK)
-    return result;
-  counts().sent += count;
-  for (uint32_t i = 0; i < count; i++)
-    counts().bytes_sent += messages[i].length;
-  return MESH_HOST_OK;
-}
-
 uint32_t send(uint32_t destination, const msg_desc *messages, uint32_t count, uint64_t target) {
   if (count == 0)
     return MESH_HOST_OK;
   if (messages == nullptr)
     return MESH_HOST_BAD_ARGUMENT;
-  route to;
-  if (const uint32_t result = find_route(destination, to); result != MESH_HOST_OK)
+  mesh &self = *current.load();
+  std::shared_ptr<sender> to;
+  if (const uint32_t result = find_sender(self, destination, to); result != MESH_HOST_OK)
     return result;
-  if (const uint32_t result = check_messages(messages, count, *to.limits); result != MESH_HOST_OK)
+  if (const uint32_t result = check_messages(messages, count, *self.limits); result != MESH_HOST_OK)
     return result;
-  if (to.here != nullptr)
-    return push_here(*to.here, messages, count, target, *to.limits);
-  return to.away->send(messages, count, target);
-}
-
-// Messages went to another process so far, and go to this one from now on.
-void forget_connection(mesh &self, uint32_t destination) {
-  const auto known = self.connections.find(destination);
-  if (known == self.connections.end())
-    return;
-  if (known->second->flush(deadline_after(0)) != MESH_HOST_OK)
-    self.lost.insert(destination);
-  self.connections.erase(known);
+  if (self.injected->refuses())
+    return MESH_HOST_FULL;
+  if (const uint32_t delay = self.injected->delay_ms(); delay != 0)
+    std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+  return to->send(messages, count, target);
 }
 
 uint32_t attach(uint32_t destination, mesh_host_receiver **handle) {
@@ -173,15 +175,13 @@ uint32_t attach(uint32_t destination, mesh_host_receiver **handle) {
     tell("destination %u has a receiver already, in this process", destination);
     return MESH_HOST_DUPLICATE;
   }
-  endpoint place;
-  if (const uint32_t result = find_endpoint(*self.limits, destination, place);
+  mesh_host_status_row *row = nullptr;
+  if (const uint32_t result = find_row(*self.limits, destination, MESH_HOST_RECEIVES, row);
       result != MESH_HOST_OK)
     return result;
-  auto added =
-      std::make_shared<receiver>(self.context, *self.limits, destination, std::move(place));
+  auto added = std::make_shared<receiver>(*self.limits, destination, *row);
   if (const uint32_t result = added->open(); result != MESH_HOST_OK)
     return result;
-  forget_connection(self, destination);
   *handle = new mesh_host_receiver{added, getpid()};
   self.receivers[destination] = std::move(added);
   return MESH_HOST_OK;
@@ -194,85 +194,72 @@ void detach(mesh_host_receiver *handle) {
   }
   receiver &leaving = *handle->held;
   const uint32_t destination = leaving.destination();
-  const receiver::close_result result = leaving.close(deadline_after(-1), false);
-  if (result == receiver::close_result::in_use) {
+  mesh &self = *current.load();
+  if (leaving.close(deadline_after(-1), false) == receiver::close_result::in_use) {
     tell("destination %u: a handler cannot detach its own receiver", destination);
     return;
   }
   {
-    mesh &self = *current.load();
     const std::lock_guard held(self.lock);
     self.receivers.erase(destination);
-    if (result == receiver::close_result::closed_with_unhandled)
-      self.lost.insert(destination);
   }
   delete handle;
 }
 
-uint32_t flush(uint32_t destination, deadline until) {
+std::shared_ptr<sender> known_sender(uint32_t destination) {
   mesh &self = *current.load();
-  std::shared_ptr<receiver> here;
-  std::shared_ptr<connection> away;
-  {
-    const std::lock_guard held(self.lock);
-    if (self.lost.erase(destination) != 0)
-      return MESH_HOST_PEER_LOST;
-    if (const auto found = self.receivers.find(destination); found != self.receivers.end())
-      here = found->second;
-    else if (const auto known = self.connections.find(destination); known != self.connections.end())
-      away = known->second;
-  }
-  if (here != nullptr)
-    return here->queue().flush(until);
-  return away != nullptr ? away->flush(until) : static_cast<uint32_t>(MESH_HOST_OK);
+  const std::lock_guard held(self.lock);
+  const auto found = self.senders.find(destination);
+  return found != self.senders.end() ? found->second : nullptr;
+}
+
+uint32_t flush(uint32_t destination, deadline until) {
+  const std::shared_ptr<sender> to = known_sender(destination);
+  return to != nullptr ? to->flush(until) : static_cast<uint32_t>(MESH_HOST_OK);
 }
 
 uint32_t clean(deadline until) {
-  std::vector<uint32_t> destinations;
+  std::vector<std::shared_ptr<sender>> all;
   {
     mesh &self = *current.load();
     const std::lock_guard held(self.lock);
-    destinations.assign(self.lost.begin(), self.lost.end());
-    for (const auto &[destination, here] : self.receivers)
-      destinations.push_back(destination);
-    for (const auto &[destination, away] : self.connections)
-      destinations.push_back(destination);
+    for (const auto &[destination, each] : self.senders)
+      if (each != nullptr)
+        all.push_back(each);
   }
   uint32_t first_failure = MESH_HOST_OK;
-  for (const uint32_t destination : destinations)
-    if (const uint32_t result = flush(destination, until); first_failure == MESH_HOST_OK)
+  for (const std::shared_ptr<sender> &each : all)
+    if (const uint32_t result = each->flush(until); first_failure == MESH_HOST_OK)
       first_failure = result;
   call_clean_hooks();
   return first_failure;
 }
 
 // Receivers first: what they have handled is acknowledged, and nobody waits for us in vain. Then
-// everything sent gets its last chance. A thread that is still inside keeps its sockets, and the
-// context stays: ending it would wait for that thread.
+// everything sent gets its last chance. A thread that is still inside keeps its descriptors. Also
+// when the library is unloaded: then it leaves nothing open.
 [[gnu::destructor]] void finish() {
   mesh &self = *current.load();
   std::map<uint32_t, std::shared_ptr<receiver>> receivers;
-  std::map<uint32_t, std::shared_ptr<connection>> connections;
+  std::map<uint32_t, std::shared_ptr<sender>> senders;
   {
     const std::lock_guard held(self.lock);
     self.ending = true;
     receivers = self.receivers;
-    connections = self.connections;
+    senders = self.senders;
   }
-  if (self.context == nullptr)
+  if (!self.limits)
     return;
   const deadline until = deadline_after(self.limits->send_timeout_ms);
   bool all_closed = true;
-  for (const auto &[destination, each] : receivers) {
-    const receiver::close_result result = each->close(until, true);
-    if (result == receiver::close_result::closed_with_unhandled)
-      tell("process ends with messages to its own destination %u unhandled", destination);
-    all_closed = all_closed && result != receiver::close_result::in_use;
-  }
-  for (const auto &[destination, each] : connections)
-    all_closed = each->finish(until) && all_closed;
+  for (const auto &[destination, each] : receivers)
+    all_closed = each->close(until, true) == receiver::close_result::closed && all_closed;
+  for (const auto &[destination, each] : senders)
+    if (each != nullptr)
+      all_closed = each->finish(until) && all_closed;
+  remove_status_file();
   if (all_closed)
-    zmq_ctx_term(self.context);
+    descriptor::close_all();
 }
 
 // Nothing is thrown through a C function.
@@ -347,17 +334,30 @@ uint32_t mesh_host_clean(int timeout_ms) {
   return guarded(system_failure, [&] { return clean(deadline_after(timeout_ms)); });
 }
 
-void mesh_host_get_counters(mesh_host_counters *into) {
+void mesh_host_on_gap(mesh_host_receiver *receiver, mesh_host_gap_handler handler, void *context) {
+  if (receiver != nullptr)
+    receiver->held->on_gap(handler, context);
+}
+
+void mesh_host_get_origin(const mesh_host_receiver *receiver, mesh_host_origin *into) {
+  if (into != nullptr)
+    *into = receiver != nullptr ? receiver->held->origin() : mesh_host_origin{};
+}
+
+void mesh_host_get_progress(uint32_t destination, mesh_host_progress *into) {
   if (into == nullptr)
     return;
-  const counters &now = counts();
-  into->sent = now.sent;
-  into->delivered = now.delivered;
-  into->bytes_sent = now.bytes_sent;
-  into->bytes_received = now.bytes_received;
-  into->unknown_identifier = now.unknown_identifier;
-  into->oversize = now.oversize;
-  into->malformed = now.malformed;
+  *into = {};
+  guarded(0, [&] {
+    if (const std::shared_ptr<sender> to = known_sender(destination); to != nullptr)
+      to->get_progress(*into);
+    return 0;
+  });
+}
+
+void mesh_host_get_counters(mesh_host_counters *into) {
+  if (into != nullptr)
+    *into = sum_of_counters();
 }
 
 const char *mesh_host_result_text(uint32_t result) {
@@ -365,21 +365,21 @@ const char *mesh_host_result_text(uint32_t result) {
   case MESH_HOST_OK:
     return "done";
   case MESH_HOST_FULL:
-    return "the receiver took nothing more within the time-out";
+    return "there was no room for more within the time-out";
   case MESH_HOST_NO_RECEIVER:
     return "nobody received for this destination within the time-out";
   case MESH_HOST_PEER_LOST:
-    return "the receiver went away with messages not acknowledged";
+    return "accepted messages were lost, or may be: their receiver went away";
   case MESH_HOST_BAD_ARGUMENT:
     return "bad argument";
   case MESH_HOST_BAD_CONFIG:
     return "the configuration or the private directory is unusable";
   case MESH_HOST_TOO_LARGE:
-    return "a message is above the frame limit";
+    return "a message or a batch is above the limit";
   case MESH_HOST_DUPLICATE:
     return "the identifier or the destination is taken";
   case MESH_HOST_SYSTEM:
-    return "the system refused memory or a socket";
+    return "the system refused memory, a descriptor or a server";
   case UINT32_MAX:
     return "nothing was sent: the message could not be encoded";
   default:

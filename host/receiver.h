@@ -1,33 +1,37 @@
 // The receiving side of one destination.
 //
-// Room: host. ZeroMQ, the platform's mesh declarations, the standard library.
+// Room: host. The platform's mesh declarations, the standard library, POSIX.
 //
-// Messages come from two sides, the queue inside the process and a ROUTER socket. All work is done
-// on the thread that polls; only closing may come from elsewhere.
+// Packets come from two sides, the inbox inside the process, into which the way through a server
+// puts them as well, and the sockets of this machine. All work is done on the thread that polls;
+// only closing may come from elsewhere.
 #pragma once
 
-#include "host/endpoint.h"
-#include "host/local_queue.h"
+#include "host/deadline.h"
+#include "host/faults.h"
+#include "host/inbox.h"
+#include "host/local_inlet.h"
 #include "host/mesh_host.h"
+#include "host/order.h"
 #include "host/settings.h"
+#include "host/status_file.h"
+#include "host/taker.h"
 #include "host/tell.h"
+#include "host/way.h"
 
-#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <thread>
-#include <unordered_map>
 #include <vector>
 
 namespace mesh_host {
 
-class receiver {
+class receiver : private taker {
 public:
-  receiver(void *context, const settings &limits, uint32_t destination, endpoint place);
+  receiver(const settings &limits, uint32_t destination, mesh_host_status_row &row);
   ~receiver();
   receiver(const receiver &) = delete;
   receiver &operator=(const receiver &) = delete;
@@ -38,58 +42,53 @@ public:
   // As mesh_host_poll.
   int poll(int timeout_ms, mesh_host_handler handler, void *context);
 
-  enum class close_result { closed, closed_with_unhandled, in_use };
+  void on_gap(mesh_host_gap_handler handler, void *context);
+  mesh_host_origin origin() const { return origin_; }
+
+  enum class close_result { closed, in_use };
   // Ends the attachment; a poll in another thread is woken and waited for, until the deadline. From
   // inside a handler only when the process ends, since the handler then never returns.
   close_result close(deadline until, bool process_ends);
 
-  local_queue &queue() { return queue_; }
+  const std::shared_ptr<inbox> &waiting() const { return inbox_; }
   uint32_t destination() const { return destination_; }
 
 private:
-  struct peer {
-    uint64_t handled = 0, acknowledged = 0;
-  };
-  using peers = std::unordered_map<std::string, peer>; // by routing id
-  struct delivery {
-    mesh_host_handler handler;
-    void *context;
-  };
-
-  uint32_t bind();
-  uint32_t bind_local();
-  uint32_t bind_tcp();
   bool begin_poll();
   void end_poll();
   bool is_closing() const;
-  int poll_until(deadline until, const delivery &to);
-  int drain(const delivery &to);
-  int drain_queue(const delivery &to);
-  int drain_socket(const delivery &to);
-  enum class taken { nothing, handled, refused, failed };
-  taken take_message(const delivery &to);
-  bool accept_frame(const uint8_t *at, size_t size, const delivery &to);
-  bool deliver(uint32_t id, uint64_t target, const uint8_t *bytes, uint32_t length,
-               const delivery &to);
-  void refuse_frame(const char *why);
-  void *zeroed_storage(uint32_t size);
-  void owe(const uint8_t *routing_id, size_t size);
-  void acknowledge_handled();
-  bool acknowledge(const std::string &routing_id, peer &sender);
-  void forget_dead_peers();
+  int poll_until(deadline until);
+  bool take_some();
+  bool take_parcels();
+  bool wait(deadline until);
 
-  void *const context_;
+  bool take(const packet_header &header, const uint8_t *body, size_t size, progress handled,
+            void *context) override;
+  void refuse_malformed(const char *why) override;
+  void refuse_oversize(const packet_header &header) override;
+  void tell_gap(const packet_header &header, uint64_t from);
+  void deliver(const packed_message &message, uint64_t target);
+  void hand_over(const packed_message &message, uint64_t target);
+  void *zeroed_storage(uint32_t size);
+
   const settings &limits_;
   const uint32_t destination_;
-  const endpoint place_;
-  receiver_lock lock_file_;
-  local_queue queue_;
-  void *socket_ = nullptr;
+  mesh_host_status_row &row_;
+  const std::shared_ptr<inbox> inbox_;
+  std::unique_ptr<local_inlet> inlet_;
+  std::unique_ptr<feed> feed_;
 
-  peers peers_;
-  std::vector<std::string> owed_; // peers with messages handled and not acknowledged
-  size_t sweep_above_ = 1024;
-  clock::time_point acknowledge_at_{};
+  // Of the poll that is under way.
+  mesh_host_handler handler_ = nullptr;
+  void *context_ = nullptr;
+  int handled_ = 0;
+  mesh_host_origin origin_{};
+  bool in_handler_ = false;
+
+  mesh_host_gap_handler gap_handler_ = nullptr;
+  void *gap_context_ = nullptr;
+  order order_;
+  faults faults_;
   std::vector<std::max_align_t> storage_;
 
   mutable std::mutex state_lock_;

@@ -6,6 +6,7 @@
 
 #include "host/tell.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -63,9 +64,24 @@ std::vector<std::string> words_of(const std::string &line) {
   return words;
 }
 
-// tcp://ADDRESS:PORT, an IPv6 address in brackets.
-bool is_endpoint(const std::string &text) {
-  constexpr std::string_view scheme = "tcp://";
+// A probability as a number of cases in a million.
+bool read_probability(const char *name, uint32_t &into) {
+  const char *text = getenv(name);
+  if (text == nullptr)
+    return true;
+  char *end = nullptr;
+  const double value = strtod(text, &end);
+  if (end == text || *end != '\0' || !(value >= 0 && value <= 1)) {
+    tell("%s is '%s', expected a probability from 0 to 1", name, text);
+    return false;
+  }
+  into = static_cast<uint32_t>(value * 1'000'000 + 0.5);
+  return true;
+}
+
+// nats://ADDRESS:PORT, an IPv6 address in brackets.
+bool is_server(const std::string &text) {
+  constexpr std::string_view scheme = "nats://";
   if (!text.starts_with(scheme))
     return false;
   const size_t colon = text.rfind(':');
@@ -74,13 +90,24 @@ bool is_endpoint(const std::string &text) {
   const std::string address = text.substr(scheme.size(), colon - scheme.size());
   if (address.starts_with('['))
     return address.size() > 2 && address.ends_with(']');
-  return !address.empty() && address.find_first_of(":/[]") == std::string::npos;
+  return !address.empty() && address.find_first_of(":/[]@") == std::string::npos;
 }
+
+bool are_servers(const std::string &text) {
+  std::istringstream stream(text + ",");
+  bool good = true;
+  for (std::string server; std::getline(stream, server, ',');)
+    good = good && is_server(server);
+  return good;
+}
+
+constexpr char line_form[] =
+    "'destination NUMBER|* local' or 'destination NUMBER|* nats://ADDRESS:PORT[,...] [NAME=VALUE "
+    "...]'";
 
 class config_reader {
 public:
-  config_reader(const char *file, std::map<uint32_t, std::string> &endpoints)
-      : file_(file), endpoints_(endpoints) {}
+  config_reader(const char *file, settings &into) : file_(file), into_(into) {}
 
   bool read() {
     std::ifstream stream(file_);
@@ -104,51 +131,151 @@ private:
   bool read_line(const std::vector<std::string> &words) {
     if (words.empty())
       return true;
-    if (words.size() != 3 || words[0] != "destination") {
-      tell("%s:%u: expected 'destination NUMBER tcp://ADDRESS:PORT'", file_, number_);
+    if (words.size() < 3 || words[0] != "destination") {
+      tell("%s:%u: expected %s", file_, number_, line_form);
       return false;
     }
-    const std::optional<uint64_t> destination = parse_number(words[1], 0, UINT32_MAX);
+    const bool all = words[1] == "*";
+    const std::optional<uint64_t> destination =
+        all ? std::optional<uint64_t>(0) : parse_number(words[1], 0, UINT32_MAX);
     if (!destination) {
-      tell("%s:%u: '%s' is no destination, expected a number from 0 to %u", file_, number_,
+      tell("%s:%u: '%s' is no destination, expected a number from 0 to %u, or *", file_, number_,
            words[1].c_str(), UINT32_MAX);
       return false;
     }
-    if (!is_endpoint(words[2])) {
-      tell("%s:%u: '%s' is no endpoint, expected tcp://ADDRESS:PORT with a port from 1 to 65535",
-           file_, number_, words[2].c_str());
+    place at;
+    if (!read_place(words, at))
       return false;
-    }
-    if (!endpoints_.emplace(static_cast<uint32_t>(*destination), words[2]).second) {
+    if (all ? all_placed_ : !into_.places.emplace(static_cast<uint32_t>(*destination), at).second) {
       tell("%s:%u: destination %s was placed on an earlier line, expected each once", file_,
            number_, words[1].c_str());
       return false;
     }
+    if (all) {
+      all_placed_ = true;
+      into_.elsewhere = at;
+    }
     return true;
   }
 
+  bool read_place(const std::vector<std::string> &words, place &at) {
+    if (words[2] == "local") {
+      if (words.size() == 3)
+        return true;
+      tell("%s:%u: '%s' behind 'local', expected nothing", file_, number_, words[3].c_str());
+      return false;
+    }
+    if (!are_servers(words[2])) {
+      tell("%s:%u: '%s' is no place, expected local or nats://ADDRESS:PORT with a port from 1 to "
+           "65535, several with commas",
+           file_, number_, words[2].c_str());
+      return false;
+    }
+    at.servers = words[2];
+    bool good = true;
+    for (size_t i = 3; i < words.size(); i++)
+      good = read_option(words[i], at) && good;
+    if (good && at.user.empty() != at.password_file.empty()) {
+      tell("%s:%u: expected user= and password-file= together", file_, number_);
+      return false;
+    }
+    if (good && at.certificate.empty() != at.key.empty()) {
+      tell("%s:%u: expected certificate= and key= together", file_, number_);
+      return false;
+    }
+    return good;
+  }
+
+  bool read_option(const std::string &word, place &at) {
+    const size_t equals = word.find('=');
+    const std::string name = word.substr(0, equals);
+    const std::string value = equals == std::string::npos ? "" : word.substr(equals + 1);
+    const std::map<std::string, std::string *> texts = {{"user", &at.user},
+                                                        {"password-file", &at.password_file},
+                                                        {"credentials", &at.credentials},
+                                                        {"authority", &at.authority},
+                                                        {"certificate", &at.certificate},
+                                                        {"key", &at.key}};
+    if (const auto text = texts.find(name); text != texts.end()) {
+      *text->second = value;
+      return !value.empty() || complain(word, "something behind the '='");
+    }
+    if (name == "storage") {
+      at.on_disk = value == "file";
+      return at.on_disk || value == "memory" || complain(word, "storage=memory or storage=file");
+    }
+    if (name == "replicas")
+      return read_number(value, 1, 5, at.replicas) || complain(word, "replicas=1 to replicas=5");
+    if (name == "batches")
+      return read_number(value, 1, INT64_MAX, at.kept_batches) ||
+             complain(word, "a number of batches from 1");
+    if (name == "bytes")
+      return read_number(value, 1, INT64_MAX, at.kept_bytes) ||
+             complain(word, "a number of bytes from 1");
+    return complain(word, "user=, password-file=, credentials=, authority=, certificate=, key=, "
+                          "replicas=, storage=, batches= or bytes=");
+  }
+
+  template <class Number>
+  static bool read_number(const std::string &value, uint64_t least, uint64_t most, Number &into) {
+    const std::optional<uint64_t> parsed = parse_number(value, least, most);
+    if (parsed)
+      into = static_cast<Number>(*parsed);
+    return parsed.has_value();
+  }
+
+  bool complain(const std::string &word, const char *expected) const {
+    tell("%s:%u: '%s' makes no sense, expected %s", file_, number_, word.c_str(), expected);
+    return false;
+  }
+
   const char *file_;
-  std::map<uint32_t, std::string> &endpoints_;
+  settings &into_;
   unsigned number_ = 0;
+  bool all_placed_ = false;
 };
+
+// A slash or a dot at the end would hide that the name is a link.
+std::string without_tail(std::string path) {
+  for (;;) {
+    if (path.size() > 1 && path.ends_with("/"))
+      path.pop_back();
+    else if (path.size() > 2 && path.ends_with("/."))
+      path.erase(path.size() - 2);
+    else
+      return path;
+  }
+}
+
+bool read_faults(fault_settings &into) {
+  bool good = read_probability("MESH_HOST_FAULT_REFUSE", into.refuse);
+  good = read_probability("MESH_HOST_FAULT_DELAY", into.delay) && good;
+  good = read_variable("MESH_HOST_FAULT_DELAY_MS", 1, 60'000, into.delay_ms) && good;
+  good = read_probability("MESH_HOST_FAULT_DUPLICATE", into.duplicate) && good;
+  return read_variable("MESH_HOST_FAULT_SEED", 0, UINT64_MAX, into.seed) && good;
+}
 
 } // namespace
 
 std::optional<settings> read_settings() {
   settings found;
   const char *directory = getenv("MESH_HOST_DIR");
-  found.directory = directory != nullptr && directory[0] != '\0' ? directory : default_directory();
+  found.directory =
+      without_tail(directory != nullptr && directory[0] != '\0' ? directory : default_directory());
 
   constexpr uint64_t no_end = UINT64_MAX / 2;
   bool good = read_variable("MESH_HOST_SEND_TIMEOUT_MS", 0, INT_MAX, found.send_timeout_ms);
   good = read_variable("MESH_HOST_WINDOW_MESSAGES", 1, no_end, found.window_messages) && good;
   good = read_variable("MESH_HOST_WINDOW_BYTES", 1, no_end, found.window_bytes) && good;
-  good = read_variable("MESH_HOST_FRAME_LIMIT", 1, UINT32_MAX, found.frame_limit) && good;
-  good = read_variable("MESH_HOST_HEARTBEAT_MS", 10, 60'000, found.heartbeat_ms) && good;
+  good = read_variable("MESH_HOST_FRAME_LIMIT", 1, UINT32_MAX - 8192, found.frame_limit) && good;
+  good = read_faults(found.faults) && good;
+  // All messages of the largest batch may be empty; and 32 bits hold its size.
+  constexpr uint64_t longest_batch = UINT32_MAX - 4096;
+  found.batch_limit = std::min(2 * found.frame_limit + 64, longest_batch) / 8 * 8;
 
   const char *file = getenv("MESH_HOST_CONFIG");
   if (file != nullptr && file[0] != '\0')
-    good = config_reader(file, found.endpoints).read() && good;
+    good = config_reader(file, found).read() && good;
   if (!good)
     return std::nullopt;
   return found;

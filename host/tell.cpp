@@ -1,4 +1,4 @@
-// Counting and telling.
+// Telling.
 //
 // Room: host. No locks here: a fork in another thread must not leave one taken in the child.
 #include "host/tell.h"
@@ -10,11 +10,6 @@
 #include <unistd.h>
 
 namespace mesh_host {
-
-counters &counts() {
-  static counters the_counters{};
-  return the_counters;
-}
 
 void tell(const char *format, ...) {
   constexpr char prefix[] = "mesh_host: ";

@@ -1,21 +1,12 @@
-// What this process refused, counted and told on stderr.
+// What this process says on stderr.
 //
-// Room: host. Includes the standard library and the host's public header only.
+// Room: host. Standard library only.
 #pragma once
-
-#include "host/mesh_host.h"
 
 #include <atomic>
 #include <cstdint>
 
 namespace mesh_host {
-
-struct counters {
-  std::atomic<uint64_t> sent, delivered, bytes_sent, bytes_received;
-  std::atomic<uint64_t> unknown_identifier, oversize, malformed;
-};
-
-counters &counts();
 
 // One line on stderr, "mesh_host: " in front, in one write.
 [[gnu::format(printf, 1, 2)]] void tell(const char *format, ...);
@@ -30,5 +21,10 @@ private:
   std::atomic<int64_t> next_at_{0};
   std::atomic<uint64_t> skipped_{0};
 };
+
+// For `%llu` of a 64-bit number, whatever its type is here.
+inline unsigned long long number(uint64_t value) {
+  return value;
+}
 
 } // namespace mesh_host

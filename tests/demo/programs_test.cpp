@@ -66,7 +66,7 @@ TEST_F(Programs, SenderSaysThatNobodyReceivesAndHowToStartAReceiver) {
   program_run sender(start("fib6-sender", {"--destination", "9", write_table(prefixes(5))}));
   EXPECT_EQ(sender.status(), 1);
   const std::string place = mine() + "/mesh";
-  EXPECT_TRUE(holds(sender.errors(), "mesh_host: nobody receives for destination 9: tried ipc://" +
+  EXPECT_TRUE(holds(sender.errors(), "mesh_host: nobody receives for destination 9: tried " +
                                          place + "/9.sock for 500 ms "));
   // How long that took, half a second at least, depends on the machine.
   EXPECT_TRUE(

@@ -152,9 +152,8 @@ TEST_F(Synchronise, GivesUpWhereThereIsNeverAnyRoom) {
   program_run sending(cramped_sender("1000", "500"));
   EXPECT_EQ(sending.status(), 1);
   EXPECT_EQ(times(sending.errors(), "synchronise: no room at destination 8, trying again\n"), 4u);
-  EXPECT_TRUE(holds(sending.errors(),
-                    "synchronise: broken off, to be begun anew: destination 8: the "
-                    "receiver took nothing more within the time-out\n"));
+  EXPECT_TRUE(holds(sending.errors(), "synchronise: broken off, to be begun anew: destination 8: "
+                                      "there was no room for more within the time-out\n"));
   mesh_host_detach(receiver);
 }
 

@@ -97,7 +97,7 @@ TEST_F(InProcess, RefusesABatchAsAWhole) {
   ASSERT_EQ(send_samples(3, 2), uint32_t{MESH_HOST_FULL});
   ASSERT_TRUE(receiver.collect(3));
   EXPECT_EQ(receiver.poll(50), 0);
-  EXPECT_EQ(counters().sent, 3U);
+  EXPECT_EQ(counters().accepted, 3U);
 }
 
 TEST_F(InProcess, LetsABatchAboveTheWindowThroughWhenNothingElseWaits) {
@@ -253,7 +253,7 @@ TEST_F(InProcess, RefusesAMessageAboveTheFrameLimitAndItsWholeBatch) {
   const msg_desc messages[] = {{bytes.data(), sample_id, 1000}, {bytes.data(), sample_id, 1001}};
   EXPECT_EQ(MESH_SendMsg(destination, messages, 2), uint64_t{MESH_HOST_TOO_LARGE});
   EXPECT_EQ(MESH_SendMsg(destination, messages, 1), uint64_t{MESH_HOST_OK});
-  EXPECT_EQ(counters().sent, 1U);
+  EXPECT_EQ(counters().accepted, 1U);
 }
 
 TEST_F(InProcess, RefusesMessagesWithoutData) {
@@ -272,7 +272,7 @@ TEST_F(InProcess, DeliversAMessageOfNoBytes) {
 
 TEST_F(InProcess, HasNothingToDoForNoMessages) {
   EXPECT_EQ(MESH_SendMsg(destination, nullptr, 0), 0U);
-  EXPECT_EQ(counters().sent, 0U);
+  EXPECT_EQ(counters().accepted, 0U);
 }
 
 TEST_F(InProcess, CountsMessagesAndBytes) {
@@ -280,7 +280,7 @@ TEST_F(InProcess, CountsMessagesAndBytes) {
   ASSERT_EQ(send_samples(0, 3, 0, "123456"), 0U);
   ASSERT_TRUE(receiver.collect(3));
   const mesh_host_counters now = counters();
-  EXPECT_EQ(now.sent, 3U);
+  EXPECT_EQ(now.accepted, 3U);
   EXPECT_EQ(now.delivered, 3U);
   EXPECT_EQ(now.bytes_sent, 30U);
   EXPECT_EQ(now.bytes_received, 30U);

@@ -33,38 +33,88 @@ protected:
 };
 
 TEST_F(Settings, NamesFileLineAndExpectationOfEveryMistake) {
-  configure("# comment\n"
-            "\n"
-            "destination 1 tcp://127.0.0.1:7001 # good\n"
-            "destination 0x2 tcp://[::1]:7002\n"
-            "destinatoin 3 tcp://127.0.0.1:7003\n"
-            "destination 4\n"
-            "destination five tcp://127.0.0.1:7005\n"
-            "destination 4294967296 tcp://127.0.0.1:7006\n"
-            "destination 7 ipc:///tmp/x\n"
-            "destination 8 tcp://127.0.0.1\n"
-            "destination 9 tcp://127.0.0.1:0\n"
-            "destination 10 tcp://127.0.0.1:65536\n"
-            "destination 11 tcp://::1:7011\n"
-            "destination 2 tcp://127.0.0.1:7012\n"
-            "destination 13 tcp://127.0.0.1:7013 more\n");
-  expect_refusal(file + ":5: expected 'destination NUMBER tcp://ADDRESS:PORT'");
+  configure(
+      "# comment\n"
+      "\n"
+      "destination 1 nats://127.0.0.1:7001 # good\n"
+      "destination 0x2 nats://[::1]:7002,nats://peer:7003 user=me password-file=/x storage=file "
+      "replicas=3 batches=10 bytes=1000 authority=/a certificate=/c key=/k\n"
+      "destinatoin 3 nats://127.0.0.1:7003\n"
+      "destination 4\n"
+      "destination five nats://127.0.0.1:7005\n"
+      "destination 4294967296 nats://127.0.0.1:7006\n"
+      "destination 7 tcp://127.0.0.1:7007\n"
+      "destination 8 nats://127.0.0.1\n"
+      "destination 9 nats://127.0.0.1:0\n"
+      "destination 10 nats://127.0.0.1:65536\n"
+      "destination 11 nats://::1:7011\n"
+      "destination 2 nats://127.0.0.1:7012\n"
+      "destination 13 local more\n"
+      "destination 14 nats://me@127.0.0.1:7014\n"
+      "destination 15 nats://127.0.0.1:7015,\n"
+      "destination 16 nats://127.0.0.1:7016 replicas=6\n"
+      "destination 17 nats://127.0.0.1:7017 storage=tape\n"
+      "destination 18 nats://127.0.0.1:7018 user=me\n"
+      "destination 19 nats://127.0.0.1:7019 key=/k\n"
+      "destination 20 nats://127.0.0.1:7020 colour=blue\n"
+      "destination 21 nats://127.0.0.1:7021 user= bytes=0\n"
+      "destination * local\n"
+      "destination * local\n");
+  expect_refusal(file + ":5: expected 'destination NUMBER|* local' or 'destination NUMBER|* "
+                        "nats://ADDRESS:PORT[,...] [NAME=VALUE ...]'");
   const std::string complaints[] = {
-      ":6: expected 'destination NUMBER tcp://ADDRESS:PORT'",
-      ":7: 'five' is no destination, expected a number from 0 to 4294967295",
+      ":6: expected 'destination NUMBER|* local' or",
+      ":7: 'five' is no destination, expected a number from 0 to 4294967295, or *",
       ":8: '4294967296' is no destination",
-      ":9: 'ipc:///tmp/x' is no endpoint, expected tcp://ADDRESS:PORT",
-      ":10: 'tcp://127.0.0.1' is no endpoint",
-      ":11: 'tcp://127.0.0.1:0' is no endpoint",
-      ":12: 'tcp://127.0.0.1:65536' is no endpoint",
-      ":13: 'tcp://::1:7011' is no endpoint",
+      ":9: 'tcp://127.0.0.1:7007' is no place, expected local or nats://ADDRESS:PORT",
+      ":10: 'nats://127.0.0.1' is no place",
+      ":11: 'nats://127.0.0.1:0' is no place",
+      ":12: 'nats://127.0.0.1:65536' is no place",
+      ":13: 'nats://::1:7011' is no place",
       ":14: destination 2 was placed on an earlier line",
-      ":15: expected 'destination NUMBER tcp://ADDRESS:PORT'",
+      ":15: 'more' behind 'local', expected nothing",
+      ":16: 'nats://me@127.0.0.1:7014' is no place",
+      ":17: 'nats://127.0.0.1:7015,' is no place",
+      ":18: 'replicas=6' makes no sense, expected replicas=1 to replicas=5",
+      ":19: 'storage=tape' makes no sense, expected storage=memory or storage=file",
+      ":20: expected user= and password-file= together",
+      ":21: expected certificate= and key= together",
+      ":22: 'colour=blue' makes no sense, expected user=, password-file=",
+      ":23: 'user=' makes no sense, expected something behind the '='",
+      ":23: 'bytes=0' makes no sense, expected a number of bytes from 1",
+      ":25: destination * was placed on an earlier line",
   };
   for (const std::string &complaint : complaints)
     EXPECT_NE(told.text().find(file + complaint), std::string::npos) << complaint;
-  for (const char *good : {":1:", ":2:", ":3:", ":4:"})
+  for (const char *good : {":1:", ":2:", ":3:", ":4:", ":24:"})
     EXPECT_EQ(told.text().find(file + good), std::string::npos) << good;
+}
+
+TEST_F(Settings, NameAProbabilityThatIsNone) {
+  set_variable("MESH_HOST_FAULT_REFUSE", "1.5");
+  set_variable("MESH_HOST_FAULT_DELAY", "often");
+  set_variable("MESH_HOST_FAULT_DUPLICATE", "");
+  expect_refusal("MESH_HOST_FAULT_REFUSE is '1.5', expected a probability from 0 to 1");
+  expect_refusal("MESH_HOST_FAULT_DELAY is 'often', expected a probability from 0 to 1");
+  expect_refusal("MESH_HOST_FAULT_DUPLICATE is '', expected a probability from 0 to 1");
+}
+
+TEST_F(Settings, LookBehindASlashOrADotForASymbolicLink) {
+  mkdir((scratch + "/real").c_str(), 0700);
+  ASSERT_EQ(symlink((scratch + "/real").c_str(), directory.c_str()), 0);
+  set_variable("MESH_HOST_DIR", directory + "//./");
+  expect_refusal(directory + " is not a usable directory");
+}
+
+// A name that begins like that once attached, and was reached by nobody.
+TEST_F(Settings, TakeADirectoryWhoseNameBeginsWithAnAtSign) {
+  ASSERT_EQ(chdir(scratch.c_str()), 0);
+  set_variable("MESH_HOST_DIR", "@sockets");
+  child peer(receiver_of_numbers(1));
+  ASSERT_EQ(peer.talk().hear(), "attached");
+  EXPECT_TRUE(std::filesystem::exists(scratch + "/@sockets/7.sock"));
+  EXPECT_EQ(send_samples(0, 1), 0U);
+  EXPECT_EQ(peer.talk().hear(), "in order");
 }
 
 TEST_F(Settings, NamesAConfigurationFileThatCannotBeRead) {

@@ -1,0 +1,399 @@
+// Receiving through NATS.
+//
+// Room: host.
+//
+// The stream's one consumer pushes to this process and tells at once when it is gone. Who attaches
+// makes the consumer anew, and so gets everything that was not acknowledged, in order, from the
+// first on. Each packet is acknowledged when its last handler has returned.
+//
+// A server does not keep the order of what was on its way when a connection broke: it pushes that
+// again much later. But it numbers what it pushes, so what did not arrive is noticed, by the next
+// packet or heartbeat; then the consumer is made anew here, too. What comes a second time by that
+// is known by the numbers of its messages.
+#include "host/nats_feed.h"
+
+#include "host/mesh_host.h"
+#include "host/nats_session.h"
+#include "host/order.h"
+#include "host/packet.h"
+#include "host/tell.h"
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace mesh_host {
+namespace {
+
+// Packets pushed and not acknowledged: bounds the memory of the inbox.
+constexpr int64_t most_unacknowledged = 512;
+// How long the server waits for an acknowledgement before it pushes a packet again; such a
+// repetition is recognised by its numbers.
+constexpr int64_t acknowledge_within_ns = 30'000'000'000;
+constexpr int64_t heartbeat_ns = 1'000'000'000;
+// Without packets or heartbeats for so long, it is time to look whether the consumer is still ours.
+constexpr std::chrono::milliseconds look_after(3000);
+constexpr std::chrono::milliseconds try_again_after(100);
+// A packet in front of which one is missing is given back: its sender publishes that again, or says
+// with a later packet that it was stored, and so handled by the receiver before this one. After
+// this many times it is believed that the sender is dead, and never will.
+constexpr uint64_t most_returns = 300;
+constexpr char give_back[] = "-NAK {\"delay\": 30000000}"; // nanoseconds
+constexpr char acknowledge[] = "+ACK";
+
+// What the reply subject of a packet says:
+// $JS.ACK.[<domain>.<account>.]<stream>.<consumer>.<times>.<...>.<number>.<...>.<...>[.<token>]
+struct push {
+  uint64_t times;  // how often this packet was pushed
+  uint64_t number; // of this push among the consumer's, from 1
+};
+push read_reply(const char *reply) {
+  if (reply == nullptr || strncmp(reply, "$JS.ACK.", 8) != 0)
+    return {0, 0};
+  std::vector<const char *> tokens = {reply};
+  for (const char *at = reply; *at != '\0'; at++)
+    if (*at == '.')
+      tokens.push_back(at + 1);
+  constexpr size_t short_form = 9;
+  constexpr size_t long_form = 11;
+  if (tokens.size() < short_form || tokens.size() == short_form + 1)
+    return {0, 0};
+  const size_t times = tokens.size() >= long_form ? 6 : 4;
+  return {strtoull(tokens[times], nullptr, 10), strtoull(tokens[times + 2], nullptr, 10)};
+}
+
+// What the client library's thread shares with the feed and with packets in the inbox. Held by each
+// of them: the last to go takes it away.
+struct reception {
+  std::mutex lock;
+  std::condition_variable changed;
+  std::shared_ptr<parcel_sink> into;
+  natsConnection *connection = nullptr; // null when the feed is gone
+  uint32_t destination = 0;
+  uint64_t generation = 0; // how often the consumer was made
+  uint64_t last_push = 0;  // of this generation
+  bool broken = false;     // a push is missing: the consumer is to be made anew
+  std::mutex in_order;     // held while a packet is judged and put into the inbox
+  order arrived;
+  std::string last_acknowledged; // its reply subject
+  deadline heard_at{};
+  bool ended = false;
+};
+
+void reply(reception &self, const std::string &to, const char *text) {
+  const std::lock_guard held(self.lock);
+  if (self.connection != nullptr && !to.empty())
+    natsConnection_PublishString(self.connection, to.c_str(), text);
+}
+
+class nats_parcel : public parcel {
+public:
+  nats_parcel(nats_object<natsMsg> message, std::shared_ptr<reception> from)
+      : message_(std::move(message)), from_(std::move(from)) {}
+  const uint8_t *bytes() const override {
+    return reinterpret_cast<const uint8_t *>(natsMsg_GetData(message_.get()));
+  }
+  size_t size() const override {
+    return static_cast<size_t>(natsMsg_GetDataLength(message_.get()));
+  }
+  void handled(uint64_t) override {}
+  void done() override {
+    const char *to = natsMsg_GetReply(message_.get());
+    if (to == nullptr)
+      return;
+    reply(*from_, to, acknowledge);
+    const std::lock_guard held(from_->lock);
+    from_->last_acknowledged = to;
+  }
+
+private:
+  const nats_object<natsMsg> message_;
+  const std::shared_ptr<reception> from_;
+};
+
+// What a subscription of one generation of the consumer has.
+struct subscriber {
+  std::shared_ptr<reception> shared;
+  uint64_t generation;
+};
+
+// Whether this push follows the last one; if not, nothing of this generation is taken any more.
+bool follows(reception &self, uint64_t generation, uint64_t number, bool is_heartbeat) {
+  const std::lock_guard held(self.lock);
+  self.heard_at = clock::now();
+  if (self.ended || self.broken || generation != self.generation)
+    return false;
+  if (number == self.last_push + (is_heartbeat ? 0 : 1)) {
+    self.last_push = number;
+    return true;
+  }
+  self.broken = true;
+  self.changed.notify_all();
+  return false;
+}
+
+// A thread of the client library's.
+void take_message(natsConnection *, natsSubscription *, natsMsg *pushed, void *closure) {
+  const subscriber &own = *static_cast<subscriber *>(closure);
+  reception &self = *own.shared;
+  nats_object<natsMsg> message(pushed);
+  const char *status = nullptr;
+  if (natsMsgHeader_Get(pushed, "Status", &status) == NATS_OK) {
+    const char *last = nullptr;
+    if (natsMsgHeader_Get(pushed, "Nats-Last-Consumer", &last) == NATS_OK)
+      follows(self, own.generation, strtoull(last, nullptr, 10), true);
+    return;
+  }
+  const char *to = natsMsg_GetReply(pushed);
+  const push known = read_reply(to);
+  if (known.number == 0)
+    return; // not from a consumer: somebody guessed our inbox
+  const std::lock_guard held(self.in_order);
+  if (!follows(self, own.generation, known.number, false))
+    return;
+  packet_header header{};
+  const auto *at = reinterpret_cast<const uint8_t *>(natsMsg_GetData(pushed));
+  const auto size = static_cast<size_t>(natsMsg_GetDataLength(pushed));
+  if (read_header(at, size, self.destination, header) == nullptr) {
+    const bool ahead = self.arrived.is_ahead(header.sender, header.first, header.settled);
+    if (header.count == 0)
+      return reply(self, to, acknowledge);
+    if (ahead && known.times <= most_returns) {
+      self.arrived.hold(header.sender, header.first);
+      return reply(self, to, give_back);
+    }
+    self.arrived.judge(header.sender, header.first, header.count);
+  }
+  self.into->push(std::make_unique<nats_parcel>(std::move(message), own.shared));
+}
+
+void forget_subscriber(void *closure) {
+  delete static_cast<subscriber *>(closure);
+}
+
+class nats_feed : public feed {
+public:
+  nats_feed(uint32_t destination, std::shared_ptr<parcel_sink> into)
+      : destination_(destination), shared_(std::make_shared<reception>()) {
+    shared_->into = std::move(into);
+    shared_->destination = destination;
+  }
+
+  ~nats_feed() override {
+    {
+      const std::lock_guard held(shared_->lock);
+      shared_->ended = true;
+    }
+    shared_->changed.notify_all();
+    if (watcher_.joinable())
+      watcher_.join();
+    subscription_.reset();
+    if (ours_) {
+      await_acknowledgements();
+      jsErrCode error = jsErrCode(0);
+      js_DeleteConsumer(session_.stream(), stream_name(destination_).c_str(), consumer_name,
+                        nullptr, &error);
+    }
+    const std::lock_guard held(shared_->lock);
+    shared_->connection = nullptr;
+  }
+
+  uint32_t open(const settings &limits, const place &at) {
+    jsOptions options;
+    jsOptions_Init(&options);
+    if (const uint32_t result = session_.open(limits, at, destination_, options);
+        result != MESH_HOST_OK) {
+      if (result == MESH_HOST_NO_RECEIVER)
+        tell("destination %u: no server answers at %s", destination_, at.servers.c_str());
+      return result == MESH_HOST_NO_RECEIVER ? static_cast<uint32_t>(MESH_HOST_SYSTEM) : result;
+    }
+    shared_->connection = session_.connection();
+    if (const uint32_t result = session_.ensure_stream(made_at_); result != MESH_HOST_OK)
+      return result == MESH_HOST_NO_RECEIVER ? static_cast<uint32_t>(MESH_HOST_SYSTEM) : result;
+    if (const uint32_t result = subscribe(); result != MESH_HOST_OK)
+      return result;
+    if (const uint32_t result = claim(); result != MESH_HOST_OK)
+      return result;
+    watcher_ = std::thread([this] { watch(); });
+    return MESH_HOST_OK;
+  }
+
+private:
+  // The server takes acknowledgements into a queue, which goes with the consumer. It answers one
+  // that asks for it when all before it are done with.
+  void await_acknowledgements() {
+    constexpr int64_t patience_ms = 1000;
+    natsMsg *answer = nullptr;
+    if (!shared_->last_acknowledged.empty())
+      natsConnection_RequestString(&answer, session_.connection(),
+                                   shared_->last_acknowledged.c_str(), acknowledge, patience_ms);
+    natsMsg_Destroy(answer);
+  }
+
+  uint32_t subscribe() {
+    uint64_t generation = 0;
+    {
+      const std::lock_guard held(shared_->lock);
+      generation = ++shared_->generation;
+      shared_->last_push = 0;
+      shared_->broken = false;
+    }
+    subscription_.reset();
+    {
+      const std::lock_guard held(shared_->in_order);
+      shared_->arrived.forget_held();
+    }
+    natsInbox *made = nullptr;
+    natsStatus status = natsInbox_Create(&made);
+    if (status == NATS_OK) {
+      former_subject_ = subject_;
+      subject_ = made;
+      natsInbox_Destroy(made);
+      auto *closure = new subscriber{shared_, generation};
+      natsSubscription *subscribed = nullptr;
+      status = natsConnection_Subscribe(&subscribed, session_.connection(), subject_.c_str(),
+                                        take_message, closure);
+      subscription_.reset(subscribed);
+      if (status == NATS_OK) {
+        natsSubscription_SetOnCompleteCB(subscribed, forget_subscriber, closure);
+        // How much may wait here is for the consumer to bound, and it counts packets.
+        natsSubscription_SetPendingLimits(subscribed, -1, -1);
+        return MESH_HOST_OK;
+      }
+      delete closure;
+    }
+    tell("destination %u: %s", destination_, reason(status).c_str());
+    return MESH_HOST_SYSTEM;
+  }
+
+  // The consumer as the server has it; null when there is none or it cannot be told.
+  nats_object<jsConsumerInfo> consumer(jsErrCode &error) {
+    jsConsumerInfo *info = nullptr;
+    js_GetConsumerInfo(&info, session_.stream(), stream_name(destination_).c_str(), consumer_name,
+                       nullptr, &error);
+    return nats_object<jsConsumerInfo>(info);
+  }
+
+  uint32_t claim() {
+    jsErrCode error = jsErrCode(0);
+    if (const auto known = consumer(error);
+        known != nullptr && known->PushBound && !was_ours(*known))
+      return taken();
+    const std::string stream = stream_name(destination_);
+    js_DeleteConsumer(session_.stream(), stream.c_str(), consumer_name, nullptr, &error);
+    jsConsumerConfig wanted;
+    jsConsumerConfig_Init(&wanted);
+    wanted.Durable = consumer_name;
+    wanted.DeliverSubject = subject_.c_str();
+    wanted.DeliverPolicy = js_DeliverAll;
+    wanted.AckPolicy = js_AckExplicit;
+    wanted.AckWait = acknowledge_within_ns;
+    wanted.MaxAckPending = most_unacknowledged;
+    wanted.Heartbeat = heartbeat_ns;
+    jsConsumerInfo *made = nullptr;
+    error = jsErrCode(0);
+    const natsStatus status =
+        js_AddConsumer(&made, session_.stream(), stream.c_str(), &wanted, nullptr, &error);
+    const nats_object<jsConsumerInfo> held(made);
+    if (status == NATS_OK && is_ours(*made)) {
+      ours_ = true;
+      const std::lock_guard lock(shared_->lock);
+      shared_->heard_at = clock::now();
+      return MESH_HOST_OK;
+    }
+    if (status == NATS_OK || error == JSConsumerExistingActiveErr ||
+        error == JSConsumerNameExistErr)
+      return taken();
+    tell("destination %u: consumer of %s: %s", destination_, stream.c_str(),
+         reason(status).c_str());
+    return MESH_HOST_SYSTEM;
+  }
+
+  uint32_t taken() const {
+    tell("destination %u has a receiver already, at the server", destination_);
+    return MESH_HOST_DUPLICATE;
+  }
+
+  bool is_ours(const jsConsumerInfo &info) const { return delivers_to(info, subject_); }
+  bool was_ours(const jsConsumerInfo &info) const { return delivers_to(info, former_subject_); }
+  static bool delivers_to(const jsConsumerInfo &info, const std::string &subject) {
+    return info.Config != nullptr && info.Config->DeliverSubject != nullptr && !subject.empty() &&
+           subject == info.Config->DeliverSubject;
+  }
+
+  // Makes the consumer anew when a push is missing, and looks after the claim when the server has
+  // been silent: it may have been started anew, or have given the destination to somebody else
+  // while this process was stopped.
+  void watch() {
+    bool again = false; // what was tried did not work yet
+    for (;;) {
+      bool silent = false;
+      {
+        std::unique_lock held(shared_->lock);
+        shared_->changed.wait_for(held, again ? try_again_after : look_after / 3,
+                                  [&] { return shared_->ended || (shared_->broken && !again); });
+        if (shared_->ended)
+          return;
+        silent = clock::now() >= shared_->heard_at + look_after;
+        if (!shared_->broken && !silent)
+          continue;
+      }
+      again = true;
+      if (session_.is_closed())
+        return end("the connection to the server is closed");
+      if (natsConnection_Status(session_.connection()) != NATS_CONN_STATUS_CONNECTED)
+        continue; // the client tries
+      if (session_.ensure_stream(made_at_) != MESH_HOST_OK)
+        continue;
+      const uint32_t result = make_consumer_anew();
+      if (result == MESH_HOST_DUPLICATE)
+        return end("somebody else receives for it now");
+      again = result != MESH_HOST_OK;
+    }
+  }
+
+  uint32_t make_consumer_anew() {
+    if (const uint32_t result = subscribe(); result != MESH_HOST_OK)
+      return result;
+    const uint32_t result = claim();
+    if (result != MESH_HOST_OK) {
+      const std::lock_guard held(shared_->lock);
+      shared_->broken = true;
+    }
+    return result;
+  }
+
+  void end(const char *why) {
+    tell("destination %u: receiving ends: %s", destination_, why);
+    ours_ = false;
+    shared_->into->close();
+  }
+
+  const uint32_t destination_;
+  std::shared_ptr<reception> shared_;
+  nats_session session_;
+  std::string subject_, former_subject_; // where the consumer pushes to, and did before
+  nats_object<natsSubscription> subscription_;
+  int64_t made_at_ = 0;
+  bool ours_ = false;
+  std::thread watcher_;
+};
+
+} // namespace
+
+uint32_t make_nats_feed(const settings &limits, const place &at, uint32_t destination,
+                        std::shared_ptr<parcel_sink> into, std::unique_ptr<feed> &made) {
+  auto added = std::make_unique<nats_feed>(destination, std::move(into));
+  const uint32_t result = added->open(limits, at);
+  if (result == MESH_HOST_OK)
+    made = std::move(added);
+  return result;
+}
+
+} // namespace mesh_host

@@ -1,0 +1,172 @@
+// Connecting to NATS servers.
+//
+// Room: host.
+#include "host/nats_session.h"
+
+#include "host/mesh_host.h"
+#include "host/tell.h"
+
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+#include <vector>
+
+namespace mesh_host {
+namespace {
+
+constexpr int64_t connect_timeout_ms = 2000;
+constexpr int64_t request_timeout_ms = 2000;
+constexpr int64_t reconnect_wait_ms = 100;
+constexpr int64_t ping_interval_ms = 2000; // so that a server behind a cut link is noticed
+constexpr int pings_unanswered = 2;
+
+rate_limit complaints;
+
+// What the client library notices in threads of its own: a permission that is missing, above all.
+void tell_problem(natsConnection *, natsSubscription *, natsStatus status, void *) {
+  if (uint64_t skipped = 0; complaints.pass(skipped))
+    tell("nats: %s (%llu more not told)", natsStatus_GetText(status), number(skipped));
+}
+
+std::vector<std::string> split(const std::string &text) {
+  std::vector<std::string> parts;
+  std::istringstream stream(text);
+  for (std::string part; std::getline(stream, part, ',');)
+    parts.push_back(part);
+  return parts;
+}
+
+bool is_absence(natsStatus status) {
+  return status == NATS_NO_SERVER || status == NATS_TIMEOUT || status == NATS_IO_ERROR ||
+         status == NATS_CONNECTION_CLOSED || status == NATS_CONNECTION_DISCONNECTED ||
+         status == NATS_NO_RESPONDERS || status == NATS_STALE_CONNECTION;
+}
+
+} // namespace
+
+std::string reason(natsStatus status) {
+  natsStatus last = NATS_OK;
+  const char *text = nats_GetLastError(&last);
+  std::string said = natsStatus_GetText(status);
+  if (last == status && text != nullptr && *text != '\0')
+    said += std::string(" (") + text + ")";
+  return said;
+}
+
+uint32_t nats_session::open(const settings &, const place &at, uint32_t destination,
+                            jsOptions &options) {
+  at_ = &at;
+  destination_ = destination;
+  natsOptions *made = nullptr;
+  natsStatus status = natsOptions_Create(&made);
+  const nats_object<natsOptions> wanted(made);
+  const std::vector<std::string> servers = split(at.servers);
+  std::vector<const char *> urls;
+  for (const std::string &server : servers)
+    urls.push_back(server.c_str());
+  const std::string name = "mesh_host " + std::to_string(getpid());
+  if (status == NATS_OK)
+    status = natsOptions_SetServers(made, urls.data(), static_cast<int>(urls.size()));
+  if (status == NATS_OK) {
+    natsOptions_SetName(made, name.c_str());
+    natsOptions_SetTimeout(made, connect_timeout_ms);
+    natsOptions_SetMaxReconnect(made, -1); // whoever waits has a deadline of his own
+    natsOptions_SetReconnectWait(made, reconnect_wait_ms);
+    natsOptions_SetPingInterval(made, ping_interval_ms);
+    natsOptions_SetMaxPingsOut(made, pings_unanswered);
+    natsOptions_SetFailRequestsOnDisconnect(made, true);
+    natsOptions_SetErrorHandler(made, tell_problem, nullptr);
+    if (const uint32_t result = set_identity(made); result != MESH_HOST_OK)
+      return result;
+    natsConnection *connected = nullptr;
+    status = natsConnection_Connect(&connected, made);
+    connection_.reset(connected);
+  }
+  options.Wait = request_timeout_ms;
+  jsCtx *context = nullptr;
+  if (status == NATS_OK)
+    status = natsConnection_JetStream(&context, connection_.get(), &options);
+  stream_.reset(context);
+  if (status == NATS_OK)
+    return MESH_HOST_OK;
+  if (is_absence(status))
+    return MESH_HOST_NO_RECEIVER;
+  tell("destination %u: %s: %s", destination, at.servers.c_str(), reason(status).c_str());
+  return MESH_HOST_BAD_CONFIG;
+}
+
+uint32_t nats_session::set_identity(natsOptions *options) {
+  natsStatus status = NATS_OK;
+  const char *what = "";
+  if (!at_->user.empty()) {
+    std::ifstream file(at_->password_file);
+    std::string password;
+    if (!std::getline(file, password) || password.empty()) {
+      tell("destination %u: %s: expected a password in its first line", destination_,
+           at_->password_file.c_str());
+      return MESH_HOST_BAD_CONFIG;
+    }
+    status = natsOptions_SetUserInfo(options, at_->user.c_str(), password.c_str());
+  }
+  const bool secure = !at_->authority.empty() || !at_->certificate.empty();
+  if (status == NATS_OK && !at_->credentials.empty()) {
+    what = at_->credentials.c_str();
+    status = natsOptions_SetUserCredentialsFromFiles(options, what, nullptr);
+  }
+  if (status == NATS_OK && secure)
+    status = natsOptions_SetSecure(options, true);
+  if (status == NATS_OK && !at_->authority.empty()) {
+    what = at_->authority.c_str();
+    status = natsOptions_LoadCATrustedCertificates(options, what);
+  }
+  if (status == NATS_OK && !at_->certificate.empty()) {
+    what = at_->certificate.c_str();
+    status = natsOptions_LoadCertificatesChain(options, what, at_->key.c_str());
+  }
+  if (status == NATS_OK)
+    return MESH_HOST_OK;
+  tell("destination %u: %s: %s", destination_, what, reason(status).c_str());
+  return MESH_HOST_BAD_CONFIG;
+}
+
+uint32_t nats_session::ensure_stream(int64_t &made_at) {
+  const std::string name = stream_name(destination_);
+  const std::string subject = subject_name(destination_);
+  const char *subjects[] = {subject.c_str()};
+  jsStreamConfig wanted;
+  jsStreamConfig_Init(&wanted);
+  wanted.Name = name.c_str();
+  wanted.Subjects = subjects;
+  wanted.SubjectsLen = 1;
+  wanted.Retention = js_WorkQueuePolicy;
+  wanted.Discard = js_DiscardNew;
+  wanted.Storage = at_->on_disk ? js_FileStorage : js_MemoryStorage;
+  wanted.Replicas = at_->replicas;
+  wanted.MaxMsgs = static_cast<int64_t>(at_->kept_batches);
+  wanted.MaxBytes = static_cast<int64_t>(at_->kept_bytes);
+  constexpr int64_t remember_identifiers_ns = 120'000'000'000;
+  wanted.Duplicates = remember_identifiers_ns;
+
+  // One that is there already is used as it is, however whoever made it wanted it.
+  jsStreamInfo *info = nullptr;
+  jsErrCode error = jsErrCode(0);
+  natsStatus status = js_GetStreamInfo(&info, stream_.get(), name.c_str(), nullptr, &error);
+  if (status == NATS_NOT_FOUND || error == JSStreamNotFoundErr)
+    status = js_AddStream(&info, stream_.get(), &wanted, nullptr, &error);
+  const nats_object<jsStreamInfo> held(info);
+  if (status == NATS_OK) {
+    made_at = info->Created;
+    return MESH_HOST_OK;
+  }
+  if (is_absence(status) && error == jsErrCode(0))
+    return MESH_HOST_NO_RECEIVER;
+  tell("destination %u: stream %s at %s: %s", destination_, name.c_str(), at_->servers.c_str(),
+       reason(status).c_str());
+  return MESH_HOST_SYSTEM;
+}
+
+bool nats_session::is_closed() const {
+  return natsConnection_Status(connection_.get()) == NATS_CONN_STATUS_CLOSED;
+}
+
+} // namespace mesh_host
