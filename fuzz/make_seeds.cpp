@@ -3,6 +3,7 @@
 // Room: attacks. Reads text, writes files; executes nothing. Seeds are made when they are needed
 // and never kept in the repository: the golden files are, once.
 #include "fuzz/messages.h"
+#include "host/local_wire.h"
 #include "tests/support/annotated.h"
 
 #include <cstdio>
@@ -71,6 +72,31 @@ std::vector<uint8_t> digits_of(const std::vector<uint8_t> &bytes) {
   return digits;
 }
 
+void append_datagram(std::vector<uint8_t> &to, const uint8_t *at, size_t size) {
+  to.push_back(static_cast<uint8_t>(size));
+  to.push_back(static_cast<uint8_t>(size >> 8));
+  to.insert(to.end(), at, at + size);
+}
+
+// One message as a sender of the development host gives it to a socket.
+std::vector<uint8_t> datagrams_of(uint32_t id, const std::vector<uint8_t> &bytes, bool in_pieces) {
+  using namespace mesh_host;
+  const msg_desc message{bytes.data(), id, static_cast<uint32_t>(bytes.size())};
+  const packet_header header{7, 1, 1, 0, 0, 1, static_cast<uint32_t>(packed_size(&message, 1))};
+  std::vector<uint8_t> packet(packet_header_size + header.bytes);
+  write_packet(packet.data(), header, &message);
+  std::vector<uint8_t> made;
+  const size_t first = in_pieces ? packet_header_size + message_header_size : packet.size();
+  append_datagram(made, packet.data(), first);
+  if (in_pieces) {
+    std::vector<uint8_t> piece(piece_header_size);
+    write_piece(piece.data(), {static_cast<uint32_t>(first), header.first});
+    piece.insert(piece.end(), packet.begin() + static_cast<ptrdiff_t>(first), packet.end());
+    append_datagram(made, piece.data(), piece.size());
+  }
+  return made;
+}
+
 uint32_t make_seeds_of(const fuzz::message_descriptor &message, const fs::path &golden_folder,
                        const fs::path &output) {
   const std::vector<uint8_t> identifier = identifier_of(message);
@@ -83,6 +109,9 @@ uint32_t make_seeds_of(const fuzz::message_descriptor &message, const fs::path &
             joined(joined(identifier, {circumstances_of(image.name)}), image.bytes));
     write(output / "text" / (file + "-frame"), joined({2}, frame_of(identifier, image.bytes)));
     write(output / "text" / (file + "-dump"), joined({1}, digits_of(image.bytes)));
+    for (const bool in_pieces : {false, true})
+      write(output / "packets" / (file + (in_pieces ? "-pieces" : "-packet")),
+            datagrams_of(message.id, image.bytes, in_pieces));
     write(output / "visited" / file, joined(joined(identifier, {0}), image.bytes));
     // To the others the bytes are material that records, mutations and answers are made from.
     for (const char *target : {"mutated", "round_trip", "sends"})
