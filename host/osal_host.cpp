@@ -1,53 +1,36 @@
-// The OSAL stand-in: a heap that keeps books, and a log on stderr.
+// The OSAL stand-in: a heap that keeps books and fails to order, and a log on stderr.
 //
-// Room: host. Includes the platform's OSAL and its own header; libc and the standard library
-// otherwise. Blocks are known by address in a table beside the heap, not by a header in front of
-// them: a header can only be read where there is one, and a wrong address may have none.
+// Room: host. Includes the platform's OSAL, its own header and its parts beside it.
 #pragma GCC visibility push(default)
 #include "host/osal_host.h"
 #include "platform/osal.h"
 #pragma GCC visibility pop
 
-#include <array>
-#include <atomic>
+#include "host/osal_books.h"
+#include "host/osal_faults.h"
+#include "host/osal_poison.h"
+#include "host/osal_settings.h"
+#include "host/osal_tell.h"
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <deque>
-#include <mutex>
 #include <pthread.h>
 #include <unistd.h>
-#include <unordered_map>
 
+namespace osal_host {
 namespace {
 
 constexpr uint32_t cache_module = 12;
 
 thread_local bool log_held = false;
 
-struct block {
-  uint32_t size;
-  uint32_t module;
-};
-
-// One lock for a sixteenth of all addresses, so that threads seldom meet.
-struct shard {
-  std::mutex lock;
-  std::unordered_map<const void *, block> live;
-  // Only to word the complaint about a second release: addresses released lately.
-  std::deque<const void *> released;
-};
-
-// What concerns blocks changes only while a shard's lock is held; a snapshot holds all of them.
-struct books {
-  std::atomic<uint64_t> allocations, releases, live_blocks, live_bytes, peak_blocks, peak_bytes;
-  std::atomic<uint64_t> failed_allocations, wrong_releases, log_lines;
-};
-
 struct osal {
-  std::array<shard, 16> shards;
-  books counts{};
+  const settings asked = read_settings();
+  books kept{asked.report || asked.poison};
+  faults failures{asked.fail};
+  seldom failures_told;
 };
 
 // Never destroyed: threads may release blocks while the process ends.
@@ -56,117 +39,80 @@ osal &host() {
   return *the_host;
 }
 
-shard &shard_of(const void *address) {
-  const auto number = reinterpret_cast<uintptr_t>(address);
-  // The lowest four bits of heap addresses are always the same.
-  return host().shards[(number >> 4 ^ number >> 12) % host().shards.size()];
-}
-
-void raise(std::atomic<uint64_t> &peak, uint64_t value) {
-  uint64_t seen = peak.load();
-  while (seen < value && !peak.compare_exchange_weak(seen, value)) {
-  }
-}
-
-// One line, one write: lines of several threads and processes stay whole. A longer line is cut.
-[[gnu::format(printf, 1, 0)]] void write_line(const char *format, va_list arguments) {
-  char line[2048];
-  const int wanted = vsnprintf(line, sizeof line - 1, format, arguments);
-  if (wanted < 0)
-    return;
-  size_t length = static_cast<size_t>(wanted);
-  if (length > sizeof line - 2)
-    length = sizeof line - 2;
-  line[length++] = '\n';
-  const ssize_t written = write(STDERR_FILENO, line, length);
-  (void)written; // there is nobody left to tell
-}
-
-[[gnu::format(printf, 1, 2)]] void say(const char *format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  write_line(format, arguments);
-  va_end(arguments);
-}
-
-// Always all of them in this order; who holds one never asks for another.
-void lock_books() {
-  for (shard &each : host().shards)
-    each.lock.lock();
-}
-void unlock_books() {
-  for (shard &each : host().shards)
-    each.lock.unlock();
-}
-
 // A forked child has one thread, and nobody to give back what another one had locked. So the books
 // are locked while the process is copied, and the child begins with whole ones. The C library
 // forgets these handlers when this library is unloaded.
 [[gnu::constructor]] void guard_forks() {
-  if (const int error = pthread_atfork(lock_books, unlock_books, unlock_books); error != 0)
+  const int error = pthread_atfork([] { host().kept.lock(); }, [] { host().kept.unlock(); },
+                                   [] { host().kept.unlock(); });
+  if (error != 0)
     say("osal_host: a forked child may hang: %s", strerror(error));
 }
 
-const char *or_none(const char *text) {
-  return text != nullptr ? text : "-";
+void tell_failure(uint64_t number, uint32_t size, uint32_t module, const char *caller) {
+  uint64_t untold = 0;
+  if (host().failures_told.pass(untold))
+    say("osal_host: allocation %llu fails as asked: %u bytes, module %u, %s (%llu more since the "
+        "last such line)",
+        static_cast<unsigned long long>(number), size, module, or_none(caller),
+        static_cast<unsigned long long>(untold));
+}
+
+// The size in the heap. An address of its own for empty blocks too, so that their release can be
+// told from a mistake.
+size_t size_in_heap(uint32_t size) {
+  if (host().asked.poison)
+    return size + guard.size();
+  return size != 0 ? size : 1;
 }
 
 void *allocate(uint32_t size, uint32_t module, const char *caller) {
-  // An address of its own for empty blocks too, so that their release can be told from a mistake.
-  void *address = malloc(size != 0 ? size : 1);
+  osal &my = host();
+  if (const uint64_t number = my.failures.strike(caller); number != 0) {
+    my.kept.count_injected_failure();
+    tell_failure(number, size, module, caller);
+    return nullptr;
+  }
+  void *address = malloc(size_in_heap(size));
   if (address == nullptr) {
-    host().counts.failed_allocations++;
+    my.kept.count_failed_allocation();
     say("osal_host: no memory for %u bytes, module %u, %s", size, module, or_none(caller));
     return nullptr;
   }
-  shard &home = shard_of(address);
-  const std::lock_guard held(home.lock);
-  home.live[address] = {size, module};
-  books &counts = host().counts;
-  counts.allocations++;
-  raise(counts.peak_blocks, ++counts.live_blocks);
-  raise(counts.peak_bytes, counts.live_bytes += size);
+  if (my.asked.poison)
+    poison_fresh(address, size);
+  my.kept.enter(address, size, module, caller);
   return address;
 }
 
-bool released_lately(const shard &home, const void *address) {
-  for (const void *known : home.released)
-    if (known == address)
-      return true;
-  return false;
-}
-
-void remember_release(shard &home, const void *address) {
-  constexpr size_t kept = 64;
-  home.released.push_back(address);
-  if (home.released.size() > kept)
-    home.released.pop_front();
+void check_end(const void *address, const block &known) {
+  const size_t behind = overrun_of(address, known.size);
+  if (behind == 0)
+    return;
+  host().kept.count_overrun();
+  say("osal_host: written behind the end of %p, %u bytes, module %u, %s: byte %zu behind it",
+      address, known.size, known.module, known.tag != nullptr ? known.tag->c_str() : "-", behind);
 }
 
 void release(void *address, uint32_t module, const char *caller) {
-  books &counts = host().counts;
-  shard &home = shard_of(address);
-  {
-    const std::lock_guard held(home.lock);
-    const auto found = home.live.find(address);
-    if (found == home.live.end()) {
-      counts.wrong_releases++;
-      say("osal_host: wrong release of %p, %s, module %u, %s", address,
-          released_lately(home, address) ? "released before" : "never allocated here", module,
-          or_none(caller));
-      return;
-    }
-    const block known = found->second;
-    if (known.module != module) {
-      counts.wrong_releases++;
-      say("osal_host: wrong release of %p, allocated for module %u, released for module %u, %s",
-          address, known.module, module, or_none(caller));
-    }
-    home.live.erase(found);
-    remember_release(home, address);
-    counts.releases++;
-    counts.live_blocks--;
-    counts.live_bytes -= known.size;
+  osal &my = host();
+  block known{};
+  const books::entry entry = my.kept.strike_out(address, known);
+  if (entry != books::entry::live) {
+    my.kept.count_wrong_release();
+    say("osal_host: wrong release of %p, %s, module %u, %s", address,
+        entry == books::entry::released_before ? "released before" : "never allocated here", module,
+        or_none(caller));
+    return;
+  }
+  if (known.module != module) {
+    my.kept.count_wrong_release();
+    say("osal_host: wrong release of %p, allocated for module %u, released for module %u, %s",
+        address, known.module, module, or_none(caller));
+  }
+  if (my.asked.poison) {
+    check_end(address, known);
+    poison_released(address, known.size);
   }
   free(address);
 }
@@ -178,47 +124,61 @@ struct log_descriptor {
   uint32_t memory_module;
 };
 
+void list_remainders() {
+  constexpr size_t most_lines = 20;
+  const std::vector<remainder> left = host().kept.remainders();
+  for (size_t i = 0; i < left.size() && i < most_lines; i++)
+    say("osal_host: left: %llu blocks %llu bytes, module %u, %s",
+        static_cast<unsigned long long>(left[i].blocks),
+        static_cast<unsigned long long>(left[i].bytes), left[i].module, left[i].tag.c_str());
+  if (left.size() > most_lines)
+    say("osal_host: left: and %zu more modules and tags", left.size() - most_lines);
+}
+
 [[gnu::destructor]] void report_at_exit() {
-  if (getenv("OSAL_HOST_REPORT") == nullptr)
+  if (!host().asked.report)
     return;
-  osal_host_accounts now;
-  osal_host_get_accounts(&now);
+  const osal_host_accounts now = host().kept.accounts();
   say("osal_host: process %d: %llu allocations, peak %llu blocks %llu bytes, left %llu blocks %llu "
-      "bytes, %llu wrong releases, %llu log lines",
+      "bytes, %llu wrong releases, %llu log lines, %llu failed and %llu injected failures, %llu "
+      "overruns",
       static_cast<int>(getpid()), static_cast<unsigned long long>(now.allocations),
       static_cast<unsigned long long>(now.peak_blocks),
       static_cast<unsigned long long>(now.peak_bytes),
       static_cast<unsigned long long>(now.live_blocks),
       static_cast<unsigned long long>(now.live_bytes),
       static_cast<unsigned long long>(now.wrong_releases),
-      static_cast<unsigned long long>(now.log_lines));
+      static_cast<unsigned long long>(now.log_lines),
+      static_cast<unsigned long long>(now.failed_allocations),
+      static_cast<unsigned long long>(now.injected_failures),
+      static_cast<unsigned long long>(now.overruns));
+  list_remainders();
 }
 
 } // namespace
+} // namespace osal_host
 
 void *VRX_OsalMemAlloc(uint32_t size, uint32_t module, const char *caller) {
-  return allocate(size, module, caller);
+  return osal_host::allocate(size, module, caller);
 }
 
 void *VRX_OsalMemCacheAlloc(uint32_t size, uint32_t module, const char *caller) {
-  return allocate(size, module, caller);
+  return osal_host::allocate(size, module, caller);
 }
 
 void VRX_OsalMemFree(void *block, uint32_t module, const char *caller) {
   if (block != nullptr)
-    release(block, module, caller);
+    osal_host::release(block, module, caller);
 }
 
 uint32_t VRX_OsalMemUseFlagGet(uint32_t module) {
-  if (module != cache_module)
-    return 0;
-  const char *answer = getenv("OSAL_HOST_USE_FLAG");
-  return answer == nullptr ? 1 : static_cast<uint32_t>(strtoul(answer, nullptr, 0));
+  return module == osal_host::cache_module ? osal_host::host().asked.use_flag : 0;
 }
 
 void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category, const char *text,
                       uint32_t line, const char *function, const char *format, ...) {
-  log_descriptor from{nullptr, nullptr, 0};
+  using osal_host::or_none;
+  osal_host::log_descriptor from{nullptr, nullptr, 0};
   if (descriptor != nullptr)
     memcpy(&from, descriptor, sizeof from);
   char message[1024] = "";
@@ -228,31 +188,18 @@ void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category,
     (void)vsnprintf(message, sizeof message, format, arguments); // a longer text is cut
     va_end(arguments);
   }
-  {
-    const std::lock_guard held(host().shards[0].lock);
-    host().counts.log_lines++;
-  }
-  if (log_held)
+  osal_host::host().kept.count_log_line();
+  if (osal_host::log_held)
     return;
-  say("%s/%s level %u category %u %s:%u: %s%s", or_none(from.module), or_none(from.submodule),
-      level, category, or_none(function), line, text != nullptr ? text : "", message);
+  osal_host::say("%s/%s level %u category %u %s:%u: %s%s", or_none(from.module),
+                 or_none(from.submodule), level, category, or_none(function), line,
+                 text != nullptr ? text : "", message);
 }
 
 void osal_host_hold_log(int hold) {
-  log_held = hold != 0;
+  osal_host::log_held = hold != 0;
 }
 
 void osal_host_get_accounts(osal_host_accounts *accounts) {
-  lock_books();
-  const books &counts = host().counts;
-  accounts->allocations = counts.allocations;
-  accounts->releases = counts.releases;
-  accounts->live_blocks = counts.live_blocks;
-  accounts->live_bytes = counts.live_bytes;
-  accounts->peak_blocks = counts.peak_blocks;
-  accounts->peak_bytes = counts.peak_bytes;
-  accounts->failed_allocations = counts.failed_allocations;
-  accounts->wrong_releases = counts.wrong_releases;
-  accounts->log_lines = counts.log_lines;
-  unlock_books();
+  *accounts = osal_host::host().kept.accounts();
 }

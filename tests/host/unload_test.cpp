@@ -1,10 +1,12 @@
 // A program may load the OSAL stand-in late and unload it again.
 //
 // Room: tests. Loads the library by its path; nothing of it is linked.
+#include "captured_stderr.h"
 #include "platform/osal.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <dlfcn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -35,8 +37,8 @@ outcome load_use_unload_and_fork() {
   return waitpid(child, &status, 0) == child && status == 0 ? good : fork_failed;
 }
 
-TEST(Osal, LeavesNoForkHandlerBehindWhenItIsUnloaded) {
-  // In a child that ends without a look for leaks: the books are never given back.
+// In a child that ends without a look for leaks: the books are never given back.
+void check_unloading() {
   const pid_t child = fork();
   if (child == 0)
     _exit(load_use_unload_and_fork());
@@ -44,6 +46,21 @@ TEST(Osal, LeavesNoForkHandlerBehindWhenItIsUnloaded) {
   ASSERT_EQ(waitpid(child, &status, 0), child);
   ASSERT_TRUE(WIFEXITED(status)) << "signal " << WTERMSIG(status);
   EXPECT_EQ(WEXITSTATUS(status), good);
+}
+
+TEST(Osal, LeavesNoForkHandlerBehindWhenItIsUnloaded) {
+  check_unloading();
+}
+
+TEST(Osal, IsUnloadedAfterItsReportWithAllThatCanBeAskedOfIt) {
+  setenv("OSAL_HOST_POISON", "1", 1);
+  setenv("OSAL_HOST_REPORT", "1", 1);
+  setenv("OSAL_HOST_FAIL_AT", "2+", 1);
+  const captured_stderr told;
+  check_unloading();
+  EXPECT_NE(told.text().find("1 allocations, peak 1 blocks 48 bytes, left 0 blocks"),
+            std::string::npos)
+      << told.text();
 }
 
 } // namespace

@@ -22,7 +22,7 @@ class Accounts(ctypes.Structure):
     """osal_host_accounts of host/osal_host.h."""
     _fields_ = [(name, ctypes.c_uint64) for name in (
         "allocations", "releases", "live_blocks", "live_bytes", "peak_blocks", "peak_bytes",
-        "failed_allocations", "wrong_releases", "log_lines")]
+        "failed_allocations", "wrong_releases", "log_lines", "injected_failures", "overruns")]
 
 
 def load_for_all(name):
