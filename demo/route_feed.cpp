@@ -126,6 +126,17 @@ private:
   feed_route &route;
 };
 
+std::string parse_route(const word_list &words, feed_route &route) {
+  size_t at = 0;
+  route.kind = take_kind(words, at);
+  if (at == words.size())
+    return "expected an IPv6 prefix behind " + shown(words.front());
+  if (words[at] != "default") // which is ::/0, as a fresh route already is
+    if (std::string problem = parse_prefix(words[at], route.destination); !problem.empty())
+      return problem;
+  return attribute_parser(words, at + 1, route).parse();
+}
+
 struct gzip_closer {
   void operator()(gzFile file) const { gzclose_r(file); }
 };
@@ -215,6 +226,11 @@ bool needs_next_hop(route_kind kind) {
          kind == route_kind::multicast;
 }
 
+std::string read_route(std::string_view line, feed_route &route) {
+  const word_list words = split_words(line);
+  return words.empty() ? "expected an IPv6 prefix, found nothing" : parse_route(words, route);
+}
+
 void route_line_reader::take_line(std::string_view line) {
   feed.lines++;
   if (line.ends_with('\r'))
@@ -243,14 +259,7 @@ std::string route_line_reader::take_words(const word_list &words) {
 std::string route_line_reader::take_route(const word_list &words) {
   feed_route route;
   route.line = static_cast<uint32_t>(feed.lines);
-  size_t at = 0;
-  route.kind = take_kind(words, at);
-  if (at == words.size())
-    return "expected an IPv6 prefix behind " + shown(words.front());
-  if (words[at] != "default") // which is ::/0, as a fresh route already is
-    if (std::string problem = parse_prefix(words[at], route.destination); !problem.empty())
-      return problem;
-  if (std::string problem = attribute_parser(words, at + 1, route).parse(); !problem.empty())
+  if (std::string problem = parse_route(words, route); !problem.empty())
     return problem;
   feed.routes.push_back(std::move(route));
   return {};

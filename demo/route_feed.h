@@ -70,6 +70,10 @@ inline constexpr size_t longest_line = 4096; // bytes
 // be read to its end.
 route_feed read_routes(const std::string &path);
 
+// Reads what one line says of a route: a kind, a prefix, its attributes. `route` should be fresh.
+// Empty, or what is wrong.
+std::string read_route(std::string_view line, feed_route &route);
+
 // Takes lines one by one. read_routes is made of it; tests use it without a file.
 class route_line_reader {
 public:

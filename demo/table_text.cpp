@@ -66,15 +66,27 @@ void count_difference(table_difference &result, std::string text) {
 
 } // namespace
 
+std::string line_of(uint32_t number, const next_hop &hop) {
+  return formatted("next-hop %u", number) + std::string(separator) + value_text(hop);
+}
+
+std::string line_of(uint32_t number, const next_hop_group &members) {
+  return formatted("group %u", number) + std::string(separator) + value_text(members);
+}
+
+std::string line_of(const route_key &key, const route &entry) {
+  return formatted("route vrf %u ", key.vrf) + to_text(key.destination) + std::string(separator) +
+         value_text(entry);
+}
+
 void write_table(const route_table &table, const std::string &path) {
   std::ofstream file(path, std::ios::trunc);
   for (const auto &[number, hop] : table.next_hops)
-    file << "next-hop " << number << separator << value_text(hop) << '\n';
+    file << line_of(number, hop) << '\n';
   for (const auto &[number, members] : table.groups)
-    file << "group " << number << separator << value_text(members) << '\n';
+    file << line_of(number, members) << '\n';
   for (const auto &[key, entry] : table.routes)
-    file << "route vrf " << key.vrf << ' ' << to_text(key.destination) << separator
-         << value_text(entry) << '\n';
+    file << line_of(key, entry) << '\n';
   file << end_name << separator << end_text(table) << '\n';
   file.close();
   if (!file)

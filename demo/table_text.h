@@ -17,6 +17,11 @@
 
 namespace demo {
 
+// The line of one entry, without its end.
+std::string line_of(uint32_t number, const next_hop &hop);
+std::string line_of(uint32_t number, const next_hop_group &members);
+std::string line_of(const route_key &key, const route &entry);
+
 // Throws failure when the file cannot be written completely.
 void write_table(const route_table &table, const std::string &path);
 
