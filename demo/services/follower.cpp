@@ -117,11 +117,7 @@ void follower::take_context(const void *record, uint32_t size) {
   case service_state::table_complete:
     return finish_assembly(*context);
   case service_state::in_step:
-    if (at == standing::in_step &&
-        (context->last_change > change_number ||
-         (context->last_change == change_number && context->digest != kept.digest())))
-      miss();
-    return;
+    return compare(*context);
   case service_state::ending:
     ended = true;
     return;
@@ -143,10 +139,18 @@ void follower::finish_assembly(const service_context &context) {
   if (!whole || entry_number != context.entries || whole->digest() != context.digest)
     return miss();
   kept = std::move(*whole);
-  change_number = context.last_change;
+  change_number = confirmed = context.last_change;
   behind_at.reset();
   at = standing::in_step;
   counted.whole_tables++;
+}
+
+void follower::compare(const service_context &context) {
+  if (at != standing::in_step || context.last_change < change_number)
+    return; // older than what came since
+  if (context.last_change > change_number || context.digest != kept.digest())
+    return miss();
+  confirmed = change_number;
 }
 
 void follower::refuse() {

@@ -37,6 +37,8 @@ public:
   standing now() const { return at; }
   const digested_table &table() const { return kept; }
   uint32_t last_change() const { return change_number; }
+  // The last one after which the service named the digest that the table had here, too.
+  uint32_t confirmed_change() const { return confirmed; }
   uint64_t epoch() const { return service_epoch; }
   bool service_has_ended() const { return ended; }
 
@@ -58,6 +60,7 @@ private:
   void take_context(const void *record, uint32_t size);
   void begin_assembly(const service_context &context);
   void finish_assembly(const service_context &context);
+  void compare(const service_context &context);
   void refuse();
   void miss();
   void go_astray();
@@ -65,7 +68,7 @@ private:
   digested_table kept;
   standing at = standing::astray;
   uint64_t service_epoch = 0; // 0: none has answered yet
-  uint32_t change_number = 0;
+  uint32_t change_number = 0, confirmed = 0;
   std::optional<uint32_t> behind_at; // the last change when a check first found this peer behind
   bool ended = false;
 

@@ -118,10 +118,11 @@ private:
     }
   }
 
-  // Whoever watches is told when the table is the service's again, and when it no longer is.
+  // Whoever watches is told when the table is the service's, by its own word, and when it no longer
+  // is.
   void tell_standing() {
     const bool good = followed.now() == follower::standing::in_step;
-    const uint32_t change = followed.last_change();
+    const uint32_t change = followed.confirmed_change();
     if (good) {
       patience = first_patience;
       whole_asked = false;

@@ -365,7 +365,7 @@ TEST_F(Services, ServeTheOthersWhileOnePeerIsStopped) {
 }
 
 TEST_F(Services, SurviveThatAPeerIsStoppedInTheMiddleOfTheTable) {
-  auto owner = service(table_of(1000), {"--pause", "100"}, narrow);
+  auto owner = service(table_of(1000), {"--pause", "50"}, narrow);
   auto kept = peer();
   kept->wait_until_said("the whole table is on its way");
   kept->stop();
@@ -453,8 +453,8 @@ TEST_F(Services, NoticeByTheDigestThatATableHasWhatTheServiceNeverSent) {
   auto kept = peer();
   wait_until_equal(*owner, *kept);
   send_raw(peer_destination, change_numbered(1),
-           epoch_of(*owner));            // as if it were the service's first
-  kept->wait_until_said("in step: ", 3); // with the stranger's route, and after the whole table
+           epoch_of(*owner)); // as if it were the service's first
+  kept->wait_until_said("in step: ", 2);
   wait_until_equal(*owner, *kept);
   EXPECT_FALSE(holds(table_text(*kept, "kept"), "2001:db8:dead::/48"));
 }
