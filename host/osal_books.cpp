@@ -112,6 +112,7 @@ std::vector<remainder> books::remainders() {
       }
   }
   std::vector<remainder> found;
+  found.reserve(totals.size());
   for (const auto &[name, sum] : totals)
     found.push_back({name.first, name.second, sum.blocks, sum.bytes});
   // Those of equal size stay in the order of module and tag.

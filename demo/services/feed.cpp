@@ -270,6 +270,7 @@ bool feed::send_changes() {
         using carrying = typename carrier<Change>::type;
         auto carriers = carriers_from<carrying, Change>(owner, *next_change, service.vrf);
         std::vector<typename carrying::message> messages;
+        messages.reserve(carriers.size());
         for (carrying &each : carriers)
           messages.push_back(each.numbered(*next_change + static_cast<uint32_t>(messages.size())));
         const std::span<const typename carrying::message> all(messages);
@@ -340,7 +341,7 @@ void feed::begin_table() {
 void feed::check_settled() {
   if (!unsettled)
     return;
-  const sent result = mesh.settled(peer);
+  const sent result = link::settled(peer);
   if (result == sent::accepted)
     unsettled = false;
   else if (result != sent::busy)

@@ -51,7 +51,7 @@ public:
   }
 
   // Whether all that was sent has been handled (accepted), is on its way (busy), or was lost.
-  sent settled(uint32_t destination);
+  static sent settled(uint32_t destination);
 
 private:
   static sent judged(uint32_t destination, uint32_t result);

@@ -32,6 +32,11 @@ constexpr milliseconds first_patience = 2s;
 constexpr milliseconds most_patience = 16s;
 constexpr milliseconds shortest_between_asks = 100ms;
 
+// For %llu.
+constexpr unsigned long long plain(uint64_t number) {
+  return number;
+}
+
 class running_peer {
 public:
   explicit running_peer(const peer_options &options)
@@ -57,12 +62,8 @@ public:
     const follower::counters &counts = followed.counts();
     print("ended: %llu changes, %llu whole tables, %llu gaps, %llu repeated, %llu refused, %llu "
           "strangers\n",
-          static_cast<unsigned long long>(counts.changes),
-          static_cast<unsigned long long>(counts.whole_tables),
-          static_cast<unsigned long long>(counts.gaps),
-          static_cast<unsigned long long>(counts.repeated),
-          static_cast<unsigned long long>(counts.refused + refused),
-          static_cast<unsigned long long>(counts.strangers));
+          plain(counts.changes), plain(counts.whole_tables), plain(counts.gaps),
+          plain(counts.repeated), plain(counts.refused + refused), plain(counts.strangers));
   }
 
 private:
@@ -147,8 +148,7 @@ private:
   }
 
   std::string table_text() const {
-    return formatted("digest %016llx, change %u, ",
-                     static_cast<unsigned long long>(followed.table().digest()),
+    return formatted("digest %016llx, change %u, ", plain(followed.table().digest()),
                      followed.last_change()) +
            counted(followed.table().contents().routes.size(), "route");
   }
