@@ -96,10 +96,13 @@ void follower::take_entry(const void *record, uint32_t size) {
   const Message &message = *static_cast<const Message *>(record);
   if (size != sizeof message)
     return refuse();
-  if (at != standing::assembling)
-    return; // of a table that was given up
-  if (message.f0.f0 != 0 && message.f0.f0 != synchronisation)
-    return; // likewise
+  // Of a table that was given up? A number of 0 is what a refused message has.
+  if (at != standing::assembling || (message.f0.f0 != 0 && message.f0.f0 != synchronisation))
+    return;
+  if (message.f0.f1 != 0 && message.f0.f1 <= entry_number) {
+    counted.repeated++;
+    return;
+  }
   if (message.f0.f1 != entry_number + 1 || !assembly.take(message.f1))
     return refuse();
   entry_number++;
@@ -125,6 +128,10 @@ void follower::take_context(const void *record, uint32_t size) {
 }
 
 void follower::begin_assembly(const service_context &context) {
+  if (at == standing::assembling && context.synchronisation == synchronisation) {
+    counted.repeated++;
+    return;
+  }
   assembly = {};
   synchronisation = context.synchronisation;
   entry_number = 0;

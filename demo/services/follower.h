@@ -46,7 +46,7 @@ public:
     uint64_t changes = 0;      // made
     uint64_t whole_tables = 0; // taken over
     uint64_t gaps = 0;         // times something was missing, or a table differed
-    uint64_t repeated = 0;     // changes that were made before
+    uint64_t repeated = 0;     // changes and entries that were taken before
     uint64_t refused = 0;      // messages that the decoder refused or that break the agreement
     uint64_t strangers = 0;    // messages of another service than the one that answered
   };
