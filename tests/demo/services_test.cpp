@@ -373,6 +373,11 @@ TEST_F(Services, SurviveThatAPeerIsStoppedInTheMiddleOfTheTable) {
   owner->tell(added(0, 50));
   kept->go_on();
   EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 1,050 routes"));
+  // What had no room was sent later, and nothing but that.
+  const std::string peers_end = kept->end(), services_end = owner->end();
+  EXPECT_GT(number_of(services_end, "times busy"), 0U) << services_end;
+  EXPECT_EQ(number_of(peers_end, "gaps"), 0U) << peers_end;
+  EXPECT_EQ(number_of(peers_end, "whole tables"), 1U) << peers_end;
 }
 
 TEST_F(Services, SurviveThatTheServiceIsStopped) {
