@@ -254,6 +254,24 @@ static std::vector<Carrier> carriers_from(const table_owner &owner, uint32_t fir
   return found;
 }
 
+template <class Change>
+bool feed::send_alike() {
+  using carrying = typename carrier<Change>::type;
+  using message = typename carrying::message;
+  auto carriers = carriers_from<carrying, Change>(owner, *next_change, service.vrf);
+  std::vector<message> messages;
+  messages.reserve(carriers.size());
+  for (carrying &each : carriers)
+    messages.push_back(each.numbered(*next_change + static_cast<uint32_t>(messages.size())));
+  const sent result =
+      mesh.send(peer, std::span<const message>(messages), service.epoch, carrying::sendtomsg);
+  if (!note(result, messages.size()))
+    return false;
+  *next_change += static_cast<uint32_t>(messages.size());
+  step_due = true;
+  return true;
+}
+
 bool feed::send_changes() {
   if (*next_change > owner.last_change()) {
     if (!send_context(service_state::in_step))
@@ -266,20 +284,7 @@ bool feed::send_changes() {
     return true;
   }
   return std::visit(
-      [&]<class Change>(const Change &) {
-        using carrying = typename carrier<Change>::type;
-        auto carriers = carriers_from<carrying, Change>(owner, *next_change, service.vrf);
-        std::vector<typename carrying::message> messages;
-        messages.reserve(carriers.size());
-        for (carrying &each : carriers)
-          messages.push_back(each.numbered(*next_change + static_cast<uint32_t>(messages.size())));
-        const std::span<const typename carrying::message> all(messages);
-        if (!note(mesh.send(peer, all, service.epoch, carrying::sendtomsg), all.size()))
-          return false;
-        *next_change += static_cast<uint32_t>(all.size());
-        step_due = true;
-        return true;
-      },
+      [this](const auto &first) { return send_alike<std::decay_t<decltype(first)>>(); },
       owner.logged(*next_change));
 }
 

@@ -65,10 +65,8 @@ private:
   std::optional<sent> send_entries(const std::vector<Record> &records, uint32_t &before,
                                    uint32_t (*sendtomsg)(uint32_t, const Message *, uint32_t,
                                                          uint64_t));
-  template <class Message, class Make>
-  bool send_made(size_t count, Make make,
-                 uint32_t (*sendtomsg)(uint32_t, const Message *, uint32_t, uint64_t));
   bool send_context(service_state state);
+  template <class Change>
   bool send_alike();
   bool note(sent result, size_t messages);
   void begin_table();
