@@ -128,10 +128,13 @@ private:
       patience = first_patience;
       whole_asked = false;
     }
-    if (good && !was_good)
+    // A table may have been given up and have come again since this was asked the last time.
+    const uint64_t tables = followed.counts().whole_tables;
+    if (good && tables != told_tables)
       ask_at = clock::now() + check_interval;
-    if (good && (!was_good || change != told_change)) {
+    if (good && (change != told_change || tables != told_tables)) {
       told_change = change;
+      told_tables = tables;
       print("in step: %s\n", table_text().c_str());
     }
     const bool assembling = followed.now() == follower::standing::assembling;
@@ -254,6 +257,7 @@ private:
 
   bool was_good = false, was_assembling = false, whole_asked = false, silent = false, quit = false;
   uint32_t told_change = 0;
+  uint64_t told_tables = 0;
   uint64_t refused = 0, bad_lines = 0;
 };
 
