@@ -165,6 +165,11 @@ void follower::refuse() {
   miss();
 }
 
+void follower::miss_something() {
+  if (at != standing::astray)
+    miss();
+}
+
 void follower::miss() {
   counted.gaps++;
   go_astray();

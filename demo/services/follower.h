@@ -31,6 +31,9 @@ public:
   // What a check says of this peer's table.
   check asking(uint32_t answer_to, uint32_t number) const;
 
+  // The mesh says that something of the service is missing.
+  void miss_something();
+
   // Nothing has come for too long: what is on its way is given up.
   void give_up() { go_astray(); }
 

@@ -4,6 +4,7 @@
 #include "demo/services/link.h"
 
 #include <cstdlib>
+#include <utility>
 
 namespace demo {
 
@@ -24,6 +25,10 @@ extern "C" void hand_on(void *untyped, uint32_t id, uint64_t target, const void 
   } catch (...) {
     context.error = std::current_exception();
   }
+}
+
+extern "C" void hand_gap_on(void *untyped, const mesh_host_gap *gap) {
+  (*static_cast<link::gap_taker *>(untyped))(gap->sender);
 }
 
 } // namespace
@@ -54,6 +59,17 @@ bool link::poll(int timeout_ms, const taker &take) {
   if (got < 0)
     throw failure("the mesh ended the receiver");
   return got > 0;
+}
+
+void link::on_gap(gap_taker take) {
+  take_gap = std::move(take);
+  mesh_host_on_gap(receiver, hand_gap_on, &take_gap);
+}
+
+uint64_t link::sender() const {
+  mesh_host_origin origin{};
+  mesh_host_get_origin(receiver, &origin);
+  return origin.sender;
 }
 
 sent link::settled(uint32_t destination) {

@@ -42,6 +42,13 @@ public:
   // here.
   bool poll(int timeout_ms, const taker &take);
 
+  // What is called when messages of a sender are missing, before the next one of it is taken.
+  using gap_taker = std::function<void(uint64_t sender)>;
+  void on_gap(gap_taker take);
+
+  // Who has sent the message that is being taken: a number that each process draws.
+  uint64_t sender() const;
+
   // Sends all of them or none. Throws failure for what no repetition can mend.
   template <class Message>
   sent send(uint32_t destination, std::span<const Message> messages, uint64_t target,
@@ -57,6 +64,7 @@ private:
   static sent judged(uint32_t destination, uint32_t result);
 
   mesh_host_receiver *receiver = nullptr;
+  gap_taker take_gap;
 };
 
 } // namespace demo

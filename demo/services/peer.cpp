@@ -46,6 +46,13 @@ public:
              {fib6_recv_init, fib6_sync_recv_init, fib6_cfg_recv_init, fib6_cfg_send_init}) {
     // So that an answer to a predecessor is not taken for one to this process.
     last_number = last_answered = std::random_device()() >> 2;
+    // The mesh knows of a gap before the numbers of the messages tell.
+    mesh.on_gap([this](uint64_t sender) {
+      if (sender != service_sender)
+        return;
+      followed.miss_something();
+      ask_at = clock::now();
+    });
     print("receiving as destination %u\n", destination);
   }
 
@@ -86,6 +93,7 @@ private:
       return;
     }
     last_answered = answer->number;
+    service_sender = mesh.sender();
     if (silent) {
       silent = false;
       print("the service is there\n");
@@ -251,6 +259,7 @@ private:
   follower followed;
 
   uint32_t last_number, last_answered; // of checks
+  uint64_t service_sender = 0;         // who answered them
   std::optional<uint32_t> query_number;
   clock::time_point heard_at{}, asked_at{}, ask_at{};
   milliseconds patience = first_patience;

@@ -541,6 +541,21 @@ TEST_F(Services, ComeToTheSameTableWithAllocationsThatFailOnBothSides) {
   EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 400 routes"));
 }
 
+TEST_F(Services, ComeToTheSameTableWithAMeshThatRefusesCallsAndHandsMessagesOnTwice) {
+  const std::vector<std::string> poor = {"MESH_HOST_FAULT_REFUSE=0.1",
+                                         "MESH_HOST_FAULT_DUPLICATE=0.05"};
+  auto owner = service(table_of(1000), {}, poor);
+  auto kept = peer(1, poor);
+  wait_until_equal(*owner, *kept);
+  owner->tell(added(0, 200));
+  EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 1,200 routes"));
+  const std::string peers_end = kept->end();
+  EXPECT_GT(number_of(peers_end, "repeated"), 0U) << peers_end;
+  EXPECT_EQ(number_of(peers_end, "gaps"), 0U) << peers_end;
+  EXPECT_EQ(number_of(peers_end, "whole tables"), 1U) << peers_end;
+  EXPECT_GT(number_of(owner->end(), "times busy"), 0U);
+}
+
 TEST_F(Services, NameBadLinesAndGoOn) {
   auto owner = service(table_of(10));
   owner->tell("+ 2001:db8::1/32 via fe80::1\n"
