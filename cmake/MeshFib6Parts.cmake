@@ -7,6 +7,7 @@ option(MESH_FIB6_HOST "Build the development host: stand-ins of the platform" ${
 option(MESH_FIB6_HOST_NATS "Build the development host's way to other machines (needs the NATS client)"
   ${MESH_FIB6_HOST})
 option(MESH_FIB6_EXAMPLES "Build the examples and the demo (needs zlib and CLI11)" ${PROJECT_IS_TOP_LEVEL})
+option(MESH_FIB6_FPM "With the examples, build the feed from a routing daemon (needs libmnl)" ON)
 option(MESH_FIB6_TOOLS "Build the tools around the messages" ${PROJECT_IS_TOP_LEVEL})
 option(MESH_FIB6_TESTS "Build the tests (needs GoogleTest, FlatBuffers and more)"
   ${PROJECT_IS_TOP_LEVEL})

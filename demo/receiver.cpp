@@ -90,7 +90,7 @@ bool tell_problems(const report &told) {
 // when a sender has flushed, the table is on disk or this receiver ends with an error.
 void end_phase(phase ended, table_receiver &received, const receiver_options &options,
                report_channel *parent) {
-  const bool sent = ended == phase::table_sent;
+  const bool sent = ended != phase::table_withdrawn;
   if (sent && options.spoil)
     received.spoil_one_route();
   const std::string &path = sent ? options.table_path : options.withdrawn_table_path;

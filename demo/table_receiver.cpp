@@ -41,6 +41,10 @@ void table_receiver::take(uint32_t id, const void *record) {
     return take_as<feiBrokerFib6_nhp6UpdateMsg>(record);
   case next_hop_delete_id:
     return take_as<feiBrokerFib6_nhp6DelMsg>(record);
+  case list_update_id:
+    return take_as<feiBrokerFib6_srv6SrListUpdateMsg>(record);
+  case list_delete_id:
+    return take_as<feiBrokerFib6_srv6SrListDelMsg>(record);
   case phase_id:
     return take_as<feiBrokerFib6_pidStateMsg>(record);
   default:
@@ -55,64 +59,85 @@ void table_receiver::take_as(const void *record) {
   follow_sequence(message.f0);
   if (is_whole(message))
     keep(message);
-  else
+  else {
     refused++;
+    lacking = true;
+  }
 }
 
 void table_receiver::follow_sequence(uint32_t number) {
   if (number == 0) // refused before its number was read: taken for the one that was due
     number = expected_sequence;
-  if (number == 1) // a new sender
+  if (number == 1) { // a new sender, or one that begins anew
     unfinished += in_phase ? 1 : 0;
-  else if (number != expected_sequence)
+    announced.reset();
+    lacking = false;
+  } else if (number != expected_sequence) {
     out_of_sequence++;
+    lacking = true;
+  }
   expected_sequence = number + 1;
   in_phase = true;
+}
+
+// Makes a change in the table, and in the one that is to take its place. A deletion says whether
+// there was what it deletes.
+template <class Change>
+void table_receiver::change(Change make) {
+  if (!make(table))
+    rejected++;
+  if (announced)
+    make(*announced);
 }
 
 void table_receiver::keep(const feiBrokerFib6_ipv6FwdUpdateMsg &message) {
   for (const feiBrokerFib6_ipv6Fwd &record : entries_of(message)) {
     route_key key;
     route entry;
-    if (read_record(record, key, entry))
+    const bool good = read_record(record, key, entry);
+    change([&](route_table &changed) {
       // Senders that walk a sorted table make the hint right every time.
-      table.routes.insert_or_assign(table.routes.end(), key, entry);
-    else
-      rejected++;
+      if (good)
+        changed.routes.insert_or_assign(changed.routes.end(), key, entry);
+      return good;
+    });
   }
 }
 
 void table_receiver::keep(const feiBrokerFib6_ipv6FwdDelMsg &message) {
   for (const feiBrokerFib6_ipv6FwdKey &record : entries_of(message)) {
     route_key key;
-    if (!read_record(record, key) || table.routes.erase(key) == 0)
-      rejected++;
+    const bool good = read_record(record, key);
+    change([&](route_table &changed) { return good && changed.routes.erase(key) != 0; });
   }
 }
 
 void table_receiver::keep(const feiBrokerFib6_nhp6GroupUpdateMsg &message) {
   uint32_t number = 0;
   next_hop_group members;
-  if (read_record(message, number, members))
-    table.groups[number] = std::move(members);
-  else
-    rejected++;
+  const bool good = read_record(message, number, members);
+  change([&](route_table &changed) {
+    if (good)
+      changed.groups[number] = members;
+    return good;
+  });
 }
 
 void table_receiver::keep(const feiBrokerFib6_nhp6GroupDelMsg &message) {
   for (const feiBrokerFib6_nhp6GroupKey &record : entries_of(message))
-    if (table.groups.erase(record.f1) == 0)
-      rejected++;
+    change([&](route_table &changed) { return changed.groups.erase(record.f1) != 0; });
 }
 
 void table_receiver::keep(const feiBrokerFib6_nhp6UpdateMsg &message) {
   for (const feiBrokerFib6_nhp6Std &record : entries_of(message)) {
     uint32_t number = 0;
     next_hop hop;
-    if (read_record(record, number, hop))
-      table.next_hops[number] = hop;
-    else
-      rejected++;
+    const bool good = read_record(record, number, hop);
+    change([&](route_table &changed) {
+      if (good)
+        changed.next_hops[number] = hop;
+      return good;
+    });
   }
   // The agreement has no use for the other kinds of next hops.
   rejected += elements(message.f3, message.f3_count).size() +
@@ -124,13 +149,46 @@ void table_receiver::keep(const feiBrokerFib6_nhp6UpdateMsg &message) {
 
 void table_receiver::keep(const feiBrokerFib6_nhp6DelMsg &message) {
   for (const feiBrokerFib6_nhp6Key &record : entries_of(message))
-    if (table.next_hops.erase(record.f0) == 0)
-      rejected++;
+    change([&](route_table &changed) { return changed.next_hops.erase(record.f0) != 0; });
+}
+
+void table_receiver::keep(const feiBrokerFib6_srv6SrListUpdateMsg &message) {
+  for (const feiBrokerFib6_srv6SrList &record : entries_of(message)) {
+    uint32_t number = 0;
+    segment_list segments;
+    const bool good = read_record(record, number, segments);
+    change([&](route_table &changed) {
+      if (good)
+        changed.segment_lists[number] = segments;
+      return good;
+    });
+  }
+}
+
+void table_receiver::keep(const feiBrokerFib6_srv6SrListDelMsg &message) {
+  for (const feiBrokerFib6_srv6SrListKey &record : entries_of(message)) {
+    uint32_t number = 0;
+    const bool good = read_record(record, number);
+    change([&](route_table &changed) { return good && changed.segment_lists.erase(number) != 0; });
+  }
 }
 
 void table_receiver::keep(const feiBrokerFib6_pidStateMsg &message) {
   const auto now = static_cast<phase>(message.f1.f1);
-  if (now != phase::table_sent && now != phase::table_withdrawn) {
+  switch (now) {
+  case phase::table_begins:
+    announced.emplace();
+    return;
+  case phase::table_whole:
+    if (announced)
+      table = std::move(*announced);
+    announced.reset();
+    lacking = lacking || table.routes.size() + 1 != message.f1.f2;
+    break;
+  case phase::table_sent:
+  case phase::table_withdrawn:
+    break;
+  default:
     rejected++;
     return;
   }

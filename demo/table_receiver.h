@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,11 @@ public:
   void spoil_one_route();
 
   const route_table &contents() const { return table; }
+
+  // Whether messages are missing that the table would have to be made of, so that its sender must
+  // send all of it anew. Over when one does.
+  bool lacks_messages() const { return lacking; }
+
   report told_as(std::string word) const;
 
 private:
@@ -45,16 +51,23 @@ private:
   void keep(const feiBrokerFib6_nhp6GroupDelMsg &message);
   void keep(const feiBrokerFib6_nhp6UpdateMsg &message);
   void keep(const feiBrokerFib6_nhp6DelMsg &message);
+  void keep(const feiBrokerFib6_srv6SrListUpdateMsg &message);
+  void keep(const feiBrokerFib6_srv6SrListDelMsg &message);
   void keep(const feiBrokerFib6_pidStateMsg &message);
+
+  template <class Change>
+  void change(Change make);
 
   std::function<void(table_receiver &, phase)> phase_ended;
   route_table table;
+  std::optional<route_table> announced; // what was sent since table_begins, until table_whole
   uint64_t messages = 0;
   uint64_t refused = 0;
   uint64_t rejected = 0;
   uint64_t out_of_sequence = 0;
   uint64_t unfinished = 0; // those that a next sender followed
   bool in_phase = false;   // somebody sends or deletes
+  bool lacking = false;    // see lacks_messages
   uint32_t expected_sequence = 1;
 };
 

@@ -22,7 +22,15 @@ std::string end_text(const route_table &table) {
 }
 
 std::string value_text(const next_hop &hop) {
-  return "via " + to_text(hop.gateway) + " interface " + std::to_string(hop.interface);
+  std::string text = "via " + to_text(hop.gateway) + " interface " + std::to_string(hop.interface);
+  return hop.segment_list == 0 ? text : text + formatted(" segment-list %u", hop.segment_list);
+}
+
+std::string value_text(const segment_list &segments) {
+  std::string text;
+  for (const ipv6_address &segment : segments)
+    text += (text.empty() ? "" : ", ") + to_text(segment);
+  return text;
 }
 
 std::string value_text(const next_hop_group &members) {
@@ -34,8 +42,9 @@ std::string value_text(const next_hop_group &members) {
 }
 
 std::string value_text(const route &entry) {
-  return formatted("%s group %u metric %u line %u", to_text(entry.kind), entry.group, entry.metric,
-                   entry.input_line);
+  const std::string text = formatted("%s group %u metric %u line %u", to_text(entry.kind),
+                                     entry.group, entry.metric, entry.input_line);
+  return entry.protocol == 0 ? text : text + formatted(" protocol %u", entry.protocol);
 }
 
 // The entries of a file by name, the closing line included: it is an entry like any other.
@@ -81,6 +90,8 @@ std::string line_of(const route_key &key, const route &entry) {
 
 void write_table(const route_table &table, const std::string &path) {
   std::ofstream file(path, std::ios::trunc);
+  for (const auto &[number, segments] : table.segment_lists)
+    file << "segment-list " << number << separator << value_text(segments) << '\n';
   for (const auto &[number, hop] : table.next_hops)
     file << line_of(number, hop) << '\n';
   for (const auto &[number, members] : table.groups)

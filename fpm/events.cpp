@@ -1,0 +1,28 @@
+// What a routing daemon says, as the feed understands it.
+//
+// Room: fpm. Includes this folder.
+#include "fpm/events.h"
+
+#include <array>
+
+namespace fpm {
+
+const char *to_text(skip reason) {
+  constexpr std::array<const char *, skip_reasons> names = {
+      "of IPv4",
+      "of another family",
+      "not about routes",
+      "frames without netlink",
+      "cached routes",
+      "source-specific routes",
+      "of another kind",
+      "with a gateway that is not IPv6",
+      "with seg6local",
+      "with another encapsulation",
+      "with segments to insert",
+      "with too many segments",
+  };
+  return names[static_cast<size_t>(reason)];
+}
+
+} // namespace fpm
