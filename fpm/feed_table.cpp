@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <linux/rtnetlink.h>
-#include <ranges>
 #include <utility>
 
 namespace fpm {
@@ -250,15 +249,11 @@ feed_table::concerns feed_table::settle_object(const object_key &key, object &se
   return was_usable ? concerns::all_routes : concerns::waiting_routes;
 }
 
-// Routes that use an object of which something has changed have changed with it.
-template <class Keys>
-void feed_table::touch_routes(const Keys &keys) {
-  for (const demo::route_key &key : keys) {
-    const kept_route &kept = routes_.at(key);
-    const auto used = objects_.find({kept.session, kept.object});
-    if (used != objects_.end() && used->second.touched)
-      changes_.routes.insert(key);
-  }
+// A route that uses an object of which something has changed has changed with it.
+void feed_table::touch_route(const demo::route_key &key, const kept_route &kept) {
+  const auto used = objects_.find({kept.session, kept.object});
+  if (used != objects_.end() && used->second.touched)
+    changes_.routes.insert(key);
 }
 
 void feed_table::settle() {
@@ -267,9 +262,11 @@ void feed_table::settle() {
     for (auto &[key, kept] : objects_)
       most = std::max(most, settle_object(key, kept));
   if (most == concerns::waiting_routes)
-    touch_routes(waiting_); // to the others it has not been there
+    for (const demo::route_key &key : waiting_) // to the others it has not been there
+      touch_route(key, routes_.at(key));
   else if (most == concerns::all_routes)
-    touch_routes(std::views::keys(routes_));
+    for (const auto &[key, kept] : routes_)
+      touch_route(key, kept);
   for (const demo::route_key &key : changes_.routes)
     if (routes_.contains(key) && !route(key))
       waiting_.insert(key);

@@ -155,8 +155,7 @@ private:
   void erase_hop(uint32_t number);
   enum class concerns { no_route, waiting_routes, all_routes };
   concerns settle_object(const object_key &key, object &settled);
-  template <class Keys>
-  void touch_routes(const Keys &keys);
+  void touch_route(const demo::route_key &key, const kept_route &kept);
   void erase_use(const object_key &key);
   void set_group(uint32_t number, demo::next_hop_group members);
   void erase_group(uint32_t number);

@@ -16,7 +16,6 @@
 #include <linux/lwtunnel.h>
 #include <linux/nexthop.h>
 #include <linux/rtnetlink.h>
-#include <linux/seg6.h>
 #include <linux/seg6_iptunnel.h>
 #include <optional>
 #include <sys/socket.h>
@@ -111,6 +110,17 @@ attributes<limit> attributes_of(const nlmsghdr &message, const Header &header, c
 // ---- encapsulation
 // -------------------------------------------------------------------------------
 
+// struct ipv6_sr_hdr, without the segments that are behind it.
+struct segment_header {
+  uint8_t next_header;
+  uint8_t length; // in units of eight bytes, without the first
+  uint8_t type;
+  uint8_t segments_left;
+  uint8_t last_entry;
+  uint8_t flags;
+  uint16_t tag;
+};
+
 demo::segment_list segments_of(const void *encapsulation, size_t bytes) {
   const attributes<SEG6_IPTUNNEL_MAX + 1> found(encapsulation, bytes, "SRv6 encapsulation");
   if (!found.has(SEG6_IPTUNNEL_SRH))
@@ -118,17 +128,17 @@ demo::segment_list segments_of(const void *encapsulation, size_t bytes) {
   // The mode, then the header as it is put into packets.
   constexpr size_t mode_bytes = sizeof(int32_t);
   const size_t size = found.size(SEG6_IPTUNNEL_SRH);
-  if (size < mode_bytes + sizeof(ipv6_sr_hdr) + sizeof(ipv6_address))
+  if (size < mode_bytes + sizeof(segment_header) + sizeof(ipv6_address))
     bad(formatted("SRv6 encapsulation: %zu bytes hold no segment", size));
   const auto *const bytes_of = static_cast<const uint8_t *>(found.payload(SEG6_IPTUNNEL_SRH));
   int32_t mode = 0;
   std::memcpy(&mode, bytes_of, sizeof mode);
-  ipv6_sr_hdr header{};
+  segment_header header{};
   std::memcpy(&header, bytes_of + mode_bytes, sizeof header);
 
   constexpr uint8_t segment_routing = 4; // the routing header's type
-  const size_t counted = size_t{header.first_segment} + 1;
-  const size_t header_bytes = (size_t{header.hdrlen} + 1) * 8;
+  const size_t counted = size_t{header.last_entry} + 1;
+  const size_t header_bytes = (size_t{header.length} + 1) * 8;
   if (header.type != segment_routing)
     bad(formatted("SRv6 encapsulation: a routing header of type %u, expected %u", header.type,
                   segment_routing));
@@ -138,7 +148,7 @@ demo::segment_list segments_of(const void *encapsulation, size_t bytes) {
   if (sizeof header + counted * sizeof(ipv6_address) > header_bytes)
     bad(formatted("SRv6 encapsulation: %zu segments in a header of %zu bytes", counted,
                   header_bytes));
-  if (header.segments_left != header.first_segment)
+  if (header.segments_left != header.last_entry)
     bad(formatted("SRv6 encapsulation: %u segments left of %zu", header.segments_left, counted));
   if (mode != SEG6_IPTUN_MODE_ENCAP)
     leave_out(skip::inline_segments);

@@ -35,6 +35,8 @@ MAY_INCLUDE = [
                     r"include/mesh_fib6/"]),
     (r"demo/", [r"demo/", r"host/(mesh|osal|memory)_host\.h$", r"platform/(mesh|osal)\.h$",
                 r"include/mesh_fib6/"]),
+    (r"fpm/", [r"fpm/", r"demo/", r"host/(mesh|osal)_host\.h$", r"platform/mesh\.h$",
+               r"include/mesh_fib6/"]),
     # What the codec is compared with must not be made of it.
     (r"tests/reference/", [r"tests/reference/", r"tools/descriptors\.h$", r"include/mesh_fib6/"]),
 ]
@@ -48,7 +50,7 @@ INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"\n]+)"|<([^>\n]+)>)', 
 
 
 def sources(tree):
-    for room in (*LIBRARY, "host", "tools", "examples", "demo", "tests/reference"):
+    for room in (*LIBRARY, "host", "tools", "examples", "demo", "fpm", "tests/reference"):
         for folder, _, names in os.walk(os.path.join(tree, room)):
             for name in sorted(names):
                 if name.endswith((".h", ".c", ".hpp", ".cpp")):
@@ -169,6 +171,14 @@ SAMPLES = [
     ("demo/a.cpp", '"modules/one/schema.h"', True),
     ("demo/a.cpp", '"wire/format/schema.h"', True),
     ("demo/a.cpp", "<vector>", False),
+    ("demo/a.cpp", '"fpm/feed.h"', True),
+    ("fpm/a.cpp", '"fpm/feed.h"', False),
+    ("fpm/a.cpp", '"demo/text.h"', False),
+    ("fpm/a.cpp", "<mesh_fib6/host/mesh_host.h>", False),
+    ("fpm/a.cpp", "<mesh_fib6/host/connection.h>", True),
+    ("fpm/a.cpp", "<mesh_fib6/one.h>", False),
+    ("fpm/a.cpp", '"wire/format/schema.h"', True),
+    ("fpm/a.cpp", '"tools/descriptors.h"', True),
     ("tests/reference/a.cpp", '"tests/reference/b.h"', False),
     ("tests/reference/a.cpp", '"tools/descriptors.h"', False),
     ("tests/reference/a.cpp", "<mesh_fib6/one.h>", False),
@@ -183,7 +193,7 @@ THERE = ["include/mesh_fib6/message_api.h", "include/mesh_fib6/one.h", "include/
          "wire/format/schema.h", "wire/general/reader.h", "wire/general/handover.h",
          "wire/quick/lanes.h", "wire/codec.h", "transport/send.h", "modules/one/schema.h",
          "modules/two/schema.h", "host/mesh_host.h", "host/connection.h", "demo/text.h",
-         "tools/descriptors.h",
+         "fpm/feed.h", "tools/descriptors.h",
          "tests/reference/b.h", "tests/support/fake.h", "fuzz/seeds.h"]
 
 
