@@ -35,6 +35,8 @@ TEST(RouteModel, KnowsTheMessagesByTheHashOfTheirNames) {
   EXPECT_EQ(group_delete_id, 0xE0BBBCA0u);
   EXPECT_EQ(next_hop_update_id, 0x5FFC4D23u);
   EXPECT_EQ(next_hop_delete_id, 0xEE8FB479u);
+  EXPECT_EQ(list_update_id, 0x44FD956Bu);
+  EXPECT_EQ(list_delete_id, 0x03FB3FE1u);
   EXPECT_EQ(phase_id, 0x2DAF16C2u);
 }
 
@@ -132,4 +134,57 @@ TEST(RouteModel, ReadsAGroupBackAsItWasAndNoticesEveryChangedByte) {
     next_hop_group read_members;
     return read_record(other, number, read_members);
   });
+}
+
+TEST(RouteModel, KeepsTheProtocolOfARouteAndTheSegmentListOfANextHop) {
+  EXPECT_EQ(route_record(key, {route_kind::unicast, 8, 9, 10, 186}).f6, 186u);
+  EXPECT_EQ(next_hop_record(5, {network, 3, 4}).f3, 4u);
+}
+
+TEST(RouteModel, ReadsASegmentListBackAsItWas) {
+  ipv6_address last = network;
+  last[15] = 10;
+  segment_list ten(9, network);
+  ten.push_back(last);
+  for (const segment_list &segments : {segment_list{network}, segment_list{network, last}, ten}) {
+    const feiBrokerFib6_srv6SrList record = list_record(7, 5, segments);
+    EXPECT_EQ(record.f0, 7u);
+    EXPECT_EQ(record.f1, 5u);
+    EXPECT_EQ(record.f2, segments.size());
+    EXPECT_EQ(std::memcmp(record.f4, network.data(), sizeof network), 0);
+    uint32_t number = 0;
+    segment_list read_segments;
+    EXPECT_TRUE(read_record(record, number, read_segments));
+    EXPECT_EQ(number, 5u);
+    EXPECT_EQ(read_segments, segments);
+  }
+  EXPECT_EQ(std::memcmp(list_record(7, 5, ten).f13, last.data(), sizeof last), 0);
+}
+
+TEST(RouteModel, RefusesASegmentListThatBreaksTheAgreement) {
+  const feiBrokerFib6_srv6SrList good = list_record(7, 5, {network, network});
+  const auto refused = [&](auto spoil) {
+    feiBrokerFib6_srv6SrList record = good;
+    spoil(record);
+    uint32_t number = 0;
+    segment_list segments;
+    return !read_record(record, number, segments);
+  };
+  using list = feiBrokerFib6_srv6SrList;
+  EXPECT_TRUE(refused([](list &record) { record.f2 = 0; }));
+  EXPECT_TRUE(refused([](list &record) { record.f2 = 11; }));
+  EXPECT_TRUE(refused([](list &record) { record.f2 = 1; })); // a segment in a slot beyond it
+  EXPECT_TRUE(refused([](list &record) { record.f13[3] = 1; }));
+  EXPECT_TRUE(refused([](list &record) { record.f3 = 1; }));
+  EXPECT_TRUE(refused([](list &record) { record.f14 = 1; }));
+  EXPECT_TRUE(refused([](list &record) { record.f15 = 1; }));
+  EXPECT_TRUE(refused([](list &record) { record.f16 = 1; }));
+}
+
+TEST(RouteModel, RefusesAKeyOfASegmentListWithMoreThanItsNumber) {
+  uint32_t number = 0;
+  EXPECT_TRUE(read_record(list_key_record(7, 5), number));
+  EXPECT_EQ(number, 5u);
+  EXPECT_FALSE(read_record({7, 5, 1, 0}, number));
+  EXPECT_FALSE(read_record({7, 5, 0, 1}, number));
 }

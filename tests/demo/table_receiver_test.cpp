@@ -214,4 +214,102 @@ TEST_F(TableReceiver, NamesEveryKindOfProblem) {
   EXPECT_EQ(problems_of(told), expected);
 }
 
+// Records of a sender that goes on sending, as they come out of the decoder.
+class GoingOn : public testing::Test {
+protected:
+  void say(uint32_t sequence, phase now, uint32_t routes) {
+    feiBrokerFib6_pidStateMsg message{sequence, {1, static_cast<uint32_t>(now), routes + 1}};
+    receiver.take(phase_id, &message);
+  }
+  void announce(uint32_t sequence, uint8_t last_byte) {
+    feiBrokerFib6_ipv6Fwd record = route_record({0, {{0, last_byte}, 16}}, {});
+    const feiBrokerFib6_ipv6FwdUpdateMsg message{sequence, 1, &record};
+    receiver.take(route_update_id, &message);
+  }
+  void withdraw(uint32_t sequence, uint8_t last_byte) {
+    feiBrokerFib6_ipv6FwdKey record = key_record({0, {{0, last_byte}, 16}});
+    const feiBrokerFib6_ipv6FwdDelMsg message{sequence, 1, &record};
+    receiver.take(route_delete_id, &message);
+  }
+  size_t routes() const { return receiver.contents().routes.size(); }
+
+  uint64_t phases = 0;
+  table_receiver receiver{[this](table_receiver &, phase) { phases++; }};
+};
+
+TEST_F(GoingOn, AWholeTableTakesThePlaceOfWhatWasThereWhenItIsComplete) {
+  say(1, phase::table_begins, 0);
+  announce(2, 1);
+  announce(3, 2);
+  say(4, phase::table_whole, 2);
+  EXPECT_EQ(routes(), 2u);
+  EXPECT_EQ(phases, 1u);
+
+  say(1, phase::table_begins, 0);
+  announce(2, 3);
+  EXPECT_EQ(routes(), 3u); // in use until the end
+  withdraw(3, 1);
+  EXPECT_EQ(routes(), 2u);
+  say(4, phase::table_whole, 1);
+  EXPECT_EQ(routes(), 1u);
+  EXPECT_FALSE(receiver.lacks_messages());
+  EXPECT_EQ(receiver.told_as("now")["rejected"], 0u);
+  EXPECT_EQ(receiver.told_as("now")["out_of_sequence"], 0u);
+}
+
+TEST_F(GoingOn, AnEmptyTableIsOneToo) {
+  announce(1, 1);
+  say(1, phase::table_begins, 0);
+  say(2, phase::table_whole, 0);
+  EXPECT_TRUE(receiver.contents().empty());
+  EXPECT_FALSE(receiver.lacks_messages());
+}
+
+TEST_F(GoingOn, AReceiverThatComesLaterLacksWhatWasSentBefore) {
+  say(9, phase::table_whole, 2);
+  EXPECT_TRUE(receiver.lacks_messages());
+  say(10, phase::table_whole, 2);
+  EXPECT_TRUE(receiver.lacks_messages());
+  say(1, phase::table_begins, 0);
+  EXPECT_FALSE(receiver.lacks_messages());
+}
+
+TEST_F(GoingOn, ALostMessageIsLacking) {
+  say(1, phase::table_begins, 0);
+  announce(3, 1);
+  EXPECT_TRUE(receiver.lacks_messages());
+}
+
+TEST_F(GoingOn, ATableOfAnotherSizeIsLacking) {
+  say(1, phase::table_begins, 0);
+  announce(2, 1);
+  say(3, phase::table_whole, 2);
+  EXPECT_TRUE(receiver.lacks_messages());
+}
+
+TEST_F(GoingOn, ARefusedMessageIsLacking) {
+  say(1, phase::table_begins, 0);
+  feiBrokerFib6_ipv6FwdUpdateMsg refused{2, 5, nullptr};
+  receiver.take(route_update_id, &refused);
+  EXPECT_TRUE(receiver.lacks_messages());
+}
+
+TEST_F(GoingOn, SegmentListsAreKeptAndDeleted) {
+  say(1, phase::table_begins, 0);
+  feiBrokerFib6_srv6SrList record = list_record(0, 5, {{0x20}, {0x30}});
+  const feiBrokerFib6_srv6SrListUpdateMsg update{2, 1, &record};
+  receiver.take(list_update_id, &update);
+  say(3, phase::table_whole, 0);
+  ASSERT_EQ(receiver.contents().segment_lists.size(), 1u);
+  EXPECT_EQ(receiver.contents().segment_lists.at(5), (segment_list{{0x20}, {0x30}}));
+  feiBrokerFib6_srv6SrListKey listed = list_key_record(0, 5);
+  const feiBrokerFib6_srv6SrListDelMsg deletion{4, 1, &listed};
+  receiver.take(list_delete_id, &deletion);
+  EXPECT_TRUE(receiver.contents().empty());
+  EXPECT_EQ(receiver.told_as("now")["rejected"], 0u);
+  const feiBrokerFib6_srv6SrListDelMsg again{5, 1, &listed};
+  receiver.take(list_delete_id, &again);
+  EXPECT_EQ(receiver.told_as("now")["rejected"], 1u);
+}
+
 } // namespace
