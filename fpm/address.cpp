@@ -11,7 +11,7 @@
 namespace fpm {
 
 std::string parse_listen_address(std::string_view text, listen_address &address) {
-  const std::string expected =
+  std::string expected =
       "expected an address and a port, as 127.0.0.1:2620 or [::1]:2620, found " + demo::shown(text);
   const size_t colon = text.rfind(':');
   uint32_t port = 0;

@@ -7,7 +7,7 @@
 #include "demo/text.h"
 #include <mesh_fib6/host/mesh_host.h>
 
-#include <algorithm>
+#include <functional>
 #include <unistd.h>
 #include <utility>
 
@@ -22,10 +22,11 @@ constexpr size_t most_messages_a_call = 64;
 constexpr uint32_t vrf = 0; // of everything but routes, as in the kernel
 
 // Entries wait here until there are enough for a message, which `send_them` makes and sends.
-template <class Entry, class Send>
+template <class Entry>
 class cut_into_messages {
 public:
-  explicit cut_into_messages(Send send_them) : send_(std::move(send_them)) {
+  using send_function = std::function<void(std::vector<Entry> &)>;
+  explicit cut_into_messages(send_function send_them) : send_(std::move(send_them)) {
     waiting_.reserve(batch);
   }
   void add(Entry entry) {
@@ -40,7 +41,7 @@ public:
   }
 
 private:
-  Send send_;
+  send_function send_;
   std::vector<Entry> waiting_;
 };
 
@@ -91,8 +92,9 @@ void record_sender::tell_updates(const feed_table &table, const changed_keys &ch
 
 void record_sender::update_lists(const feed_table &table, const changed_keys &changes) {
   using entry = std::pair<uint32_t, const demo::segment_list *>;
-  cut_into_messages<entry, std::function<void(std::vector<entry> &)>> cut([&](auto &entries) {
+  cut_into_messages<entry> cut([&](auto &entries) {
     std::vector<feiBrokerFib6_srv6SrList> records;
+    records.reserve(entries.size());
     for (const auto &[number, segments] : entries)
       records.push_back(demo::list_record(vrf, number, *segments));
     feiBrokerFib6_srv6SrListUpdateMsg message{0, static_cast<uint32_t>(records.size()),
@@ -110,8 +112,9 @@ void record_sender::update_lists(const feed_table &table, const changed_keys &ch
 
 void record_sender::update_next_hops(const feed_table &table, const changed_keys &changes) {
   using entry = std::pair<uint32_t, const demo::next_hop *>;
-  cut_into_messages<entry, std::function<void(std::vector<entry> &)>> cut([&](auto &entries) {
+  cut_into_messages<entry> cut([&](auto &entries) {
     std::vector<feiBrokerFib6_nhp6Std> records;
+    records.reserve(entries.size());
     for (const auto &[number, hop] : entries)
       records.push_back(demo::next_hop_record(number, *hop));
     feiBrokerFib6_nhp6UpdateMsg message{};
@@ -165,7 +168,7 @@ void record_sender::update_groups(const feed_table &table, const changed_keys &c
 void record_sender::update_routes(const feed_table &table, const changed_keys &changes) {
   using entry = std::pair<demo::route_key, demo::route>;
   std::vector<feiBrokerFib6_ipv6Fwd> records;
-  cut_into_messages<entry, std::function<void(std::vector<entry> &)>> cut([&](auto &entries) {
+  cut_into_messages<entry> cut([&](auto &entries) {
     records.clear();
     for (const auto &[key, route] : entries)
       records.push_back(demo::route_record(key, route));
@@ -189,16 +192,16 @@ void record_sender::tell_deletions(const feed_table &table, const changed_keys &
           const auto &keys, auto &told, auto wanted, send_function<Message> *sendmsg,
           Record (*record_of)(const typename std::decay_t<decltype(told)>::key_type &)) {
         using key_type = typename std::decay_t<decltype(told)>::key_type;
-        cut_into_messages<key_type, std::function<void(std::vector<key_type> &)>> cut(
-            [&](auto &entries) {
-              std::vector<Record> records;
-              for (const key_type &key : entries)
-                records.push_back(record_of(key));
-              Message message{0, static_cast<uint32_t>(records.size()), records.data()};
-              send(sendmsg, std::span(&message, 1));
-              for (const key_type &key : entries)
-                told.erase(key);
-            });
+        cut_into_messages<key_type> cut([&](auto &entries) {
+          std::vector<Record> records;
+          records.reserve(entries.size());
+          for (const key_type &key : entries)
+            records.push_back(record_of(key));
+          Message message{0, static_cast<uint32_t>(records.size()), records.data()};
+          send(sendmsg, std::span(&message, 1));
+          for (const key_type &key : entries)
+            told.erase(key);
+        });
         for (const key_type &key : keys)
           if (!wanted(key) && told.contains(key))
             cut.add(key);
