@@ -36,6 +36,7 @@ class Configuring(Building):
                 ("-DCMAKE_DISABLE_FIND_PACKAGE_fmt=ON", "libfmt-dev", "-DMESH_FIB6_TOOLS=OFF"),
                 ("-DCMAKE_DISABLE_FIND_PACKAGE_RapidJSON=ON", "rapidjson-dev", "-DMESH_FIB6_TOOLS=OFF"),
                 ("-DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON", "libgtest-dev", "-DMESH_FIB6_TESTS=OFF"),
+                ("-DMESH_FIB6_MNL_LIBRARY=", "libmnl-dev", "-DMESH_FIB6_FPM=OFF"),
                 (missing_library("CMAKE_IGNORE_PATH"), "libnats-dev", "-DMESH_FIB6_HOST_NATS=OFF")):
             name = option.partition("=")[0]
             with self.subTest(package=package):

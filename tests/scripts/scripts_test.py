@@ -265,7 +265,8 @@ class Scripts(unittest.TestCase):
         (elsewhere / "scripts").mkdir(parents=True)
         self.all_installed()
         for name in ("scripts/install-deps", "scripts/test", "scripts/fuzz", "scripts/valgrind",
-                     "scripts/demo", "scripts/try-fresh", "scripts/coverage", "scripts/bench",
+                     "scripts/demo", "scripts/try-fresh", "scripts/try-routing-daemon",
+                     "scripts/coverage", "scripts/bench",
                      "scripts/mutate", "scripts/count-tests", ".ci/run"):
             link = elsewhere / name.split("/")[1]
             link.symlink_to(tree / name)
