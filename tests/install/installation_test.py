@@ -146,17 +146,7 @@ class Installation(unittest.TestCase):
         """In which programs of users run."""
         settings = {"LD_LIBRARY_PATH": str(library_path), "OSAL_HOST_REPORT": "1",
                     "MESH_HOST_DIR": str(self.work / "mesh")}
-        if "thread" in SETTINGS["consumer_options"]:
-            settings["TSAN_OPTIONS"] = f"{os.environ.get('TSAN_OPTIONS', '')} suppressions={self.suppressions()}"
         return settings
-
-    def suppressions(self):
-        """What the project's own programs have linked, for programs that a user builds."""
-        written = re.findall(r'"(.*)\\n"', pathlib.Path(SETTINGS["source"], "host", "thread_checker.cpp").read_text())
-        self.assertTrue(written)
-        file = self.work / "suppressions"
-        file.write_text("\n".join(written) + "\n")
-        return file
 
     def check_output(self, expected, program, *arguments, library_path=""):
         """Runs a program of a user, which is to print this; what it wrote to stderr."""
