@@ -13,7 +13,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -296,13 +295,18 @@ TEST_F(Local, TakesAPacketOfNoMessagesForTheWordThatAllAreSettled) {
 
 TEST_F(Local, CutsOffASenderWhoseNumbersEndBeforeItsMessagesDo) {
   attach();
-  for (const uint64_t first : {uint64_t{0}, UINT64_MAX}) {
-    header head;
-    head.first = first;
-    const bytes body = message(sample_id, encode_sample(1));
-    ASSERT_NO_FATAL_FAILURE(expect_cut_off(packet(head, body), "numbered beyond"));
-    std::this_thread::sleep_for(std::chrono::milliseconds(1100)); // complaints come once a second
-  }
+  header head;
+  head.first = UINT64_MAX;
+  const bytes body = message(sample_id, encode_sample(1));
+  expect_cut_off(packet(head, body), "numbered beyond");
+}
+
+TEST_F(Local, CutsOffASenderWhoseNumbersBeginAtNothing) {
+  attach();
+  header head;
+  head.first = 0;
+  const bytes body = message(sample_id, encode_sample(1));
+  expect_cut_off(packet(head, body), "numbered beyond");
 }
 
 TEST_F(Local, CutsOffASenderThatSettledWhatItHasNotSent) {
