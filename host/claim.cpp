@@ -3,6 +3,7 @@
 // Room: host.
 #include "host/claim.h"
 
+#include "host/directory.h"
 #include "host/mesh_host.h"
 #include "host/tell.h"
 
@@ -18,16 +19,10 @@ namespace mesh_host {
 namespace {
 
 bool is_private(const char *path, const struct stat &state) {
-  if (state.st_uid != geteuid()) {
-    tell("directory %s belongs to user %u, expected user %u", path, state.st_uid, geteuid());
-    return false;
-  }
-  if ((state.st_mode & 077) != 0) {
-    tell("directory %s has mode %04o, expected 0700: others could reach the sockets in it", path,
-         state.st_mode & 07777);
-    return false;
-  }
-  return true;
+  const std::string problem = why_not_private(path, state);
+  if (!problem.empty())
+    tell("%s", problem.c_str());
+  return problem.empty();
 }
 
 // The holder's process id, which it wrote into the lock file; 0 when it is not there yet.

@@ -4,6 +4,7 @@
 // mistake does not hide the next.
 #include "host/settings.h"
 
+#include "host/directory.h"
 #include "host/tell.h"
 
 #include <algorithm>
@@ -14,7 +15,6 @@
 #include <fstream>
 #include <sstream>
 #include <string_view>
-#include <unistd.h>
 #include <vector>
 
 namespace mesh_host {
@@ -47,13 +47,6 @@ bool read_variable(const char *name, uint64_t least, uint64_t most, Number &into
   }
   into = static_cast<Number>(*value);
   return true;
-}
-
-std::string default_directory() {
-  const char *runtime = getenv("XDG_RUNTIME_DIR");
-  if (runtime != nullptr && runtime[0] != '\0')
-    return std::string(runtime) + "/mesh-host";
-  return "/tmp/mesh-host-" + std::to_string(geteuid());
 }
 
 std::vector<std::string> words_of(const std::string &line) {
@@ -235,18 +228,6 @@ private:
   bool all_placed_ = false;
 };
 
-// A slash or a dot at the end would hide that the name is a link.
-std::string without_tail(std::string path) {
-  for (;;) {
-    if (path.size() > 1 && path.ends_with("/"))
-      path.pop_back();
-    else if (path.size() > 2 && path.ends_with("/."))
-      path.erase(path.size() - 2);
-    else
-      return path;
-  }
-}
-
 bool read_faults(fault_settings &into) {
   bool good = read_probability("MESH_HOST_FAULT_REFUSE", into.refuse);
   good = read_probability("MESH_HOST_FAULT_DELAY", into.delay) && good;
@@ -259,9 +240,7 @@ bool read_faults(fault_settings &into) {
 
 std::optional<settings> read_settings() {
   settings found;
-  const char *directory = getenv("MESH_HOST_DIR");
-  found.directory =
-      without_tail(directory != nullptr && directory[0] != '\0' ? directory : default_directory());
+  found.directory = directory_of_environment();
 
   constexpr uint64_t no_end = UINT64_MAX / 2;
   bool good = read_variable("MESH_HOST_SEND_TIMEOUT_MS", 0, INT_MAX, found.send_timeout_ms);
