@@ -103,4 +103,26 @@ struct capture_options {
 };
 ending capture(const capture_options &options, output &out);
 
+// host: the development host. Its directory is the environment's where none is named.
+struct host_status_options {
+  std::string directory;
+  bool as_json = false;
+  double every_seconds = 0; // once
+};
+ending host_status(const host_status_options &options, output &out);
+
+struct host_up_options {
+  std::string directory;
+  uint16_t port = 0;   // any
+  std::string storage; // "memory", "file"; empty for what is there, or memory
+  bool is_foreground = false;
+};
+ending host_up(const host_up_options &options, output &out);
+
+struct host_down_options {
+  std::string directory;
+  bool erases = false;
+};
+ending host_down(const host_down_options &options);
+
 } // namespace mesh_fib6::tools::cli

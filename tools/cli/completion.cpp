@@ -21,8 +21,18 @@ std::string messages() {
 std::string names_of(const std::vector<known_command> &commands) {
   std::string text;
   for (const known_command &command : commands)
-    text += (text.empty() ? "" : " ") + command.name;
+    text += (text.empty() ? "" : " ") + command.last_word();
   return text;
+}
+
+// Those that have parts, with a part each.
+std::vector<known_command> with_parts(const std::vector<known_command> &commands) {
+  std::vector<known_command> all;
+  for (const known_command &command : commands) {
+    all.push_back(command);
+    all.insert(all.end(), command.parts.begin(), command.parts.end());
+  }
+  return all;
 }
 
 std::string options_of(const known_command &command) {
@@ -67,19 +77,30 @@ std::string words_of_arguments(const known_command &command) {
 std::string for_bash(const std::vector<known_command> &commands) {
   std::string text = fmt::format(R"(# Completion of mesh-fib6 for bash.
 _mesh_fib6() {{
-  local IFS=$' \t\n' current=${{COMP_WORDS[COMP_CWORD]}} options= words= only=
+  local IFS=$' \t\n' current=${{COMP_WORDS[COMP_CWORD]}} command=${{COMP_WORDS[1]}} options= words= only=
   if [ "$COMP_CWORD" -eq 1 ]; then
     mapfile -t COMPREPLY < <(compgen -W '{} --help --version' -- "$current")
     return
   fi
-  case ${{COMP_WORDS[1]}} in
 )",
                                  names_of(commands));
   for (const known_command &command : commands)
-    text += fmt::format("    {}) options='{}' words='{}' ;;\n", command.name, options_of(command),
+    if (!command.parts.empty())
+      text += fmt::format(R"(  if [ "$command" = {} ]; then
+    if [ "$COMP_CWORD" -eq 2 ]; then
+      mapfile -t COMPREPLY < <(compgen -W '{} --help' -- "$current")
+      return
+    fi
+    command+=" ${{COMP_WORDS[2]}}"
+  fi
+)",
+                          command.name, names_of(command.parts));
+  text += "  case $command in\n";
+  for (const known_command &command : with_parts(commands))
+    text += fmt::format("    '{}') options='{}' words='{}' ;;\n", command.name, options_of(command),
                         words_of_arguments(command));
-  text += "  esac\n  case \"${COMP_WORDS[1]} ${COMP_WORDS[COMP_CWORD - 1]}\" in\n";
-  for (const known_command &command : commands)
+  text += "  esac\n  case \"$command ${COMP_WORDS[COMP_CWORD - 1]}\" in\n";
+  for (const known_command &command : with_parts(commands))
     for (const known_command::option &option : command.options)
       if (const std::string words = words_behind(option); !words.empty())
         text += fmt::format("    '{} {}') only='{}' ;;\n", command.name, option.name, words);
@@ -105,6 +126,7 @@ std::string for_zsh(const std::vector<known_command> &commands) {
   std::string text = R"(#compdef mesh-fib6
 # Completion of mesh-fib6 for zsh.
 local -a commands options
+local command=$words[2]
 commands=(
 )";
   for (const known_command &command : commands)
@@ -114,16 +136,31 @@ if (( CURRENT == 2 )); then
   _describe command commands
   return
 fi
-case $words[2] in
 )";
   for (const known_command &command : commands) {
-    text += fmt::format("  {}) options=(", command.name);
+    if (command.parts.empty())
+      continue;
+    text += fmt::format("if [[ $command == {} ]]; then\n  commands=(\n", command.name);
+    for (const known_command &part : command.parts)
+      text += fmt::format("    {}\n", in_quotes(part.last_word() + ":" + part.help, "'\\''"));
+    text += R"(  )
+  if (( CURRENT == 3 )); then
+    _describe command commands
+    return
+  fi
+  command+=" $words[3]"
+fi
+)";
+  }
+  text += "case $command in\n";
+  for (const known_command &command : with_parts(commands)) {
+    text += fmt::format("  '{}') options=(", command.name);
     for (const known_command::option &option : command.options)
       text += fmt::format("\n    {}", in_quotes(option.name + ":" + option.help, "'\\''"));
     text += ") ;;\n";
   }
-  text += "esac\ncase \"$words[2] $words[CURRENT-1]\" in\n";
-  for (const known_command &command : commands)
+  text += "esac\ncase \"$command $words[CURRENT-1]\" in\n";
+  for (const known_command &command : with_parts(commands))
     for (const known_command::option &option : command.options)
       if (const std::string words = words_behind(option); !words.empty())
         text +=
@@ -145,18 +182,33 @@ _files
                             users_of_messages(commands, '|'), messages(), arguments);
 }
 
+// While `condition` holds.
+std::string options_for_fish(const known_command &command, const std::string &condition) {
+  std::string text;
+  for (const known_command::option &option : command.options)
+    text += fmt::format("complete -c mesh-fib6 -n '{}' -{} {}{} -d {}\n", condition,
+                        option.name.starts_with("--") ? "l" : "s",
+                        option.name.substr(option.name.find_first_not_of('-')),
+                        words_behind(option).empty() ? "" : " -x -a '" + words_behind(option) + "'",
+                        in_quotes(option.help, "\\'"));
+  return text;
+}
+
 std::string for_fish(const std::vector<known_command> &commands) {
   std::string text = "# Completion of mesh-fib6 for fish.\n";
   for (const known_command &command : commands) {
     text += fmt::format("complete -c mesh-fib6 -n __fish_use_subcommand -f -a {} -d {}\n",
                         command.name, in_quotes(command.help, "\\'"));
-    for (const known_command::option &option : command.options)
+    const std::string is_seen = "__fish_seen_subcommand_from " + command.name;
+    text += options_for_fish(command, is_seen);
+    for (const known_command &part : command.parts) {
+      text += fmt::format("complete -c mesh-fib6 -n '{}; and not __fish_seen_subcommand_from {}' "
+                          "-f -a {} -d {}\n",
+                          is_seen, names_of(command.parts), part.last_word(),
+                          in_quotes(part.help, "\\'"));
       text +=
-          fmt::format("complete -c mesh-fib6 -n '__fish_seen_subcommand_from {}' -{} {}{} -d {}\n",
-                      command.name, option.name.starts_with("--") ? "l" : "s",
-                      option.name.substr(option.name.find_first_not_of('-')),
-                      words_behind(option).empty() ? "" : " -x -a '" + words_behind(option) + "'",
-                      in_quotes(option.help, "\\'"));
+          options_for_fish(part, is_seen + "; and __fish_seen_subcommand_from " + part.last_word());
+    }
   }
   for (const known_command &command : commands)
     if (const std::string words = words_of_arguments(command); !words.empty())

@@ -23,11 +23,14 @@ struct known_command {
     std::vector<std::string> words;
   };
 
-  std::string name;
+  std::string name; // `decode`, `host up`
   std::string help;
   bool takes_message; // MESSAGE is one of its arguments
   std::vector<argument> arguments;
   std::vector<option> options;
+  std::vector<known_command> parts; // one of which is to be named; `host up` of `host`
+
+  std::string last_word() const { return name.substr(name.rfind(' ') + 1); }
 };
 
 enum class shell : unsigned char { bash, zsh, fish };

@@ -27,6 +27,9 @@ constexpr const char *about =
     "A MESSAGE is named in full, by its module, by an end that no other name has, or by its "
     "identifier: feiBrokerFib6_ipv6FwdUpdateMsg, fib6.ipv6FwdUpdateMsg, Fib6_ipv6FwdUpdateMsg, "
     "0x5026A923.";
+constexpr const char *host_endings = "Exit status: 0 good, 1 the directory or the server cannot be "
+                                     "used, 2 wrong usage, 3 the output "
+                                     "cannot be written.";
 constexpr const char *endings =
     "Exit status: 0 good, 1 a buffer is refused, 2 wrong usage, 3 what was read is not what was "
     "expected, or a file cannot be read or written.";
@@ -59,6 +62,7 @@ public:
     add_random();
     add_bench();
     add_capture();
+    add_host();
     add_completion();
     add_manual();
   }
@@ -92,27 +96,44 @@ private:
 
   // Before all else that may be missing.
   void refuse_unknown_command(int argc, char **argv) const {
-    const std::string name = argc > 1 ? argv[1] : "-";
-    if (name.empty() || name.front() != '-') {
+    const CLI::App *of = &app_;
+    for (int i = 1; !of->get_subcommands({}).empty(); i++) {
+      const std::string name = i < argc ? argv[i] : "-";
+      if (!name.empty() && name.front() == '-')
+        return;
       std::vector<std::string> names;
-      for (const CLI::App *command : app_.get_subcommands({}))
+      const CLI::App *found = nullptr;
+      for (const CLI::App *command : of->get_subcommands({})) {
         names.push_back(command->get_name());
-      if (std::find(names.begin(), names.end(), name) == names.end())
+        if (command->get_name() == name)
+          found = command;
+      }
+      if (found == nullptr)
         throw failure(ending::usage, "unknown command '" + name + "'" +
-                                         did_you_mean(nearest(name, names)) +
-                                         "\nsee mesh-fib6 --help");
+                                         did_you_mean(nearest(name, names)) + "\nsee " +
+                                         path_of(of) + " --help");
+      of = found;
     }
   }
 
+  // `mesh-fib6 host up`
+  static std::string path_of(const CLI::App *command) {
+    const CLI::App *const around = command->get_parent();
+    return around == nullptr ? "mesh-fib6" : path_of(around) + " " + command->get_name();
+  }
+
+  // The one that was meant.
   static std::string command_of(const CLI::App *app) {
-    std::string text = "mesh-fib6";
-    for (const CLI::App *command : app->get_subcommands())
-      text += " " + command->get_name();
-    return text;
+    const std::vector<CLI::App *> meant = app->get_subcommands();
+    return meant.empty() ? path_of(app) : command_of(meant.front());
   }
 
   CLI::App *add_command(const char *name, const char *does, std::function<ending()> runs) {
-    CLI::App *const command = app_.add_subcommand(name, does);
+    return add_command(app_, name, does, std::move(runs));
+  }
+  CLI::App *add_command(CLI::App &around, const char *name, const char *does,
+                        std::function<ending()> runs) {
+    CLI::App *const command = around.add_subcommand(name, does);
     command->footer(endings);
     command->callback([this, runs = std::move(runs)] { command_ = runs; });
     return command;
@@ -157,6 +178,17 @@ private:
             help)
         ->type_name("N")
         ->default_str(std::to_string(value));
+  }
+
+  // Of an option that takes a time. What is no number is within every range.
+  static CLI::Validator seconds(double least, double most) {
+    return CLI::Range(least, most) & CLI::Validator(
+                                         [](const std::string &text) {
+                                           return text.find_first_of("nN") != std::string::npos
+                                                      ? "expected a number"
+                                                      : std::string();
+                                         },
+                                         "");
   }
 
   void add_notation(CLI::App *command, notation &value) {
@@ -342,13 +374,7 @@ private:
                         "records as JSON; - is standard input; without it, records at random");
     add_number(command, "--seed", bench_.seed, "which records at random");
     command->add_option("--seconds", bench_.seconds, "how long to measure each operation")
-        ->check(CLI::Range(0.001, 3600.0) &
-                CLI::Validator(
-                    [](const std::string &text) {
-                      return text.find_first_of("nN") != std::string::npos ? "expected a number"
-                                                                           : std::string();
-                    },
-                    ""))
+        ->check(seconds(0.001, 3600))
         ->capture_default_str();
     command->add_flag("--json", bench_.as_json, "as lines of JSON");
   }
@@ -370,6 +396,52 @@ private:
         command->add_flag("--summary", capture_.as_summary, "how many of each there are");
     command->add_flag("--frames", capture_.in_frames, "as frames, for decode --frames")
         ->excludes(summary);
+  }
+
+  void add_host() {
+    CLI::App *const host = app_.add_subcommand(
+        "host", "Shows the development host's processes, and runs a server for it.");
+    host->require_subcommand(1);
+    host->footer(host_endings);
+    const auto add = [&](const char *name, const char *does, std::string &directory,
+                         std::function<ending()> runs) {
+      CLI::App *const command = add_command(*host, name, does, std::move(runs));
+      command->footer(host_endings);
+      command
+          ->add_option("--dir", directory,
+                       "the host's directory; without it, what MESH_HOST_DIR says, or programs use "
+                       "without that")
+          ->type_name("DIR");
+      return command;
+    };
+
+    CLI::App *const status =
+        add("status", "Says what each process of the host has sent, received and lost.",
+            host_status_.directory, [this] { return host_status(host_status_, out_); });
+    status->add_flag("--json", host_status_.as_json, "as a line of JSON");
+    status
+        ->add_option("--watch", host_status_.every_seconds,
+                     "again and again, after so many seconds")
+        ->check(seconds(0.1, 86400))
+        ->type_name("SECONDS");
+
+    CLI::App *const up = add(
+        "up", "Starts a NATS server for programs of this machine, and says what to set for them.",
+        host_up_.directory, [this] { return host_up(host_up_, out_); });
+    up->add_option("--port", host_up_.port, "of 127.0.0.1; without it, the last one or any")
+        ->check(CLI::Range(1, 65535))
+        ->type_name("PORT");
+    add_choice<std::string>(up, "--storage", "STORAGE", host_up_.storage,
+                            {{"memory", "memory"}, {"file", "file"}},
+                            "where messages wait for their receiver: memory, or file, which a "
+                            "server that is started again still has");
+    up->add_flag("--foreground", host_up_.is_foreground,
+                 "become the server, with its log on standard error");
+
+    CLI::App *const down = add("down", "Ends the server that up started.", host_down_.directory,
+                               [this] { return host_down(host_down_); });
+    down->add_flag("--erase", host_down_.erases,
+                   "and removes its files, with the messages in them");
   }
 
   void add_completion() {
@@ -401,25 +473,33 @@ private:
   std::vector<known_command> known_commands() const {
     std::vector<known_command> result;
     for (const CLI::App *command : app_.get_subcommands({})) {
-      known_command each{command->get_name(), command->get_description(), false, {}, {}};
-      for (const CLI::Option *option : command->get_options()) {
-        const std::string &help = option->get_description();
-        const bool takes_value = option->get_items_expected_max() > 0;
-        const std::string value = takes_value ? option->get_type_name() : std::string();
-        const auto found = words_of_.find(option);
-        const std::vector<std::string> words =
-            found != words_of_.end() ? found->second : std::vector<std::string>();
-        each.takes_message |= option->get_name() == "MESSAGE";
-        if (option->get_positional())
-          each.arguments.push_back({option->get_name(), help, option->get_required(), words});
-        for (const std::string &name : option->get_lnames())
-          each.options.push_back({"--" + name, value, help, words});
-        for (const std::string &name : option->get_snames())
-          each.options.push_back({"-" + name, value, help, words});
+      result.push_back(known(*command, command->get_name()));
+      for (const CLI::App *part : command->get_subcommands({})) {
+        known_command each = known(*part, command->get_name() + " " + part->get_name());
+        result.back().parts.push_back(std::move(each));
       }
-      result.push_back(std::move(each));
     }
     return result;
+  }
+
+  known_command known(const CLI::App &command, std::string name) const {
+    known_command each{std::move(name), command.get_description(), false, {}, {}, {}};
+    for (const CLI::Option *option : command.get_options()) {
+      const std::string &help = option->get_description();
+      const bool takes_value = option->get_items_expected_max() > 0;
+      const std::string value = takes_value ? option->get_type_name() : std::string();
+      const auto found = words_of_.find(option);
+      const std::vector<std::string> words =
+          found != words_of_.end() ? found->second : std::vector<std::string>();
+      each.takes_message |= option->get_name() == "MESSAGE";
+      if (option->get_positional())
+        each.arguments.push_back({option->get_name(), help, option->get_required(), words});
+      for (const std::string &word : option->get_lnames())
+        each.options.push_back({"--" + word, value, help, words});
+      for (const std::string &word : option->get_snames())
+        each.options.push_back({"-" + word, value, help, words});
+    }
+    return each;
   }
 
   CLI::App app_{about, "mesh-fib6"};
@@ -438,6 +518,9 @@ private:
   random_options random_;
   bench_options bench_;
   capture_options capture_;
+  host_status_options host_status_;
+  host_up_options host_up_;
+  host_down_options host_down_;
   cli::shell shell_ = shell::bash;
 };
 

@@ -30,7 +30,18 @@ std::string entry_of(const std::string &head, const std::string &help) {
   return head + "\n\t" + escaped(help) + "\n\n";
 }
 
-constexpr const char *rest = R"(# FORMS OF INPUT
+std::string section_of(const known_command &command) {
+  std::string text = fmt::format("## {}\n\n{}\n\n", command.name, escaped(command.help));
+  for (const known_command::argument &argument : command.arguments)
+    text += entry_of("_" + argument.name + "_", argument.help);
+  for (const known_command::option &option : command.options)
+    text += entry_of("*" + escaped(option.name) + "*" +
+                         (option.value.empty() ? "" : " _" + option.value + "_"),
+                     option.help);
+  return text;
+}
+
+constexpr const char *rest = R"scdoc(# FORMS OF INPUT
 
 Bytes are binary or text: hexadecimal digits, or a dump as *xxd*(1), *hexdump -C*, *tcpdump -x* or
 *mesh-fib6 explain* write one. Records are JSON, a member for each of the record's; what is left out is
@@ -42,7 +53,7 @@ zero or empty. A frame is a u32 identifier, a u32 length and the message, number
 	Good.
 
 *1*
-	A message is refused; of *diff*: the two differ.
+	A message is refused; of *diff*: the two differ; of *host*: the directory or the server cannot be used.
 
 *2*
 	Wrong usage.
@@ -62,6 +73,10 @@ zero or empty. A frame is a u32 identifier, a u32 length and the message, number
 *MESH_FIB6_TAP_BYTES*
 	How long that file may become: 64 MiB unless told.
 
+*MESH_HOST_DIR*
+	The directory of the development host's processes, which *host* looks into: $XDG\_RUNTIME\_DIR/mesh-host
+	unless told, or /tmp/mesh-host-_uid_ without that.
+
 # EXAMPLES
 
 Capture what a process sends and receives, and read it:
@@ -80,10 +95,19 @@ mesh-fib6 explain fib6.ipv6FwdUpdateMsg route.bin
 mesh-fib6 explain fib6.ipv6FwdUpdateMsg route.bin --html > route.html
 ```
 
-# SEE ALSO
+Run a server for programs of this machine, and see what they count:
+
+```
+eval "$(mesh-fib6 host up)"
+./service &
+mesh-fib6 host status --watch 1
+mesh-fib6 host down
+```
+
+#SEE ALSO
 
 *xxd*(1), *tshark*(1)
-)";
+)scdoc";
 
 } // namespace
 
@@ -94,18 +118,18 @@ std::string manual_of(const std::string &version, const std::string &about,
                   "makes and checks messages of the IPv6 forwarding service\n\n"
                   "# SYNOPSIS\n\n",
                   version);
-  for (const known_command &command : commands)
-    text += synopsis_of(command) + "++\n";
+  for (const known_command &command : commands) {
+    if (command.parts.empty())
+      text += synopsis_of(command) + "++\n";
+    for (const known_command &part : command.parts)
+      text += synopsis_of(part) + "++\n";
+  }
   text += "*mesh-fib6* *--help* | *--version*\n\n# DESCRIPTION\n\n" + escaped(about) +
           "\n\nEvery command has *--help*.\n\n# COMMANDS\n\n";
   for (const known_command &command : commands) {
-    text += fmt::format("## {}\n\n{}\n\n", command.name, escaped(command.help));
-    for (const known_command::argument &argument : command.arguments)
-      text += entry_of("_" + argument.name + "_", argument.help);
-    for (const known_command::option &option : command.options)
-      text += entry_of("*" + escaped(option.name) + "*" +
-                           (option.value.empty() ? "" : " _" + option.value + "_"),
-                       option.help);
+    text += section_of(command);
+    for (const known_command &part : command.parts)
+      text += section_of(part);
   }
   return text + rest;
 }

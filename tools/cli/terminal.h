@@ -16,7 +16,7 @@ namespace mesh_fib6::tools::cli {
 // Exit statuses. The worst of several counts.
 enum class ending : int {
   good = 0,
-  refused = 1, // a buffer that the library refuses
+  refused = 1, // a buffer that the library refuses; of host: what it should use cannot be used
   usage = 2,
   input = 3, // what was read is not what was expected, or a file cannot be read or written
 };
