@@ -15,7 +15,8 @@ set(MESH_FIB6_PUBLIC_HEADERS
 set(MESH_FIB6_HOST_HEADERS
   host/mesh_host.h
   host/osal_host.h
-  host/memory_host.h)
+  host/memory_host.h
+  host/status_file.h)
 
 # Where our own sources find them, and each other.
 set(MESH_FIB6_OWN_INCLUDES ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)

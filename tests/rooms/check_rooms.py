@@ -30,7 +30,8 @@ MAY_INCLUDE = [
                                 r"wire/format/schema\.h$", r"runtime/", r"platform/"]),
     (r"host/", [r"host/", r"platform/"]),
     (r"tools/", [r"tools/", r"modules/[^/]+/schema\.h$", r"include/mesh_fib6/",
-                 r"wire/format/(schema|layout)\.h$", r"transport/message\.h$", r"platform/mesh\.h$"]),
+                 r"wire/format/(schema|layout)\.h$", r"transport/message\.h$", r"platform/mesh\.h$",
+                 r"host/(status_file|directory)\.h$"]),
     (r"examples/", [r"host/(mesh|osal|memory)_host\.h$", r"platform/(mesh|osal)\.h$",
                     r"include/mesh_fib6/"]),
     (r"demo/", [r"demo/", r"host/(mesh|osal|memory)_host\.h$", r"platform/(mesh|osal)\.h$",
@@ -159,6 +160,8 @@ SAMPLES = [
     ("tools/a.cpp", '"modules/one/schema.h"', False),
     ("tools/a.cpp", '"runtime/unit.h"', True),
     ("tools/a.cpp", '"host/mesh_host.h"', True),
+    ("tools/a.cpp", '"host/status_file.h"', False),
+    ("tools/a.cpp", '"host/directory.h"', False),
     ("examples/a.c", "<mesh_fib6/one.h>", False),
     ("examples/a.c", "<mesh_fib6/host/mesh_host.h>", False),
     ("examples/a.c", '"demo/text.h"', True),
@@ -192,8 +195,8 @@ THERE = ["include/mesh_fib6/message_api.h", "include/mesh_fib6/one.h", "include/
          "platform/mesh.h", "platform/osal.h", "platform/memory.h", "runtime/unit.h",
          "wire/format/schema.h", "wire/general/reader.h", "wire/general/handover.h",
          "wire/quick/lanes.h", "wire/codec.h", "transport/send.h", "modules/one/schema.h",
-         "modules/two/schema.h", "host/mesh_host.h", "host/connection.h", "demo/text.h",
-         "fpm/feed.h", "tools/descriptors.h",
+         "modules/two/schema.h", "host/mesh_host.h", "host/connection.h", "host/status_file.h",
+         "host/directory.h", "demo/text.h", "fpm/feed.h", "tools/descriptors.h",
          "tests/reference/b.h", "tests/support/fake.h", "fuzz/seeds.h"]
 
 

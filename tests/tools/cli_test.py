@@ -28,7 +28,7 @@ GOLDEN = pathlib.Path(SETTINGS["source"], "tests", "golden")
 ROUTES, STATE = "fib6.ipv6FwdUpdateMsg", "fib6.pidStateMsg"
 ROUTES_ID, STATE_ID = 0x5026A923, 0x2DAF16C2
 COMMANDS = ("list", "describe", "encode", "decode", "verify", "explain", "diff", "random", "bench", "capture",
-            "completion", "manual")
+            "host", "completion", "manual")
 # Worked out in docs/wire-format.md: f0 = 7, and one route.
 ROUTE = bytes.fromhex(
     "0c000000 0800 1400 0400 0800 08000000 07000000 04000000 01000000 24000000"
@@ -524,9 +524,9 @@ class Tool(unittest.TestCase):
 
     def test_TheManualHasEveryCommandAndOption(self):
         text = self.good("manual").decode()
-        for command in COMMANDS:
+        for command in (*COMMANDS, "host status", "host up", "host down"):
             self.assertIn(f"\n## {command}\n", text)
-            shown = self.good(command, "--help").decode()
+            shown = self.good(*command.split(), "--help").decode()
             section = text.split(f"\n## {command}\n")[1].split("\n## ")[0]
             for option in re.findall(r"^  +(?:-\w,)?(--[a-z0-9-]+)", shown, re.M):
                 self.assertIn(f"*{option}*", section.replace("\\", ""))
@@ -600,7 +600,9 @@ class Tool(unittest.TestCase):
                                 (("decode", "--ke"), "--keep-going"), (("list", "feiBrokerFib6_pid"), ""),
                                 (("encode", STATE, "--layout", "f"), "fixed"), (("completion", "z"), "zsh"),
                                 (("decode", "--input", ""), "auto binary hex"),
-                                (("capture", "--message", "fib6Sync_glb"), "fib6Sync_glbCfg")):
+                                (("capture", "--message", "fib6Sync_glb"), "fib6Sync_glbCfg"),
+                                (("host", ""), "status up down --help"), (("host", "up", "--st"), "--storage"),
+                                (("host", "up", "--storage", "f"), "file"), (("host", "down", "--st"), "")):
             done = subprocess.run(
                 ["bash", "-c", script + 'COMP_WORDS=(mesh-fib6 "$@"); COMP_CWORD=$#; _mesh_fib6; echo "${COMPREPLY[*]}"',
                  "x", *words], capture_output=True, check=True, timeout=100)

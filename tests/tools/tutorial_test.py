@@ -5,6 +5,7 @@ Room: tests.
 usage: tutorial_test.py SETTINGS_JSON CASE
 """
 
+import contextlib
 import json
 import os
 import pathlib
@@ -47,7 +48,7 @@ class Tutorial(unittest.TestCase):
     maxDiff = None
 
     def test_PrintsWhatItSays(self):
-        with tempfile.TemporaryDirectory() as folder:
+        with tempfile.TemporaryDirectory() as folder, contextlib.ExitStack() as at_end:
             place = pathlib.Path(folder)
             programs = place / "bin"
             programs.mkdir()
@@ -62,6 +63,9 @@ class Tutorial(unittest.TestCase):
                                     env=environment, check=True, capture_output=True, timeout=100).stdout
             (place / "cut.bin").write_bytes(routes[:150])
             (place / "monday.pcapng").write_bytes(capture_of([routes, routes[:150]]))
+            # A server that the document starts ends with it.
+            at_end.callback(subprocess.run, [*SETTINGS["emulator"], SETTINGS["tool"], "host", "down", "--dir",
+                                             str(place / "mesh")], check=False, capture_output=True, timeout=100)
             count = 0
             for command, expected in commands():
                 done = subprocess.run(["bash", "-c", command], cwd=place, env=environment, check=False,

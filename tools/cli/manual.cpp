@@ -104,7 +104,7 @@ mesh-fib6 host status --watch 1
 mesh-fib6 host down
 ```
 
-#SEE ALSO
+# SEE ALSO
 
 *xxd*(1), *tshark*(1)
 )scdoc";
