@@ -123,7 +123,7 @@ std::vector<process_status> read_directory(const std::string &path) {
       if (auto found = read_status(dirfd(listing.get()), name.c_str()))
         processes.push_back(std::move(*found));
     } catch (const unreadable &problem) {
-      complain(path + "/" + name + ": left out: " + problem.why);
+      complain(fmt::format("{}/{}: left out: {}", path, name, problem.why));
     }
   }
   std::sort(processes.begin(), processes.end(),
