@@ -247,7 +247,7 @@ private:
     subscription_.reset();
     {
       const std::lock_guard held(shared_->in_order);
-      shared_->arrived.forget_held();
+      shared_->arrived.begin_anew();
     }
     natsInbox *made = nullptr;
     natsStatus status = natsInbox_Create(&made);

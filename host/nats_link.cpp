@@ -36,9 +36,9 @@ constexpr int64_t answer_timeout_ms = 1000;
 constexpr std::chrono::milliseconds publish_again_after(20);
 // How often the stream is asked how far its receiver is, while somebody waits for that.
 constexpr std::chrono::milliseconds ask_every(2);
-// How many packets may be stored before the stream is asked in any case, so that what is kept about
-// them stays small.
-constexpr size_t ask_after_packets = 4096;
+// How many packets at most are published between two questions after the room in the stream.
+constexpr uint64_t most_before_asking = 64;
+constexpr std::chrono::milliseconds look_for_room_every(5);
 
 using identifier = char[64];
 
@@ -91,17 +91,18 @@ void take_answer(jsCtx *, natsMsg *answered, jsPubAck *stored, jsPubAckErr *refu
   const std::lock_guard held(self.lock);
   if (self.ended || last < first) // of a packet without messages
     return;
-  if (stored != nullptr && stored->Sequence != 0) {
+  if (stored != nullptr && !stored->Duplicate) {
     self.unanswered.erase(first);
     self.hindered.erase(first);
     self.stored.emplace_back(last, stored->Sequence);
   } else {
-    uint64_t &repetitions = self.hindered[first];
-    // A leader that went away may have left its identifier without the packet: known, stored
-    // nowhere.
-    if (stored != nullptr)
-      repetitions++;
-    else if (refused->ErrCode == JSStreamNotFoundErr || refused->Err == NATS_NO_RESPONDERS)
+    // Under a new identifier from now on. A server takes note of identifiers before it has stored
+    // what bears them: one that it refused, or whose leader went away, is known to it and stored
+    // nowhere (seen with nats-server 2.9.10). What is stored twice by that, receivers know by its
+    // numbers.
+    self.hindered[first]++;
+    if (stored == nullptr &&
+        (refused->ErrCode == JSStreamNotFoundErr || refused->Err == NATS_NO_RESPONDERS))
       self.stream_missing = true;
     const char *why = stored != nullptr             ? "taken for a repetition"
                       : refused->ErrText != nullptr ? refused->ErrText
@@ -141,6 +142,7 @@ public:
   }
 
   uint32_t open(const settings &limits, const place &at) {
+    at_ = &at;
     jsOptions options;
     jsOptions_Init(&options);
     options.PublishAsync.AckHandler = take_answer;
@@ -164,7 +166,7 @@ public:
            destination_, size, longest_);
       return outcome::too_large;
     }
-    if (!wait_for_answers(until))
+    if (!wait_for_room(until))
       return outcome::full;
     if (gone_)
       return outcome::gone;
@@ -209,13 +211,20 @@ public:
   uint64_t doubtful_from() const override { return stream_lost_ ? handled_ + 1 : settled_ + 1; }
 
 private:
-  bool wait_for_answers(deadline until) {
-    std::unique_lock held(shared_.lock);
-    if (shared_.stored.size() > ask_after_packets && clock::now() >= ask_again_) {
-      held.unlock();
-      ask_stream();
-      held.lock();
+  // Waits until the stream has room, and not too many answers are outstanding. The room is looked
+  // after here: at its own limit a server refuses some of the packets that are on their way and
+  // takes others, and has been seen to say of the former that it had them.
+  bool wait_for_room(deadline until) {
+    if (before_asking_ > 0) {
+      before_asking_--;
+    } else {
+      for (ask_stream(); before_asking_ == 0; ask_stream()) {
+        if (clock::now() >= until || gone_)
+          return gone_;
+        std::this_thread::sleep_for(look_for_room_every);
+      }
     }
+    std::unique_lock held(shared_.lock);
     return shared_.changed.wait_until(held, until, [this] {
       return shared_.unanswered.size() < most_unanswered && shared_.hindered.empty();
     });
@@ -333,6 +342,13 @@ private:
       stream_lost_ = true;
     if (stream_lost_)
       return;
+    const uint64_t batches = info->State.Msgs;
+    // Others send as well, so not all of the room is ours.
+    if (batches >= at_->kept_batches || info->State.Bytes >= at_->kept_bytes)
+      before_asking_ = 0;
+    else
+      before_asking_ =
+          std::clamp((at_->kept_batches - batches) / 8, uint64_t{1}, most_before_asking);
     const std::lock_guard held(shared_.lock);
     while (!shared_.stored.empty() && shared_.stored.front().second < info->State.FirstSeq) {
       handled_ = std::max(handled_, shared_.stored.front().first);
@@ -351,6 +367,8 @@ private:
   int64_t made_at_ = 0;                  // when the stream was, by its server's clock
   std::atomic<bool> stream_lost_{false}; // and the messages in it
   deadline ask_again_{};
+  uint64_t before_asking_ = 0; // packets that may be published before the next question
+  const place *at_ = nullptr;
   std::vector<uint8_t> scratch_;
   publishing &shared_;
   std::thread publisher_;

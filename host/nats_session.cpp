@@ -142,8 +142,11 @@ uint32_t nats_session::ensure_stream(int64_t &made_at) {
   wanted.Discard = js_DiscardNew;
   wanted.Storage = at_->on_disk ? js_FileStorage : js_MemoryStorage;
   wanted.Replicas = at_->replicas;
-  wanted.MaxMsgs = static_cast<int64_t>(at_->kept_batches);
-  wanted.MaxBytes = static_cast<int64_t>(at_->kept_bytes);
+  // Senders keep to what is configured (nats_link.cpp); the server's own limits are for those that
+  // do not.
+  constexpr int64_t most_batches_beyond = 4096;
+  wanted.MaxMsgs = static_cast<int64_t>(at_->kept_batches) + most_batches_beyond;
+  wanted.MaxBytes = 2 * static_cast<int64_t>(at_->kept_bytes) + (int64_t{16} << 20);
   constexpr int64_t remember_identifiers_ns = 120'000'000'000;
   wanted.Duplicates = remember_identifiers_ns;
 

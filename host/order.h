@@ -45,10 +45,13 @@ public:
 
   // The message of this number, and what came with it, was put off and will come again.
   void hold(uint64_t sender, uint64_t first) { entry_of(sender).held.insert(first); }
-  // All that was put off comes anew.
-  void forget_held() {
-    for (auto &[sender, known] : next_)
+  // Everything that is not done with comes anew, from the first on. What packets have said so far does
+  // not count any more: it told that what is missing had been there before them.
+  void begin_anew() {
+    for (auto &[sender, known] : next_) {
       known.held.clear();
+      known.settled = 0;
+    }
   }
 
   size_t senders() const { return next_.size(); }

@@ -200,10 +200,10 @@ private:
     if (name == "replicas")
       return read_number(value, 1, 5, at.replicas) || complain(word, "replicas=1 to replicas=5");
     if (name == "batches")
-      return read_number(value, 1, INT64_MAX, at.kept_batches) ||
+      return read_number(value, 1, INT64_MAX / 4, at.kept_batches) ||
              complain(word, "a number of batches from 1");
     if (name == "bytes")
-      return read_number(value, 1, INT64_MAX, at.kept_bytes) ||
+      return read_number(value, 1, INT64_MAX / 4, at.kept_bytes) ||
              complain(word, "a number of bytes from 1");
     return complain(word, "user=, password-file=, credentials=, authority=, certificate=, key=, "
                           "replicas=, storage=, batches= or bytes=");

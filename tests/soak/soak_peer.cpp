@@ -171,7 +171,11 @@ int receive_messages() {
     usleep(50'000); // the one before may not be gone yet
   mesh_host_on_gap(
       self.receiver,
-      [](void *context, const mesh_host_gap *) { static_cast<receiving *>(context)->gaps++; },
+      [](void *context, const mesh_host_gap *gap) {
+        static_cast<receiving *>(context)->gaps++;
+        fprintf(stderr, "process %d: gap of %016" PRIx64 ": %" PRIu64 " to %" PRIu64 "\n",
+                static_cast<int>(getpid()), gap->sender, gap->first, gap->last);
+      },
       &self);
   while (asked_to_end == 0) {
     if (mesh_host_poll(self.receiver, 100, handle, &self) >= 0)
