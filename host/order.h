@@ -45,8 +45,8 @@ public:
 
   // The message of this number, and what came with it, was put off and will come again.
   void hold(uint64_t sender, uint64_t first) { entry_of(sender).held.insert(first); }
-  // Everything that is not done with comes anew, from the first on. What packets have said so far does
-  // not count any more: it told that what is missing had been there before them.
+  // Everything that is not done with comes anew, from the first on. What packets have said so far
+  // does not count any more: it told that what is missing had been there before them.
   void begin_anew() {
     for (auto &[sender, known] : next_) {
       known.held.clear();
