@@ -5,6 +5,7 @@
 
 #include "host/assembler.h"
 #include "host/claim.h"
+#include "host/deadline.h"
 #include "host/descriptor.h"
 #include "host/settings.h"
 #include "host/taker.h"

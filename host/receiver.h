@@ -29,7 +29,7 @@
 
 namespace mesh_host {
 
-class receiver : private taker {
+class receiver final : private taker {
 public:
   receiver(const settings &limits, uint32_t destination, mesh_host_status_row &row);
   ~receiver();
@@ -83,7 +83,6 @@ private:
   void *context_ = nullptr;
   int handled_ = 0;
   mesh_host_origin origin_{};
-  bool in_handler_ = false;
 
   mesh_host_gap_handler gap_handler_ = nullptr;
   void *gap_context_ = nullptr;
