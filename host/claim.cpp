@@ -29,7 +29,7 @@ bool is_private(const char *path, const struct stat &state) {
 int holder_of(int file) {
   char text[16] = "";
   const ssize_t length = pread(file, text, sizeof text - 1, 0);
-  return length > 0 ? atoi(text) : 0;
+  return length > 0 ? static_cast<int>(strtol(text, nullptr, 10)) : 0;
 }
 
 } // namespace

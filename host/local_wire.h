@@ -29,7 +29,7 @@ inline constexpr size_t piece_header_size = 16;
 inline constexpr size_t ack_size = 16;
 
 // The longest datagram: a batch of 65,536 bytes with the heads of its messages, as a rule.
-inline constexpr size_t longest_datagram = 72 * 1024;
+inline constexpr size_t longest_datagram = size_t{72} * 1024;
 
 struct piece_header {
   uint32_t offset;

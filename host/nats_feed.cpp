@@ -31,15 +31,17 @@
 namespace mesh_host {
 namespace {
 
-// Packets pushed and not acknowledged: bounds the memory of the inbox.
-constexpr int64_t most_unacknowledged = 512;
+// More than a stream holds: packets that were given back count as pushed, and must not keep back the
+// one that they wait for. What waits here is bounded by what the stream may hold.
+constexpr int64_t most_unacknowledged = 1 << 20;
 // How long the server waits for an acknowledgement before it pushes a packet again; such a
 // repetition is recognised by its numbers.
-constexpr int64_t acknowledge_within_ns = 30'000'000'000;
+constexpr int64_t acknowledge_within_ns = 5'000'000'000;
 constexpr int64_t heartbeat_ns = 1'000'000'000;
 // Without packets or heartbeats for so long, it is time to look whether the consumer is still ours.
 constexpr std::chrono::milliseconds look_after(3000);
 constexpr std::chrono::milliseconds try_again_after(100);
+constexpr std::chrono::milliseconds look_every(250);
 // A packet in front of which one is missing is given back: its sender publishes that again, or says
 // with a later packet that it was stored, and so handled by the receiver before this one. After
 // this many times it is believed that the sender is dead, and never will.
@@ -332,14 +334,21 @@ private:
   // while this process was stopped.
   void watch() {
     bool again = false; // what was tried did not work yet
+    uint64_t connected = times_connected();
     for (;;) {
       bool silent = false;
       {
         std::unique_lock held(shared_->lock);
-        shared_->changed.wait_for(held, again ? try_again_after : look_after / 3,
+        shared_->changed.wait_for(held, again ? try_again_after : look_every,
                                   [&] { return shared_->ended || (shared_->broken && !again); });
         if (shared_->ended)
           return;
+        // Acknowledgements that were on their way are lost as well, and the server would wait for
+        // them.
+        const uint64_t now_connected = times_connected();
+        if (now_connected != connected)
+          shared_->broken = true;
+        connected = now_connected;
         silent = clock::now() >= shared_->heard_at + look_after;
         if (!shared_->broken && !silent)
           continue;
@@ -356,6 +365,16 @@ private:
         return end("somebody else receives for it now");
       again = result != MESH_HOST_OK;
     }
+  }
+
+  uint64_t times_connected() const {
+    uint64_t count = 0;
+    natsStatistics *statistics = nullptr;
+    if (natsStatistics_Create(&statistics) == NATS_OK &&
+        natsConnection_GetStats(session_.connection(), statistics) == NATS_OK)
+      natsStatistics_GetCounts(statistics, nullptr, nullptr, nullptr, nullptr, &count);
+    natsStatistics_Destroy(statistics);
+    return count;
   }
 
   uint32_t make_consumer_anew() {

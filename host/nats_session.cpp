@@ -62,6 +62,7 @@ uint32_t nats_session::open(const settings &, const place &at, uint32_t destinat
   const nats_object<natsOptions> wanted(made);
   const std::vector<std::string> servers = split(at.servers);
   std::vector<const char *> urls;
+  urls.reserve(servers.size());
   for (const std::string &server : servers)
     urls.push_back(server.c_str());
   const std::string name = "mesh_host " + std::to_string(getpid());

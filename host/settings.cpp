@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -68,7 +69,7 @@ bool read_probability(const char *name, uint32_t &into) {
     tell("%s is '%s', expected a probability from 0 to 1", name, text);
     return false;
   }
-  into = static_cast<uint32_t>(value * 1'000'000 + 0.5);
+  into = static_cast<uint32_t>(std::lround(value * 1'000'000));
   return true;
 }
 

@@ -74,7 +74,9 @@ void remove_left_behind(const std::string &directory) {
     const std::string name = entry->d_name;
     if (!name.ends_with(suffix))
       continue;
-    const std::string path = directory + "/" + name;
+    std::string path = directory;
+    path += '/';
+    path += name;
     const descriptor file = open_file(path, O_RDWR);
     if (file && flock(file.get(), LOCK_EX | LOCK_NB) == 0)
       unlink(path.c_str());
