@@ -31,8 +31,8 @@
 namespace mesh_host {
 namespace {
 
-// More than a stream holds: packets that were given back count as pushed, and must not keep back the
-// one that they wait for. What waits here is bounded by what the stream may hold.
+// More than a stream holds: packets that were given back count as pushed, and must not keep back
+// the one that they wait for. What waits here is bounded by what the stream may hold.
 constexpr int64_t most_unacknowledged = 1 << 20;
 // How long the server waits for an acknowledgement before it pushes a packet again; such a
 // repetition is recognised by its numbers.

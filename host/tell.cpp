@@ -11,15 +11,17 @@
 
 namespace mesh_host {
 
-namespace {
-
-[[gnu::format(printf, 1, 0)]] void write_line(const char *format, va_list arguments) {
+void tell(const char *format, ...) {
   constexpr char prefix[] = "mesh_host: ";
   constexpr size_t prefix_length = sizeof prefix - 1;
   char line[1024];
   memcpy(line, prefix, prefix_length);
+
+  va_list arguments;
+  va_start(arguments, format);
   const int wanted =
       vsnprintf(line + prefix_length, sizeof line - prefix_length - 1, format, arguments);
+  va_end(arguments);
   if (wanted < 0)
     return;
 
@@ -29,15 +31,6 @@ namespace {
   line[length++] = '\n';
   const ssize_t written = write(STDERR_FILENO, line, length);
   (void)written; // there is nobody left to tell
-}
-
-} // namespace
-
-void tell(const char *format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  write_line(format, arguments);
-  va_end(arguments);
 }
 
 bool rate_limit::pass(uint64_t &skipped) {
