@@ -3,11 +3,11 @@
 // Room: host.
 //
 // A packet is published and answered later: stored, or refused (the stream is full, its leader is
-// being elected, the connection is gone). What was refused is published again, with the identifier
-// by which the server knows a repetition, until it is stored: so a packet that was put here is
-// never given up while the process lives. The server may store a packet that was sent after a
-// refused one; the receiving side puts them in order (nats_feed.cpp). For that each packet says up
-// to where all are stored, and when a burst of them is, a packet of no messages says so.
+// being elected, the connection is gone). What was refused is published again until it is stored:
+// so a packet that was put here is never given up while the process lives. The server may store a
+// packet that was sent after a refused one; the receiving side puts them in order (nats_feed.cpp).
+// For that each packet says up to where all are stored, and when a burst of them is, a packet of no
+// messages says so.
 #include "host/nats_link.h"
 
 #include "host/mesh_host.h"
@@ -184,7 +184,7 @@ public:
   void take_news() override {
     gone_ = gone_ || stream_lost_ || session_.is_closed();
     const std::lock_guard held(shared_.lock);
-    settled_ = shared_.unanswered.empty() ? shared_.newest : shared_.unanswered.begin()->first - 1;
+    settled_ = shared_.settled();
   }
 
   void wait(deadline until) override {
@@ -275,9 +275,10 @@ private:
   // to know wait a little longer.
   void publish_marker(uint64_t newest) {
     uint8_t packet[packet_header_size];
-    write_header(packet, {destination_, own_sender_, newest + 1, newest, 0, 0, 0});
+    const uint64_t sender = own_sender_;
+    write_header(packet, {destination_, sender, newest + 1, newest, 0, 0, 0});
     identifier own;
-    (void)snprintf(own, sizeof own, "%016" PRIx64 "+%" PRIu64, own_sender_, newest);
+    (void)snprintf(own, sizeof own, "%016" PRIx64 "+%" PRIu64, sender, newest);
     jsPubOptions options;
     jsPubOptions_Init(&options);
     options.MsgId = own;
@@ -360,7 +361,7 @@ private:
   const std::string subject_;
   nats_session session_;
   size_t longest_ = 0;
-  uint64_t own_sender_ = 0;
+  std::atomic<uint64_t> own_sender_{0}; // as packets say it; both threads that publish note it
   uint64_t settled_;
   uint64_t handled_;
   bool gone_ = false;

@@ -54,7 +54,6 @@ public:
     }
   }
 
-  size_t senders() const { return next_.size(); }
   static constexpr size_t most_senders = 1024;
 
 private:
