@@ -4,11 +4,12 @@
 #include "fpm/events.h"
 
 #include <array>
+#include <string_view>
 
 namespace fpm {
 
-const char *to_text(skip reason) {
-  constexpr std::array<const char *, skip_reasons> names = {
+std::string_view to_text(skip reason) {
+  constexpr std::array<std::string_view, skip_reasons> names = {
       "of IPv4",
       "of another family",
       "not about routes",

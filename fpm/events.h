@@ -10,6 +10,7 @@
 #include <compare>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -83,7 +84,7 @@ enum class skip {
   too_many_segments // more than a record holds
 };
 inline constexpr size_t skip_reasons = 12;
-const char *to_text(skip reason);
+std::string_view to_text(skip reason);
 
 struct skipped {
   skip reason = skip::ipv4;

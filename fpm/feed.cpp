@@ -320,7 +320,7 @@ private:
     line("broken streams", broken_streams_);
     for (size_t reason = 0; reason < skip_reasons; reason++)
       if (counted.skipped[reason] > 0)
-        line((std::string("skipped: ") + to_text(static_cast<skip>(reason))).c_str(),
+        line(("skipped: " + std::string(to_text(static_cast<skip>(reason)))).c_str(),
              counted.skipped[reason]);
     demo::print("to the receiver:\n");
     line("messages", sender_.messages());

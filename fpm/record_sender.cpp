@@ -185,44 +185,45 @@ void record_sender::update_routes(const feed_table &table, const changed_keys &c
   cut.finish();
 }
 
+// Of one kind: those that were told and are gone.
+template <class Told, class Wanted, class Message, class Record>
+void record_sender::tell_deletions_of(const std::set<typename Told::key_type> &keys, Told &told,
+                                      Wanted wanted, send_function<Message> *sendmsg,
+                                      Record (*record_of)(const typename Told::key_type &)) {
+  using key_type = typename Told::key_type;
+  cut_into_messages<key_type> cut([&](std::vector<key_type> &entries) {
+    std::vector<Record> records;
+    records.reserve(entries.size());
+    for (const key_type &key : entries)
+      records.push_back(record_of(key));
+    Message message{0, static_cast<uint32_t>(records.size()), records.data()};
+    send(sendmsg, std::span(&message, 1));
+    for (const key_type &key : entries)
+      told.erase(key);
+  });
+  for (const key_type &key : keys)
+    if (!wanted(key) && told.contains(key))
+      cut.add(key);
+  cut.finish();
+}
+
 void record_sender::tell_deletions(const feed_table &table, const changed_keys &changes) {
-  // Of one kind: those that were told and are gone.
-  const auto tell =
-      [&]<class Message, class Record>(
-          const auto &keys, auto &told, auto wanted, send_function<Message> *sendmsg,
-          Record (*record_of)(const typename std::decay_t<decltype(told)>::key_type &)) {
-        using key_type = typename std::decay_t<decltype(told)>::key_type;
-        cut_into_messages<key_type> cut([&](auto &entries) {
-          std::vector<Record> records;
-          records.reserve(entries.size());
-          for (const key_type &key : entries)
-            records.push_back(record_of(key));
-          Message message{0, static_cast<uint32_t>(records.size()), records.data()};
-          send(sendmsg, std::span(&message, 1));
-          for (const key_type &key : entries)
-            told.erase(key);
-        });
-        for (const key_type &key : keys)
-          if (!wanted(key) && told.contains(key))
-            cut.add(key);
-        cut.finish();
-      };
-  tell(
+  tell_deletions_of(
       changes.routes, told_.routes, [&](const auto &key) { return table.route(key).has_value(); },
       feiBrokerFib6_ipv6FwdDelMsg__sendmsg,
       +[](const demo::route_key &key) { return demo::key_record(key); });
-  tell(
+  tell_deletions_of(
       changes.groups, told_.groups, [&](uint32_t number) { return table.group(number) != nullptr; },
       feiBrokerFib6_nhp6GroupDelMsg__sendmsg,
       +[](const uint32_t &number) {
         return feiBrokerFib6_nhp6GroupKey{vrf, number};
       });
-  tell(
+  tell_deletions_of(
       changes.next_hops, told_.next_hops,
       [&](uint32_t number) { return table.next_hop(number) != nullptr; },
       feiBrokerFib6_nhp6DelMsg__sendmsg,
       +[](const uint32_t &number) { return feiBrokerFib6_nhp6Key{number}; });
-  tell(
+  tell_deletions_of(
       changes.segment_lists, told_.segment_lists,
       [&](uint32_t number) { return table.segment_list(number) != nullptr; },
       feiBrokerFib6_srv6SrListDelMsg__sendmsg,

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -57,6 +58,10 @@ private:
 
   void tell_updates(const feed_table &table, const changed_keys &changes);
   void tell_deletions(const feed_table &table, const changed_keys &changes);
+  template <class Told, class Wanted, class Message, class Record>
+  void tell_deletions_of(const std::set<typename Told::key_type> &keys, Told &told, Wanted wanted,
+                         send_function<Message> *sendmsg,
+                         Record (*record_of)(const typename Told::key_type &));
   void update_lists(const feed_table &table, const changed_keys &changes);
   void update_next_hops(const feed_table &table, const changed_keys &changes);
   void update_groups(const feed_table &table, const changed_keys &changes);
