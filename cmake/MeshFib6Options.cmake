@@ -101,11 +101,12 @@ if(CMAKE_SYSTEM_PROCESSOR STREQUAL aarch64 AND NOT MESH_FIB6_SANITIZE AND NOT ME
   target_link_options(mesh_fib6_bare_link INTERFACE -nodefaultlibs LINKER:-z,undefs)
   target_link_libraries(mesh_fib6_bare_link INTERFACE -l:libc.so.6)
   # What Cortex-A53's erratum 843419 asks for, done in place: everything is near enough. The
-  # linker's own way puts 8 KiB of room for detours into any library that has one such place.
+  # linker's own way puts 8 KiB of room for detours into any library that has one such place. Where
+  # nothing is optimised, not everything is near.
   include(CheckLinkerFlag)
   set(fix_in_place LINKER:--fix-cortex-a53-843419=adr)
   check_linker_flag(CXX ${fix_in_place} MESH_FIB6_FIXES_IN_PLACE)
   if(MESH_FIB6_FIXES_IN_PLACE)
-    target_link_options(mesh_fib6_bare_link INTERFACE ${fix_in_place})
+    target_link_options(mesh_fib6_bare_link INTERFACE $<$<NOT:$<CONFIG:Debug>>:${fix_in_place}>)
   endif()
 endif()
