@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <map>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace osal_host {
@@ -115,9 +116,9 @@ std::vector<remainder> books::remainders() {
   found.reserve(totals.size());
   for (const auto &[name, sum] : totals)
     found.push_back({name.first, name.second, sum.blocks, sum.bytes});
-  // Those of equal size stay in the order of module and tag.
-  std::stable_sort(found.begin(), found.end(), [](const remainder &a, const remainder &b) {
-    return a.bytes != b.bytes ? a.bytes > b.bytes : a.blocks > b.blocks;
+  std::sort(found.begin(), found.end(), [](const remainder &a, const remainder &b) {
+    return std::tie(b.bytes, b.blocks, a.module, a.tag) <
+           std::tie(a.bytes, a.blocks, b.module, b.tag);
   });
   return found;
 }

@@ -54,10 +54,12 @@ struct unit {
   pid_t process = 0;
 };
 
-// What each unit's load routine does. Atomic, so that no compiler concludes that there is nothing
-// to do: that the flag is defined before the first call is not left to the loader alone.
+// What each unit's load routine does. Volatile, so that no compiler concludes that there is nothing
+// to do (clang 19 does so for a store that is only atomic): that the flag is defined before the
+// first call is not left to the loader alone.
 inline void clear_byte_swap(unit &unit) {
-  __atomic_store_n(&unit.byte_swap, 0, __ATOMIC_RELAXED);
+  volatile uint32_t *const flag = &unit.byte_swap;
+  __atomic_store_n(flag, 0, __ATOMIC_RELAXED);
 }
 
 // The slow half of the two bindings: lock, test again, look the symbols up, set the flag last.

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <map>
 #include <utility>
 
 namespace mesh_fib6::tools {
@@ -101,17 +102,15 @@ std::string did_you_mean(const std::vector<std::string> &words) {
 
 std::vector<std::string> nearest(std::string_view text, const std::vector<std::string> &words) {
   constexpr size_t most_words = 3, farthest = 4;
-  std::vector<std::pair<size_t, std::string>> near;
+  std::multimap<size_t, std::string> near; // those as far as others in their order
   for (const std::string &word : words) {
     const size_t far = contains_ignoring_case(word, text) ? 1 : distance(text, word);
     if (far <= std::min(farthest, std::max<size_t>(1, std::min(text.size(), word.size()) / 4)))
-      near.emplace_back(far, word);
+      near.emplace(far, word);
   }
-  std::stable_sort(near.begin(), near.end(),
-                   [](const auto &one, const auto &other) { return one.first < other.first; });
   std::vector<std::string> result;
   for (const auto &[far, word] : near)
-    if (result.size() < most_words && far <= near.front().first + 1 &&
+    if (result.size() < most_words && far <= near.begin()->first + 1 &&
         std::find(result.begin(), result.end(), word) == result.end())
       result.push_back(word);
   return result;

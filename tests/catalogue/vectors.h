@@ -117,9 +117,9 @@ inline std::vector<piece> pieces_of(const table_descriptor &table, const arrange
     add(scalars), add(words), add(bodies);
   if (how.order == arrangement::sequence::backwards) {
     std::reverse(result.begin(), result.end());
-    // An offset word cannot refer backwards.
-    std::stable_partition(result.begin(), result.end(),
-                          [](const piece &each) { return !each.is_body; });
+    // An offset word cannot refer backwards: the bodies, now in front, go behind the rest.
+    std::rotate(result.begin(), result.begin() + static_cast<std::ptrdiff_t>(bodies.size()),
+                result.end());
   }
   uint32_t at = 4;
   for (piece &each : result) {

@@ -46,13 +46,14 @@ private:
   fields ordered(const flatbuffers::Vector<flatbuffers::Offset<reflection::Field>> &all) {
     fields result(all.begin(), all.end());
     const auto wider = [](const reflection::Field *a, const reflection::Field *b) {
-      return flatbuffers::GetTypeSize(a->type()->base_type()) >
-             flatbuffers::GetTypeSize(b->type()->base_type());
+      const size_t sizes[] = {flatbuffers::GetTypeSize(a->type()->base_type()),
+                              flatbuffers::GetTypeSize(b->type()->base_type())};
+      return sizes[0] != sizes[1] ? sizes[0] > sizes[1] : a->id() < b->id();
     };
     if (style_.any_order)
       std::shuffle(result.begin(), result.end(), random_);
     else
-      std::stable_sort(result.begin(), result.end(), wider);
+      std::sort(result.begin(), result.end(), wider);
     return result;
   }
 

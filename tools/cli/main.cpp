@@ -231,7 +231,7 @@ private:
     std::vector<CLI::Option *> options;
     for (const auto &[name, way, help] : ways) {
       CLI::Option *const option = command->add_flag_callback(
-          name, [this, way = way] { describe_.as = way; }, help);
+          name, [this, chosen = way] { describe_.as = chosen; }, help);
       for (CLI::Option *const other : options)
         option->excludes(other);
       options.push_back(option);
