@@ -187,7 +187,9 @@ class Installation(unittest.TestCase):
         self.assertIn("mesh_fib6/fib6.h", headers)
         for header in headers:
             # What is for C is for every C++ as well; what is for C++ begins with C++17.
-            languages = [["c", "-std=c99"], ["c++", "-std=c++98"], ["c++", "-std=c++20"]]
+            # 2x and 2b are C23 and C++23 where those had no number yet.
+            languages = [["c", f"-std=c{version}"] for version in ("99", "11", "17", "2x")]
+            languages += [["c++", f"-std=c++{version}"] for version in ("98", "11", "14", "17", "20", "2b")]
             if header.endswith(".hpp"):
                 languages = [["c++", f"-std=c++{version}"] for version in ("17", "20", "2b")]
             for language in languages:
@@ -229,7 +231,8 @@ class Installation(unittest.TestCase):
         self.check_headers(SETTINGS["gcc"])
 
     def test_CompilesEachHeaderAloneWithClang(self):
-        self.check_headers(SETTINGS["clang"])
+        for clang in SETTINGS["clangs"]:
+            self.check_headers(clang)
 
     # Programs of users, from a tree that is no longer where it was installed.
 
