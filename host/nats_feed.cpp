@@ -58,15 +58,16 @@ struct push {
 push read_reply(const char *reply) {
   if (reply == nullptr || strncmp(reply, "$JS.ACK.", 8) != 0)
     return {0, 0};
-  std::vector<const char *> tokens = {reply};
-  for (const char *at = reply; *at != '\0'; at++)
-    if (*at == '.')
-      tokens.push_back(at + 1);
   constexpr size_t short_form = 9;
   constexpr size_t long_form = 11;
-  if (tokens.size() < short_form || tokens.size() == short_form + 1)
+  const char *tokens[long_form] = {reply};
+  size_t count = 1;
+  for (const char *at = reply; *at != '\0'; at++)
+    if (*at == '.' && count++ < long_form)
+      tokens[count - 1] = at + 1;
+  if (count < short_form || count == short_form + 1)
     return {0, 0};
-  const size_t times = tokens.size() >= long_form ? 6 : 4;
+  const size_t times = count >= long_form ? 6 : 4;
   return {strtoull(tokens[times], nullptr, 10), strtoull(tokens[times + 2], nullptr, 10)};
 }
 
@@ -145,8 +146,11 @@ void take_message(natsConnection *, natsSubscription *, natsMsg *pushed, void *c
   const subscriber &own = *static_cast<subscriber *>(closure);
   reception &self = *own.shared;
   nats_object<natsMsg> message(pushed);
+  // A heartbeat has headers and nothing else. To look at those of every packet would be to take
+  // them apart.
   const char *status = nullptr;
-  if (natsMsgHeader_Get(pushed, "Status", &status) == NATS_OK) {
+  if (natsMsg_GetDataLength(pushed) == 0 &&
+      natsMsgHeader_Get(pushed, "Status", &status) == NATS_OK) {
     const char *last = nullptr;
     if (natsMsgHeader_Get(pushed, "Nats-Last-Consumer", &last) == NATS_OK)
       follows(self, own.generation, strtoull(last, nullptr, 10), true);

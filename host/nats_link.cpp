@@ -36,8 +36,9 @@ constexpr int64_t answer_timeout_ms = 1000;
 constexpr std::chrono::milliseconds publish_again_after(20);
 // How often the stream is asked how far its receiver is, while somebody waits for that.
 constexpr std::chrono::milliseconds ask_every(2);
-// How many packets at most are published between two questions after the room in the stream.
-constexpr uint64_t most_before_asking = 64;
+// How many packets at most are published between two questions after the room in the stream: each
+// question stops the flow for a round trip.
+constexpr uint64_t most_before_asking = 256;
 constexpr std::chrono::milliseconds look_for_room_every(5);
 
 using identifier = char[64];
@@ -46,8 +47,9 @@ using identifier = char[64];
 // the link goes, which is rare enough for that.
 struct publishing {
   std::mutex lock;
-  std::condition_variable changed;
-  std::map<uint64_t, uint64_t> unanswered;          // first -> last number
+  std::condition_variable answered;                 // for the sender: fewer are unanswered
+  std::condition_variable to_do;                    // for the thread that publishes again
+  std::deque<uint64_t> unanswered;                  // numbers of their first messages, ascending
   std::map<uint64_t, std::vector<uint8_t>> refused; // packets, by first number
   std::deque<std::pair<uint64_t, uint64_t>> stored; // last number, sequence in the stream
   uint64_t newest = 0;                              // number of the last message put
@@ -61,7 +63,13 @@ struct publishing {
   rate_limit refusals;
 
   uint64_t settled() const { // with the lock held
-    return unanswered.empty() ? newest : unanswered.begin()->first - 1;
+    return unanswered.empty() ? newest : unanswered.front() - 1;
+  }
+  // Most are answered in the order in which they went.
+  void forget(uint64_t first) { // with the lock held
+    const auto found = std::lower_bound(unanswered.begin(), unanswered.end(), first);
+    if (found != unanswered.end() && *found == first)
+      unanswered.erase(found);
   }
   uint32_t destination = 0;
 };
@@ -92,9 +100,12 @@ void take_answer(jsCtx *, natsMsg *answered, jsPubAck *stored, jsPubAckErr *refu
   if (self.ended || last < first) // of a packet without messages
     return;
   if (stored != nullptr && !stored->Duplicate) {
-    self.unanswered.erase(first);
+    self.forget(first);
     self.hindered.erase(first);
     self.stored.emplace_back(last, stored->Sequence);
+    // A sender woken by each answer would send one packet and wait again.
+    if (self.unanswered.size() <= most_unanswered / 2)
+      self.answered.notify_all();
   } else {
     // Under a new identifier from now on. A server takes note of identifiers before it has stored
     // what bears them: one that it refused, or whose leader went away, is known to it and stored
@@ -112,8 +123,8 @@ void take_answer(jsCtx *, natsMsg *answered, jsPubAck *stored, jsPubAckErr *refu
            number(skipped));
     const auto *packet = reinterpret_cast<const uint8_t *>(natsMsg_GetData(answered));
     self.refused[first].assign(packet, packet + natsMsg_GetDataLength(answered));
+    self.to_do.notify_all();
   }
-  self.changed.notify_all();
 }
 
 class nats_link : public link {
@@ -132,7 +143,7 @@ public:
       shared_.refused.clear();
       shared_.stored.clear();
     }
-    shared_.changed.notify_all();
+    shared_.to_do.notify_all();
     if (publisher_.joinable())
       publisher_.join();
     if (shared_.owes_marker && shared_.unanswered.empty()) {
@@ -166,7 +177,7 @@ public:
            destination_, size, longest_);
       return outcome::too_large;
     }
-    if (!wait_for_room(until))
+    if (!wait_for_room(size, until))
       return outcome::full;
     if (gone_)
       return outcome::gone;
@@ -174,7 +185,7 @@ public:
     write_packet(scratch_.data(), header, messages);
     {
       const std::lock_guard held(shared_.lock);
-      shared_.unanswered[header.first] = header.first + header.count - 1;
+      shared_.unanswered.push_back(header.first);
       shared_.newest = header.first + header.count - 1;
     }
     publish(scratch_.data(), size);
@@ -191,7 +202,7 @@ public:
     std::unique_lock held(shared_.lock);
     const uint64_t known = settled_;
     const auto soon = std::min(until, clock::now() + std::chrono::milliseconds(20));
-    shared_.changed.wait_until(held, soon, [&] { return shared_.settled() != known; });
+    shared_.answered.wait_until(held, soon, [&] { return shared_.settled() != known; });
   }
 
   uint64_t settled() const override { return settled_; }
@@ -214,10 +225,12 @@ private:
   // Waits until the stream has room, and not too many answers are outstanding. The room is looked
   // after here: at its own limit a server refuses some of the packets that are on their way and
   // takes others, and has been seen to say of the former that it had them.
-  bool wait_for_room(deadline until) {
-    if (before_asking_ > 0) {
+  bool wait_for_room(size_t size, deadline until) {
+    if (before_asking_ > 0 && bytes_before_asking_ >= size) {
       before_asking_--;
+      bytes_before_asking_ -= size;
     } else {
+      before_asking_ = 0;
       for (ask_stream(); before_asking_ == 0; ask_stream()) {
         if (clock::now() >= until || gone_)
           return gone_;
@@ -225,8 +238,10 @@ private:
       }
     }
     std::unique_lock held(shared_.lock);
-    return shared_.changed.wait_until(held, until, [this] {
-      return shared_.unanswered.size() < most_unanswered && shared_.hindered.empty();
+    if (shared_.unanswered.size() < most_unanswered && shared_.hindered.empty())
+      return true;
+    return shared_.answered.wait_until(held, until, [this] {
+      return shared_.unanswered.size() <= most_unanswered / 2 && shared_.hindered.empty();
     });
   }
 
@@ -244,7 +259,7 @@ private:
       if (const auto known = shared_.hindered.find(first); known != shared_.hindered.end())
         repetitions = known->second;
       if (settled != first - 1 && !std::exchange(shared_.owes_marker, true))
-        shared_.changed.notify_all();
+        shared_.to_do.notify_all();
     }
     identifier own;
     if (repetitions == 0)
@@ -268,7 +283,7 @@ private:
     const std::lock_guard held(shared_.lock);
     shared_.hindered[first];
     shared_.refused[first].assign(packet, packet + size);
-    shared_.changed.notify_all();
+    shared_.to_do.notify_all();
   }
 
   // Says that all messages up to this one are settled. If it does not arrive, receivers that have
@@ -294,11 +309,11 @@ private:
   void publish_refused() {
     std::unique_lock held(shared_.lock);
     for (;;) {
-      shared_.changed.wait(held, [this] {
+      shared_.to_do.wait(held, [this] {
         return shared_.ended || !shared_.refused.empty() || shared_.owes_marker;
       });
       const uint64_t newest = shared_.newest;
-      shared_.changed.wait_for(held, publish_again_after, [this] { return shared_.ended; });
+      shared_.to_do.wait_for(held, publish_again_after, [this] { return shared_.ended; });
       if (shared_.ended)
         return;
       if (shared_.owes_marker && shared_.unanswered.empty() && newest == shared_.newest) {
@@ -350,6 +365,7 @@ private:
     else
       before_asking_ =
           std::clamp((at_->kept_batches - batches) / 8, uint64_t{1}, most_before_asking);
+    bytes_before_asking_ = before_asking_ > 0 ? (at_->kept_bytes - info->State.Bytes) / 8 : 0;
     const std::lock_guard held(shared_.lock);
     while (!shared_.stored.empty() && shared_.stored.front().second < info->State.FirstSeq) {
       handled_ = std::max(handled_, shared_.stored.front().first);
@@ -368,7 +384,8 @@ private:
   int64_t made_at_ = 0;                  // when the stream was, by its server's clock
   std::atomic<bool> stream_lost_{false}; // and the messages in it
   deadline ask_again_{};
-  uint64_t before_asking_ = 0; // packets that may be published before the next question
+  // Packets and bytes that may be published before the next question.
+  uint64_t before_asking_ = 0, bytes_before_asking_ = 0;
   const place *at_ = nullptr;
   std::vector<uint8_t> scratch_;
   publishing &shared_;
