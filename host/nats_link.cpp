@@ -29,9 +29,10 @@
 namespace mesh_host {
 namespace {
 
-// Packets published and not answered. More gain nothing, and the receiver has to wait for the
-// first of them when it was refused.
-constexpr size_t most_unanswered = 128;
+// Packets published and not answered. The client collects small ones for a millisecond before it
+// writes, so with 128 both sides mostly wait for each other; 2,048 gain nothing, and the receiver
+// has to wait for the first of them when it was refused.
+constexpr size_t most_unanswered = 512;
 constexpr int64_t answer_timeout_ms = 1000;
 constexpr std::chrono::milliseconds publish_again_after(20);
 // How often the stream is asked how far its receiver is, while somebody waits for that.
