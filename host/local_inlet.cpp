@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -24,6 +25,13 @@ constexpr unsigned rounds_for_a_peer = 4;
 // An acknowledgement for each message would be as many datagrams back as forth; a sender with a
 // small window must not wait long for one either.
 constexpr std::chrono::milliseconds acknowledge_every(5);
+// The time of the kernel's last tick, some milliseconds old: looked at after each message, where a
+// look at the exact one would cost as much as decoding a route.
+deadline coarse_now() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return deadline(std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec));
+}
 // How long to leave those waiting for whom there is no descriptor.
 constexpr std::chrono::milliseconds pause_without_descriptors(100);
 
@@ -76,7 +84,7 @@ bool local_inlet::take_some(taker &to) {
   }
   constexpr int most_events = 64;
   epoll_event events[most_events];
-  acknowledge_at_ = clock::now() + acknowledge_every;
+  acknowledge_at_ = coarse_now() + acknowledge_every;
   const int ready = epoll_wait(epoll_.get(), events, most_events, 0);
   for (int i = 0; i < ready; i++) {
     if (events[i].data.fd == listener_.get()) {
@@ -178,7 +186,7 @@ bool local_inlet::take_datagram(peer &from, const uint8_t *at, size_t size, take
       [](void *known, uint64_t number) {
         const following &now = *static_cast<following *>(known);
         now.from->handled = number;
-        if (clock::now() >= now.self->acknowledge_at_)
+        if (coarse_now() >= now.self->acknowledge_at_)
           now.self->acknowledge(*now.from);
       },
       &context);
@@ -200,7 +208,7 @@ void local_inlet::acknowledge(peer &to) {
     event.data.fd = to.socket.get();
     epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, to.socket.get(), &event);
   }
-  acknowledge_at_ = clock::now() + acknowledge_every;
+  acknowledge_at_ = coarse_now() + acknowledge_every;
 }
 
 void local_inlet::acknowledge_all() {
