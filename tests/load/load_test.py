@@ -162,7 +162,22 @@ class Load(unittest.TestCase):
                 self.assertTrue(re.search(told, done.stderr), done.stderr)
 
 
+def main():
+    if sys.argv[1:] in (["-h"], ["--help"]):
+        print(__doc__.strip())
+        return 0
+    if len(sys.argv) != 3:
+        print(f"load_test: expected 2 arguments, found {len(sys.argv) - 1}\n"
+              "usage: load_test.py SETTINGS_JSON CASE", file=sys.stderr)
+        return 2
+    settings, case = sys.argv[1:]
+    SETTINGS.update(json.loads(pathlib.Path(settings).read_text(encoding="utf-8")))
+    if not hasattr(Load, "test_" + case):
+        print(f"load_test: no case '{case}'", file=sys.stderr)
+        return 2
+    suite = unittest.TestSuite([Load("test_" + case)])
+    return 0 if unittest.TextTestRunner().run(suite).wasSuccessful() else 1
+
+
 if __name__ == "__main__":
-    SETTINGS.update(json.loads(pathlib.Path(sys.argv[1]).read_text(encoding="utf-8")))
-    suite = unittest.TestSuite([Load("test_" + sys.argv[2])])
-    sys.exit(0 if unittest.TextTestRunner(verbosity=2).run(suite).wasSuccessful() else 1)
+    sys.exit(main())

@@ -176,6 +176,7 @@ class Scripts(unittest.TestCase):
                      [python, self.script("tests/rooms/check_rooms.py")],
                      [python, self.script("tests/runtime/check_fast_path.py")],
                      [python, self.script("tests/runtime/check_stack.py")],
+                     [python, self.script("tests/load/load_test.py")],
                      [python, self.script("tests/scripts/scripts_test.py")]):
             with self.subTest(tool=tool[-1]):
                 status, output, errors = self.run_script(*tool, "--help")
@@ -266,7 +267,7 @@ class Scripts(unittest.TestCase):
         self.all_installed()
         for name in ("scripts/install-deps", "scripts/test", "scripts/fuzz", "scripts/valgrind",
                      "scripts/demo", "scripts/try-fresh", "scripts/try-routing-daemon",
-                     "scripts/coverage", "scripts/bench",
+                     "scripts/coverage", "scripts/bench", "scripts/host-load",
                      "scripts/mutate", "scripts/count-tests", ".ci/run"):
             link = elsewhere / name.split("/")[1]
             link.symlink_to(tree / name)
@@ -695,6 +696,7 @@ class Scripts(unittest.TestCase):
         commands = {name: [tree / "scripts" / name] for name in ("demo", "test", "fuzz", "valgrind",
                                                                  "coverage", "mutate")}
         commands["bench"] = [tree / "scripts/bench", "--check"]
+        commands["host-load"] = [tree / "scripts/host-load"]
         return commands
 
     def ours(self):
