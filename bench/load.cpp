@@ -38,9 +38,9 @@ uint64_t status_kib(const char *name) {
 void fail(const char *format, ...) {
   va_list words;
   va_start(words, format);
-  fprintf(stderr, "%s: ", program_invocation_short_name);
-  vfprintf(stderr, format, words);
-  fputc('\n', stderr);
+  (void)fprintf(stderr, "%s: ", program_invocation_short_name);
+  (void)vfprintf(stderr, format, words);
+  (void)fputc('\n', stderr);
   va_end(words);
   exit(1);
 }
@@ -137,7 +137,7 @@ void serve_rounds(board &shared, uint32_t receivers, uint32_t routes_per_message
                   const std::function<void(uint32_t)> &send,
                   const std::function<std::string()> &more) {
   constexpr unsigned batches_between_looks = 8; // at the clock
-  puts("{\"ready\": true}");
+  (void)puts("{\"ready\": true}");
   (void)fflush(stdout);
   uint64_t messages = 0;
   uint64_t sum = 0;
@@ -160,11 +160,11 @@ void serve_rounds(board &shared, uint32_t receivers, uint32_t routes_per_message
     }
     wait_until_taken(shared, receivers, messages, sum);
     const uint64_t end = now_ns();
-    printf("{\"messages\": %" PRIu64 ", \"routes\": %" PRIu64
-           ", \"seconds\": %.9f, \"sending\": %.9f%s}\n",
-           messages - before, (messages - before) * routes_per_message,
-           static_cast<double>(end - start) / 1e9, static_cast<double>(sent - start) / 1e9,
-           more ? more().c_str() : "");
+    (void)printf("{\"messages\": %" PRIu64 ", \"routes\": %" PRIu64
+                 ", \"seconds\": %.9f, \"sending\": %.9f%s}\n",
+                 messages - before, (messages - before) * routes_per_message,
+                 static_cast<double>(end - start) / 1e9, static_cast<double>(sent - start) / 1e9,
+                 more ? more().c_str() : "");
     (void)fflush(stdout);
   }
 }

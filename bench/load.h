@@ -25,7 +25,7 @@ using route_message = feiBrokerFib6_ipv6FwdUpdateMsg;
 
 inline constexpr uint32_t most_receivers = 16;
 // What __sendbatch takes together, and so what any contestant sends at once.
-inline constexpr uint32_t most_batch_bytes = 65536;
+inline constexpr size_t most_batch_bytes = 65536;
 
 struct alignas(64) board_slot {
   std::atomic<uint64_t> ready;    // the receiver is there

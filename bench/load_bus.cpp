@@ -152,9 +152,9 @@ int time_codec(char **words) {
   size_t bytes = 0;
   for (const std::vector<uint8_t> &each : ready)
     bytes += each.size();
-  printf("{\"pack\": %.4f, \"decode\": %.4f, \"bytes\": %.2f}\n", pack, decode,
-         static_cast<double>(bytes) /
-             (static_cast<double>(ready.size()) * static_cast<double>(routes) * batch));
+  (void)printf("{\"pack\": %.4f, \"decode\": %.4f, \"bytes\": %.2f}\n", pack, decode,
+               static_cast<double>(bytes) /
+                   (static_cast<double>(ready.size()) * static_cast<double>(routes) * batch));
   return 0;
 }
 
@@ -184,13 +184,13 @@ public:
     if (each_.empty())
       fail("no message came");
     std::sort(each_.begin(), each_.end());
-    printf("{\"messages\": %zu", each_.size());
+    (void)printf("{\"messages\": %zu", each_.size());
     for (const double part : {50.0, 90.0, 99.0, 99.9}) {
       const auto rank = static_cast<size_t>(
           std::ceil(part / 100 * static_cast<double>(each_.size()))); // nearest rank
-      printf(", \"%g\": %" PRIu64, part, each_[std::max<size_t>(rank, 1) - 1]);
+      (void)printf(", \"%g\": %" PRIu64, part, each_[std::max<size_t>(rank, 1) - 1]);
     }
-    printf(", \"max\": %" PRIu64 "}\n", each_.back());
+    (void)printf(", \"max\": %" PRIu64 "}\n", each_.back());
   }
 
 private:
@@ -296,9 +296,9 @@ public:
     text_ += one;
   }
   void print(uint64_t began, size_t kept) const {
-    printf("{\"began\": %" PRIu64 ", \"milestones\": [%s], \"peak_kib\": %" PRIu64
-           ", \"kept\": %zu}\n",
-           began, text_.c_str(), peak_kib(), kept);
+    (void)printf("{\"began\": %" PRIu64 ", \"milestones\": [%s], \"peak_kib\": %" PRIu64
+                 ", \"kept\": %zu}\n",
+                 began, text_.c_str(), peak_kib(), kept);
   }
 
 private:
@@ -367,13 +367,13 @@ int main(int count, char **words) {
   for (const auto &each : roles)
     if (count == each.words + 2 && strcmp(words[1], each.role) == 0)
       return each.run(words + 2);
-  fprintf(stderr, "usage: load_bus send BOARD TABLE FIRST RECEIVERS ROUTES BATCH\n"
-                  "       load_bus receive BOARD FIRST NUMBER look|table\n"
-                  "       load_bus codec TABLE ROUTES BATCH SECONDS\n"
-                  "       load_bus pace BOARD FIRST ROUTES RATE COUNT\n"
-                  "       load_bus stamps BOARD FIRST COUNT\n"
-                  "       load_bus inside ROUTES RATE COUNT\n"
-                  "       load_bus grow BOARD FIRST COUNT\n"
-                  "       load_bus growing BOARD FIRST COUNT look|table\n");
+  (void)fprintf(stderr, "usage: load_bus send BOARD TABLE FIRST RECEIVERS ROUTES BATCH\n"
+                        "       load_bus receive BOARD FIRST NUMBER look|table\n"
+                        "       load_bus codec TABLE ROUTES BATCH SECONDS\n"
+                        "       load_bus pace BOARD FIRST ROUTES RATE COUNT\n"
+                        "       load_bus stamps BOARD FIRST COUNT\n"
+                        "       load_bus inside ROUTES RATE COUNT\n"
+                        "       load_bus grow BOARD FIRST COUNT\n"
+                        "       load_bus growing BOARD FIRST COUNT look|table\n");
   return 2;
 }

@@ -187,7 +187,7 @@ int main(int count, char **words) {
     return send_messages(words + 2);
   if (role == "receive" && count == 8)
     return receive_messages(words + 2);
-  fprintf(stderr, "usage: load_nats send BOARD TABLE URL FIRST RECEIVERS ROUTES BATCH\n"
-                  "       load_nats receive BOARD URL FIRST NUMBER memory|file push|pull\n");
+  (void)fprintf(stderr, "usage: load_nats send BOARD TABLE URL FIRST RECEIVERS ROUTES BATCH\n"
+                        "       load_nats receive BOARD URL FIRST NUMBER memory|file push|pull\n");
   return 2;
 }

@@ -250,7 +250,7 @@ int main(int count, char **words) {
     return send_messages(words + 2);
   if (role == "receive" && count == 5)
     return receive_messages(words + 2);
-  fprintf(stderr, "usage: load_parts send BOARD TABLE FIRST ROUTES BATCH\n"
-                  "       load_parts receive BOARD FIRST look|table\n");
+  (void)fprintf(stderr, "usage: load_parts send BOARD TABLE FIRST ROUTES BATCH\n"
+                        "       load_parts receive BOARD FIRST look|table\n");
   return 2;
 }

@@ -145,7 +145,8 @@ int main(int count, char **words) {
     if (role == "receive" && count == 6)
       return receive_messages(words + 2);
   }
-  fprintf(stderr, "usage: load_stream send BOARD TABLE FOLDER RECEIVERS ROUTES BATCH codec|bytes\n"
-                  "       load_stream receive BOARD FOLDER NUMBER codec|bytes\n");
+  (void)fprintf(stderr,
+                "usage: load_stream send BOARD TABLE FOLDER RECEIVERS ROUTES BATCH codec|bytes\n"
+                "       load_stream receive BOARD FOLDER NUMBER codec|bytes\n");
   return 2;
 }
