@@ -170,6 +170,7 @@ bool feed::send_answers() {
     if (!note(result, 1))
       return false;
     check_answers.pop_front();
+    not_before = {}; // the pause is for tables and changes
     return true;
   }
   route_answer &answer = route_answers.front();
@@ -179,6 +180,7 @@ bool feed::send_answers() {
   if (!note(mesh.send(peer, one, service.epoch, fib6_cfg_query_fib6_rec__sendtomsg), 1))
     return false;
   route_answers.pop_front();
+  not_before = {};
   return true;
 }
 

@@ -20,7 +20,7 @@ struct service_identity {
   uint32_t destination = 0;
   uint32_t vrf = 0;
   uint64_t epoch = 0;
-  std::chrono::milliseconds pause{0}; // between two calls that send to one peer
+  std::chrono::milliseconds pause{0}; // between two calls with a table or changes for one peer
 };
 
 struct feed_counters {
@@ -43,6 +43,9 @@ public:
 
   // Sends some of what is due. Whether something more could be sent at once.
   bool send_some();
+
+  // A pause between two calls that was longer than it is to be now.
+  void end_pause() { not_before = {}; }
 
   // The service ends: the last word, if the peer takes it.
   void take_leave();

@@ -22,6 +22,9 @@ int run(int argc, char **argv) {
   app.add_number("--number", options.number, {1, 10}, "Which of its peers this is");
   app.add_number("--check-ms", options.check_ms, {10, 3'600'000},
                  "Milliseconds between two comparisons with the service");
+  app.add_number(
+      "--patience-ms", options.patience_ms, {10, 3'600'000},
+      "Milliseconds that a table on its way may be silent\nbefore it is asked for again");
   if (const auto status = app.parse(argc, argv))
     return *status;
   return demo::run_peer(options);

@@ -14,6 +14,7 @@ int run(int argc, char **argv) {
       "Lines of the input change it while it runs:\n"
       "  + 2001:db8::/32 via fe80::1 dev eth0    adds or changes a route\n"
       "  - 2001:db8::/32                         deletes one\n"
+      "  pause MS                                as --pause, from now on\n"
       "  digest, write FILE, quit\n"
       "Exit status: 0 ended when asked to, 1 failed, 2 wrong usage, 3 ended when\n"
       "asked to, but lines were bad and skipped.");
@@ -24,7 +25,7 @@ int run(int argc, char **argv) {
   app.add_number("--destination", options.destination, {0, UINT32_MAX - 10}, "Where to attach");
   app.add_number("--vrf", options.vrf, {}, "Routing instance of all routes");
   app.add_number("--pause", options.pause_ms, {0, 60'000},
-                 "Milliseconds between two calls that send to a peer",
+                 "Milliseconds between two calls with a table or\nchanges for a peer",
                  demo::command_line::initial::hidden);
   if (const auto status = app.parse(argc, argv))
     return *status;

@@ -26,10 +26,7 @@ using milliseconds = std::chrono::milliseconds;
 
 constexpr int poll_ms = 20; // how long a line may wait
 
-// How long a whole table may keep silent before it is asked for anew: longer each time, for it may
-// be this that keeps it from coming.
-constexpr milliseconds first_patience = 2s;
-constexpr milliseconds most_patience = 16s;
+constexpr int most_doublings_of_patience = 3;
 constexpr milliseconds shortest_between_asks = 100ms;
 
 // For %llu.
@@ -41,7 +38,7 @@ class running_peer {
 public:
   explicit running_peer(const peer_options &options)
       : service(options.service), destination(options.service + options.number),
-        check_interval(options.check_ms), lines("-"),
+        check_interval(options.check_ms), first_patience(options.patience_ms), lines("-"),
         mesh(destination,
              {fib6_recv_init, fib6_sync_recv_init, fib6_cfg_recv_init, fib6_cfg_send_init}) {
     // So that an answer to a predecessor is not taken for one to this process.
@@ -191,7 +188,7 @@ private:
       return;
     }
     if (whole_asked) // in vain
-      patience = std::min(2 * patience, most_patience);
+      patience = std::min(2 * patience, first_patience * (1 << most_doublings_of_patience));
     whole_asked = true;
     ask_at = now + patience;
   }
@@ -253,7 +250,7 @@ public:
 
 private:
   const uint32_t service, destination;
-  const milliseconds check_interval;
+  const milliseconds check_interval, first_patience;
   line_input lines;
   link mesh;
   follower followed;

@@ -121,6 +121,13 @@ private:
       write_table(owner.table().contents(), std::string(words[1]));
       return print("written to %s\n", shown(words[1]).c_str());
     }
+    if (uint32_t pause_ms = 0;
+        words.size() == 2 && words[0] == "pause" && parse_number(words[1], pause_ms)) {
+      identity.pause = std::chrono::milliseconds(pause_ms);
+      for (auto &[destination, its_feed] : feeds)
+        its_feed->end_pause();
+      return;
+    }
     if (words.size() == 1 && words[0] == "quit") {
       quit = true;
       return;
@@ -133,7 +140,7 @@ private:
   }
 
   uint64_t bad_lines = 0;
-  const service_identity identity;
+  service_identity identity;
   table_owner owner;
   line_input changes;
   link mesh;

@@ -13,7 +13,7 @@ struct service_options {
   std::string changes = "-"; // lines, from a file or standard input
   uint32_t destination = 9;  // where peers send to
   uint32_t vrf = 0;
-  uint32_t pause_ms = 0; // between two calls that send to a peer
+  uint32_t pause_ms = 0; // between two calls with a table or changes for a peer
 };
 
 // Until it is asked to end. The exit status.

@@ -1,12 +1,15 @@
-// fib6-service and fib6-peer as their users run them, and what becomes of the peer's table when
-// either is killed, stopped, kept from sending, or lied to.
+// fib6-service and fib6-peer as their users run them, on both ways of the development host, and
+// what becomes of the peer's table when either of them, or the server between them, is killed,
+// stopped, kept from sending, or lied to.
 //
-// Room: tests. Includes how the demo's tests run programs.
+// Room: tests. Includes how the demo's tests run programs, and NATS servers of the host's tests.
 #include "demo/services/agreement.h"
 #include "demo/table_text.h"
+#include "host/status_file.h"
 #include "platform/mesh.h"
 #include "tests/demo/hostile_messages.h"
 #include "tests/demo/program_run.h"
+#include "tests/host/nats_server.h"
 
 #include <chrono>
 #include <csignal>
@@ -22,6 +25,8 @@
 namespace {
 
 using namespace std::chrono_literals;
+
+constexpr uint32_t service_destination = 9, peer_destination = 10;
 
 // Long enough for an emulated processor on a busy machine.
 constexpr auto patience = 60s;
@@ -129,9 +134,16 @@ uint64_t number_of(const std::string &text, const std::string &what) {
   return std::stoull(digits);
 }
 
-class Services : public program_test {
+class ServiceTest : public program_test {
 protected:
-  Services() { setenv("MESH_HOST_DIR", (mine() + "/mesh").c_str(), 1); }
+  ServiceTest() { setenv("MESH_HOST_DIR", (mine() + "/mesh").c_str(), 1); }
+
+  // All destinations are at these servers from now on.
+  void place(const std::string &servers, const std::string &options) const {
+    const std::string configuration = mine() + "/mesh.conf";
+    std::ofstream(configuration) << "destination * " << servers << " " << options << "\n";
+    setenv("MESH_HOST_CONFIG", configuration.c_str(), 1);
+  }
 
   std::unique_ptr<conversation> service(const std::string &table,
                                         std::vector<std::string> arguments = {},
@@ -139,8 +151,10 @@ protected:
     arguments.insert(arguments.begin(), {program("fib6-service"), table});
     return start(std::move(arguments), std::move(variables));
   }
-  std::unique_ptr<conversation> peer(unsigned number = 1, std::vector<std::string> variables = {}) {
-    return start({program("fib6-peer"), "--check-ms", "200", "--number", std::to_string(number)},
+  std::unique_ptr<conversation> peer(unsigned number = 1, std::vector<std::string> variables = {},
+                                     const std::string &patience_ms = "500") {
+    return start({program("fib6-peer"), "--check-ms", "200", "--patience-ms", patience_ms,
+                  "--number", std::to_string(number)},
                  std::move(variables));
   }
 
@@ -162,6 +176,30 @@ protected:
     return read_text(path);
   }
 
+  // What the mesh has counted of what it sent to this destination.
+  static mesh_host_status_row sent_by(conversation &program, uint32_t destination) {
+    std::ifstream file(std::string(getenv("MESH_HOST_DIR")) + "/" + std::to_string(program->pid()) +
+                           ".status",
+                       std::ios::binary);
+    mesh_host_status_head head{};
+    file.read(reinterpret_cast<char *>(&head), sizeof head);
+    for (uint32_t i = 0; i < head.rows; i++) {
+      mesh_host_status_row row{};
+      if (file.read(reinterpret_cast<char *>(&row), sizeof row) && row.role == MESH_HOST_SENDS &&
+          row.destination == destination)
+        return row;
+    }
+    return {};
+  }
+  static void wait_until_busy(conversation &service) {
+    EXPECT_TRUE(comes_to_pass([&] { return sent_by(service, peer_destination).refused > 0; }));
+  }
+  // All that the service has to say has left it.
+  static void wait_until_sent(conversation &service, uint64_t messages) {
+    EXPECT_TRUE(
+        comes_to_pass([&] { return sent_by(service, peer_destination).accepted >= messages; }));
+  }
+
   static uint64_t epoch_of(conversation &service) {
     service.wait_until_said("epoch ");
     const std::string all = service->output();
@@ -179,6 +217,38 @@ private:
   unsigned next_pipe = 0;
 };
 
+enum class way { local, nats };
+
+// On each of the ways.
+class Services : public ServiceTest, public testing::WithParamInterface<way> {
+protected:
+  // A server that keeps little has little room for a peer that takes nothing.
+  void SetUp() override { begin(""); }
+  void begin(const std::string &options) {
+    if (GetParam() == way::local)
+      return;
+    ASSERT_TRUE(nats_server::is_installed()) << "Debian's package nats-server has it";
+    if (server == nullptr) {
+      server = std::make_unique<nats_server>(mine() + "/nats");
+      server->start();
+    }
+    place(server->url(), options);
+  }
+  void TearDown() override {
+    server.reset();
+    ServiceTest::TearDown();
+  }
+
+  std::unique_ptr<nats_server> server;
+};
+
+INSTANTIATE_TEST_SUITE_P(, Services, testing::Values(way::local, way::nats), [](const auto &each) {
+  return each.param == way::local ? "Local" : "Nats";
+});
+
+// What has nothing to do with the way.
+class Service : public ServiceTest {};
+
 std::string added(unsigned first, unsigned count) {
   std::ostringstream text;
   for (unsigned i = first; i < first + count; i++)
@@ -187,7 +257,7 @@ std::string added(unsigned first, unsigned count) {
   return text.str();
 }
 
-TEST_F(Services, GiveAPeerTheWholeTableWhenItComes) {
+TEST_P(Services, GiveAPeerTheWholeTableWhenItComes) {
   auto owner = service(table_of(1000));
   auto kept = peer();
   EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", change 0, 1,000 routes"));
@@ -198,7 +268,7 @@ TEST_F(Services, GiveAPeerTheWholeTableWhenItComes) {
   EXPECT_EQ(number_of(owner->end(), "whole tables"), 1U);
 }
 
-TEST_F(Services, HaveADigestThatIsTheSumOfTheHashesOfTheTablesLines) {
+TEST_F(Service, HasADigestThatIsTheSumOfTheHashesOfTheTablesLines) {
   auto owner = service(table_of(100));
   const std::string digest = owner->digest();
   std::istringstream lines(table_text(*owner, "owned"));
@@ -218,7 +288,7 @@ TEST_F(Services, HaveADigestThatIsTheSumOfTheHashesOfTheTablesLines) {
   EXPECT_TRUE(holds(digest, expected));
 }
 
-TEST_F(Services, PassOnWhatIsAddedChangedAndDeletedWithoutAnotherWholeTable) {
+TEST_P(Services, PassOnWhatIsAddedChangedAndDeletedWithoutAnotherWholeTable) {
   auto owner = service(table_of(1000));
   auto kept = peer();
   wait_until_equal(*owner, *kept);
@@ -242,7 +312,7 @@ TEST_F(Services, PassOnWhatIsAddedChangedAndDeletedWithoutAnotherWholeTable) {
   EXPECT_EQ(number_of(end, "gaps"), 0U);
 }
 
-TEST_F(Services, DeleteNextHopsAndGroupsThatNoRouteUses) {
+TEST_P(Services, DeleteNextHopsAndGroupsThatNoRouteUses) {
   auto owner = service(write_table("2001:db8::/32 via fe80::1 dev eth0\n"));
   auto kept = peer();
   wait_until_equal(*owner, *kept);
@@ -262,7 +332,7 @@ TEST_F(Services, DeleteNextHopsAndGroupsThatNoRouteUses) {
   EXPECT_EQ(table_text(*kept, "kept"), "end of table : 0 next hops, 0 groups, 0 routes\n");
 }
 
-TEST_F(Services, AnswerAPeerThatAsksForRoutesToAnAddress) {
+TEST_P(Services, AnswerAPeerThatAsksForRoutesToAnAddress) {
   auto owner = service(write_table("::/0 via fe80::1 dev eth0\n"
                                    "2001:db8::/32 via fe80::2 dev eth0\n"
                                    "2001:db8:1::/48 via fe80::3 dev eth0\n"
@@ -279,22 +349,22 @@ TEST_F(Services, AnswerAPeerThatAsksForRoutesToAnAddress) {
   kept->answer_to("ask fd00::1", "no route");
 }
 
-TEST_F(Services, SurviveThatAPeerIsKilledInTheMiddleOfTheTable) {
-  auto owner = service(table_of(1000), {"--pause", "200"}); // ten calls and more
+TEST_P(Services, SurviveThatAPeerIsKilledInTheMiddleOfTheTable) {
+  auto owner = service(table_of(1000), {"--pause", "60000"});
   {
     auto first = peer();
     first->wait_until_said("the whole table is on its way");
     first->kill_at_once();
     EXPECT_EQ(first->said("in step"), 0U);
   }
-  owner->tell(added(0, 10));
+  owner->tell("pause 0\n" + added(0, 10));
   auto second = peer();
   EXPECT_TRUE(wait_until_equal(*owner, *second).ends_with(", 1,010 routes"));
   EXPECT_GE(number_of(owner->end(), "whole tables"), 2U);
 }
 
-TEST_F(Services, SurviveThatTheServiceIsKilledInTheMiddleOfTheTable) {
-  auto first = service(table_of(1000), {"--pause", "200"});
+TEST_P(Services, SurviveThatTheServiceIsKilledInTheMiddleOfTheTable) {
+  auto first = service(table_of(1000), {"--pause", "60000"});
   auto kept = peer();
   kept->wait_until_said("the whole table is on its way");
   first->kill_at_once();
@@ -303,7 +373,7 @@ TEST_F(Services, SurviveThatTheServiceIsKilledInTheMiddleOfTheTable) {
   EXPECT_TRUE(wait_until_equal(*second, *kept).ends_with(", change 0, 900 routes"));
 }
 
-TEST_F(Services, SurviveThatTheServiceIsKilledWhenAllIsWell) {
+TEST_P(Services, SurviveThatTheServiceIsKilledWhenAllIsWell) {
   auto first = service(table_of(1000));
   auto kept = peer();
   first->tell(added(0, 100));
@@ -317,7 +387,7 @@ TEST_F(Services, SurviveThatTheServiceIsKilledWhenAllIsWell) {
   kept->wait_until_said("the service is there");
 }
 
-TEST_F(Services, TellTheirPeersWhenTheyEnd) {
+TEST_P(Services, TellTheirPeersWhenTheyEnd) {
   auto owner = service(table_of(10));
   auto kept = peer();
   wait_until_equal(*owner, *kept);
@@ -325,10 +395,13 @@ TEST_F(Services, TellTheirPeersWhenTheyEnd) {
   kept->wait_until_said("the service has ended");
 }
 
+// With the server's share of it.
 const std::vector<std::string> narrow = {"MESH_HOST_WINDOW_MESSAGES=8",
                                          "MESH_HOST_SEND_TIMEOUT_MS=50"};
+constexpr char narrow_at_server[] = "batches=4";
 
-TEST_F(Services, LoseAndReorderNothingWhenAPeerThatIsStoppedHasNoRoom) {
+TEST_P(Services, LoseAndReorderNothingWhenAPeerThatIsStoppedHasNoRoom) {
+  begin(narrow_at_server);
   auto owner = service(table_of(1000), {}, narrow);
   auto kept = peer();
   wait_until_equal(*owner, *kept);
@@ -341,7 +414,7 @@ TEST_F(Services, LoseAndReorderNothingWhenAPeerThatIsStoppedHasNoRoom) {
                   return text.str();
                 }()));
   EXPECT_TRUE(owner->digest().ends_with(", 1,100 routes"));
-  std::this_thread::sleep_for(500ms);
+  wait_until_busy(*owner);
   kept->go_on();
   wait_until_equal(*owner, *kept);
   const std::string peers_end = kept->end(), services_end = owner->end();
@@ -352,7 +425,8 @@ TEST_F(Services, LoseAndReorderNothingWhenAPeerThatIsStoppedHasNoRoom) {
   EXPECT_EQ(number_of(peers_end, "whole tables"), 1U);
 }
 
-TEST_F(Services, ServeTheOthersWhileOnePeerIsStopped) {
+TEST_P(Services, ServeTheOthersWhileOnePeerIsStopped) {
+  begin(narrow_at_server);
   auto owner = service(table_of(1000), {}, narrow);
   auto first = peer(1), second = peer(2);
   wait_until_equal(*owner, *first);
@@ -364,13 +438,14 @@ TEST_F(Services, ServeTheOthersWhileOnePeerIsStopped) {
   wait_until_equal(*owner, *first);
 }
 
-TEST_F(Services, SurviveThatAPeerIsStoppedInTheMiddleOfTheTable) {
-  auto owner = service(table_of(1000), {"--pause", "50"}, narrow);
-  auto kept = peer();
+TEST_P(Services, SurviveThatAPeerIsStoppedInTheMiddleOfTheTable) {
+  begin(narrow_at_server);
+  auto owner = service(table_of(1000), {"--pause", "60000"}, narrow);
+  auto kept = peer(1, {}, "5000"); // it asks no second time
   kept->wait_until_said("the whole table is on its way");
   kept->stop();
-  std::this_thread::sleep_for(1s);
-  owner->tell(added(0, 50));
+  owner->tell("pause 0\n" + added(0, 50));
+  wait_until_busy(*owner);
   kept->go_on();
   EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 1,050 routes"));
   // What had no room was sent later, and nothing but that.
@@ -380,7 +455,7 @@ TEST_F(Services, SurviveThatAPeerIsStoppedInTheMiddleOfTheTable) {
   EXPECT_EQ(number_of(peers_end, "whole tables"), 1U) << peers_end;
 }
 
-TEST_F(Services, SurviveThatTheServiceIsStopped) {
+TEST_P(Services, SurviveThatTheServiceIsStopped) {
   auto owner = service(table_of(1000));
   auto kept = peer();
   const std::string before = wait_until_equal(*owner, *kept);
@@ -394,19 +469,20 @@ TEST_F(Services, SurviveThatTheServiceIsStopped) {
   EXPECT_EQ(number_of(kept->end(), "whole tables"), 1U);
 }
 
-TEST_F(Services, SendTheWholeTableWhenTheMeshHasLostChanges) {
+TEST_P(Services, SendTheWholeTableToAPeerThatWasKilledWithChangesOnTheirWay) {
   auto owner = service(table_of(1000));
   auto first = peer();
   wait_until_equal(*owner, *first);
   first->stop();
+  const uint64_t before = sent_by(*owner, peer_destination).accepted;
   owner->tell(added(0, 50));
-  owner->digest(); // the changes are made, and sent: there is room
-  std::this_thread::sleep_for(500ms);
+  wait_until_sent(*owner, before + 50);
   first->kill_at_once();
   auto second = peer();
   EXPECT_TRUE(wait_until_equal(*owner, *second).ends_with(", 1,050 routes"));
+  // A server keeps them for the next peer, which knows that they are not for it.
   const std::string end = owner->end();
-  EXPECT_GE(number_of(end, "losses"), 1U) << end;
+  EXPECT_EQ(number_of(end, "losses"), GetParam() == way::local ? 1U : 0U) << end;
 }
 
 void send_raw(uint32_t destination, const encoded_message &message, uint64_t target) {
@@ -439,9 +515,7 @@ encoded_message change_numbered(uint32_t number) {
   return packed(feiBrokerFib6_ipv6FwdUpdateMsg_ID, update, feiBrokerFib6_ipv6FwdUpdateMsg__pack);
 }
 
-constexpr uint32_t service_destination = 9, peer_destination = 10;
-
-TEST_F(Services, AskForTheWholeTableAfterAGap) {
+TEST_P(Services, AskForTheWholeTableAfterAGap) {
   auto owner = service(table_of(1000));
   auto kept = peer();
   wait_until_equal(*owner, *kept);
@@ -453,7 +527,7 @@ TEST_F(Services, AskForTheWholeTableAfterAGap) {
   EXPECT_EQ(number_of(end, "whole tables"), 2U);
 }
 
-TEST_F(Services, NoticeByTheDigestThatATableHasWhatTheServiceNeverSent) {
+TEST_P(Services, NoticeByTheDigestThatATableHasWhatTheServiceNeverSent) {
   auto owner = service(table_of(1000));
   auto kept = peer();
   wait_until_equal(*owner, *kept);
@@ -464,7 +538,7 @@ TEST_F(Services, NoticeByTheDigestThatATableHasWhatTheServiceNeverSent) {
   EXPECT_FALSE(holds(table_text(*kept, "kept"), "2001:db8:dead::/48"));
 }
 
-TEST_F(Services, IgnoreWhatAnotherServiceSays) {
+TEST_P(Services, IgnoreWhatAnotherServiceSays) {
   auto owner = service(table_of(1000));
   auto kept = peer();
   const std::string before = wait_until_equal(*owner, *kept);
@@ -475,6 +549,154 @@ TEST_F(Services, IgnoreWhatAnotherServiceSays) {
   const std::string end = kept->end();
   EXPECT_EQ(number_of(end, "strangers"), 2U);
   EXPECT_EQ(number_of(end, "gaps"), 0U);
+}
+
+// What the server may do to both. It keeps its streams on disk.
+class ServicesAtAServer : public ServiceTest {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(nats_server::is_installed()) << "Debian's package nats-server has it";
+    server = std::make_unique<nats_server>(mine() + "/nats");
+    server->start();
+    place(server->url(), "storage=file");
+  }
+  void TearDown() override {
+    server.reset();
+    ServiceTest::TearDown();
+  }
+
+  std::unique_ptr<nats_server> server;
+};
+
+TEST_F(ServicesAtAServer, ComeToTheSameTableWhenItIsKilledInTheMiddleOfTheTable) {
+  auto owner = service(table_of(1000), {"--pause", "60000"});
+  auto kept = peer();
+  kept->wait_until_said("the whole table is on its way");
+  server->kill();
+  owner->tell("pause 0\n" + added(0, 20));
+  owner->digest(); // the changes are made; nobody takes them
+  server->start();
+  EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 1,020 routes"));
+  EXPECT_EQ(number_of(owner->end(), "losses"), 0U);
+}
+
+TEST_F(ServicesAtAServer, ComeToTheSameTableWhenItIsKilledBetweenChanges) {
+  auto owner = service(table_of(1000), {"--pause", "5"});
+  auto kept = peer();
+  wait_until_equal(*owner, *kept);
+  for (unsigned i = 0; i < 300; i += 50) {
+    owner->tell(added(i, 50));
+    if (i % 100 != 0)
+      continue;
+    server->kill();
+    server->start();
+  }
+  EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 1,300 routes"));
+  // What is on disk is not lost: no table had to go again.
+  EXPECT_EQ(number_of(owner->end(), "losses"), 0U);
+  const std::string end = kept->end();
+  EXPECT_EQ(number_of(end, "gaps"), 0U) << end;
+  EXPECT_EQ(number_of(end, "whole tables"), 1U) << end;
+}
+
+TEST_F(ServicesAtAServer, ComeToTheSameTableWhenItKeepsNothing) {
+  place(server->url(), "storage=memory");
+  auto owner = service(table_of(1000));
+  auto kept = peer();
+  wait_until_equal(*owner, *kept);
+  kept->stop();
+  const uint64_t before = sent_by(*owner, peer_destination).handled;
+  owner->tell(added(0, 50));
+  EXPECT_TRUE(
+      comes_to_pass([&] { return sent_by(*owner, peer_destination).handled >= before + 50; }));
+  server->kill(); // and with it what the peer did not take
+  kept->go_on();
+  server->start();
+  EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 1,050 routes"));
+}
+
+TEST_F(ServicesAtAServer, ComeToTheSameTableWhenItIsStopped) {
+  auto owner = service(table_of(1000));
+  auto kept = peer();
+  wait_until_equal(*owner, *kept);
+  server->stop();
+  owner->tell(added(0, 100));
+  kept->wait_until_said("the service does not answer");
+  server->go_on();
+  EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 1,100 routes"));
+  EXPECT_EQ(number_of(kept->end(), "whole tables"), 1U);
+}
+
+// Who is killed in the middle: of the table, of changes. Nobody waits for anybody.
+class ServicesKilledAtAServer : public ServicesAtAServer,
+                                public testing::WithParamInterface<std::string> {
+protected:
+  bool dies(char who) const { return GetParam().find(who) != std::string::npos; }
+  void kill_some(const std::string &table) {
+    if (dies('o'))
+      owner->kill_at_once();
+    if (dies('p'))
+      kept->kill_at_once();
+    if (dies('s'))
+      server->kill();
+    if (dies('s'))
+      server->start();
+    if (dies('p'))
+      kept = peer();
+    if (dies('o'))
+      owner = service(table, {"--pause", "5"});
+  }
+
+  // Before the server, for whom they would wait.
+  void TearDown() override {
+    owner.reset();
+    kept.reset();
+    ServicesAtAServer::TearDown();
+  }
+
+  std::unique_ptr<conversation> owner, kept;
+};
+
+TEST_P(ServicesKilledAtAServer, ComeToTheSameTable) {
+  const std::string table = table_of(1500);
+  owner = service(table, {"--pause", "5"});
+  kept = peer();
+  kept->wait_until_said("the whole table is on its way");
+  kill_some(table);
+  EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 1,500 routes"));
+  owner->tell(added(0, 200));
+  kill_some(table);
+  owner->tell(added(200, 200) + "\n" + added(0, 200));
+  EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 1,900 routes"));
+}
+
+INSTANTIATE_TEST_SUITE_P(, ServicesKilledAtAServer,
+                         testing::Values("p", "o", "ps", "os", "op", "ops"), [](const auto &each) {
+                           std::string name;
+                           for (const char who : each.param)
+                             name += who == 'o' ? "Owner" : who == 'p' ? "Peer" : "Server";
+                           return name;
+                         });
+
+// A cluster's servers find each other on loopback.
+TEST_F(Service, ComesToTheSameTableWhenOneOfThreeServersIsKilledInTheMiddleOfIt) {
+  ASSERT_TRUE(nats_server::is_installed()) << "Debian's package nats-server has it";
+  nats_cluster cluster(mine() + "/nats");
+  cluster.start();
+  place(cluster.urls(), "storage=file replicas=3");
+  auto owner = service(table_of(1500), {"--pause", "60000"});
+  auto kept = peer();
+  kept->wait_until_said("the whole table is on its way");
+  owner->tell("pause 5");
+  cluster.at(0).kill();
+  owner->tell(added(0, 100));
+  EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 1,600 routes"));
+  cluster.at(0).start();
+  cluster.wait_until_whole();
+  cluster.at(1).kill();
+  owner->tell(added(100, 100));
+  EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 1,700 routes"));
+  EXPECT_EQ(number_of(owner->end(), "losses"), 0U);
 }
 
 // One of each type that service and peers agreed upon, sound.
@@ -512,7 +734,7 @@ std::vector<encoded_message> messages_of_services() {
   return all;
 }
 
-TEST_F(Services, SurviveMessagesThatAreCutOrMadeUpOnBothSides) {
+TEST_P(Services, SurviveMessagesThatAreCutOrMadeUpOnBothSides) {
   auto owner = service(table_of(100));
   auto kept = peer();
   wait_until_equal(*owner, *kept);
@@ -532,7 +754,7 @@ TEST_F(Services, SurviveMessagesThatAreCutOrMadeUpOnBothSides) {
   EXPECT_GT(number_of(kept->end(), "refused"), 0U);
 }
 
-TEST_F(Services, ComeToTheSameTableWithAllocationsThatFailOnBothSides) {
+TEST_P(Services, ComeToTheSameTableWithAllocationsThatFailOnBothSides) {
   const std::vector<std::string> poor = {"OSAL_HOST_FAIL_PROBABILITY=0.05", "OSAL_HOST_POISON=1"};
   auto owner = service(table_of(300), {}, poor);
   auto kept = peer(1, poor);
@@ -541,7 +763,7 @@ TEST_F(Services, ComeToTheSameTableWithAllocationsThatFailOnBothSides) {
   EXPECT_TRUE(wait_until_equal(*owner, *kept).ends_with(", 400 routes"));
 }
 
-TEST_F(Services, ComeToTheSameTableWithAMeshThatRefusesCallsAndHandsMessagesOnTwice) {
+TEST_P(Services, ComeToTheSameTableWithAMeshThatRefusesCallsAndHandsMessagesOnTwice) {
   const std::vector<std::string> poor = {"MESH_HOST_FAULT_REFUSE=0.1",
                                          "MESH_HOST_FAULT_DUPLICATE=0.05"};
   auto owner = service(table_of(1000), {}, poor);
@@ -556,7 +778,7 @@ TEST_F(Services, ComeToTheSameTableWithAMeshThatRefusesCallsAndHandsMessagesOnTw
   EXPECT_GT(number_of(owner->end(), "times busy"), 0U);
 }
 
-TEST_F(Services, NameBadLinesAndGoOn) {
+TEST_F(Service, NamesBadLinesAndGoesOn) {
   auto owner = service(table_of(10));
   owner->tell("+ 2001:db8::1/32 via fe80::1\n"
               "- 2001:db8:aaaa::/48\n"

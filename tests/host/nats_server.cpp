@@ -29,17 +29,6 @@ sockaddr_in loopback(int port) {
   return name;
 }
 
-// One that is free now, and that the system gives to nobody else soon.
-int free_port() {
-  const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in name = loopback(0);
-  socklen_t size = sizeof name;
-  EXPECT_EQ(bind(probe, reinterpret_cast<sockaddr *>(&name), size), 0);
-  getsockname(probe, reinterpret_cast<sockaddr *>(&name), &size);
-  close(probe);
-  return ntohs(name.sin_port);
-}
-
 bool answers(int port) {
   const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   const sockaddr_in name = loopback(port);
@@ -49,7 +38,35 @@ bool answers(int port) {
   return connected;
 }
 
+// What a server's monitoring says of its health.
+bool is_well(int port) {
+  const int asking = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const sockaddr_in name = loopback(port);
+  const timeval two_seconds{2, 0};
+  setsockopt(asking, SOL_SOCKET, SO_RCVTIMEO, &two_seconds, sizeof two_seconds);
+  std::string answer;
+  const std::string question = "GET /healthz HTTP/1.0\r\n\r\n";
+  if (connect(asking, reinterpret_cast<const sockaddr *>(&name), sizeof name) == 0 &&
+      send(asking, question.data(), question.size(), MSG_NOSIGNAL) > 0) {
+    char part[4096];
+    for (ssize_t got = 0; (got = read(asking, part, sizeof part)) > 0;)
+      answer.append(part, static_cast<size_t>(got));
+  }
+  close(asking);
+  return answer.find("\"ok\"") != std::string::npos;
+}
+
 } // namespace
+
+int nats_server::free_port() {
+  const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in name = loopback(0);
+  socklen_t size = sizeof name;
+  EXPECT_EQ(bind(probe, reinterpret_cast<sockaddr *>(&name), size), 0);
+  getsockname(probe, reinterpret_cast<sockaddr *>(&name), &size);
+  close(probe);
+  return ntohs(name.sin_port);
+}
 
 nats_server::nats_server(std::string folder, std::string settings)
     : folder_(std::move(folder)), settings_(std::move(settings)), port_(free_port()) {}
@@ -66,7 +83,7 @@ void nats_server::start() {
   std::filesystem::create_directories(folder_);
   const std::string configuration = folder_ + "/server.conf";
   std::ofstream(configuration) << "listen: 127.0.0.1:" << port_ << "\njetstream { store_dir: '"
-                               << folder_ << "/store', max_mem: 256M, max_file: 256M }\n"
+                               << folder_ << "/store', max_mem: 4G, max_file: 4G }\n"
                                << settings_;
   pid_ = fork();
   ASSERT_GE(pid_, 0);
@@ -80,6 +97,10 @@ void nats_server::start() {
   }
   const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   while (!answers(port_)) {
+    if (waitpid(pid_, nullptr, WNOHANG) == pid_) {
+      pid_ = -1;
+      FAIL() << log();
+    }
     ASSERT_LT(std::chrono::steady_clock::now(), until) << folder_ << "/log";
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
@@ -99,4 +120,56 @@ void nats_server::stop() {
 
 void nats_server::go_on() {
   ::kill(pid_, SIGCONT);
+}
+
+std::string nats_server::log() const {
+  std::ifstream file(folder_ + "/log");
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+namespace {
+constexpr size_t cluster_size = 3;
+}
+
+nats_cluster::nats_cluster(const std::string &folder) {
+  std::filesystem::create_directories(folder);
+  std::vector<int> routed;
+  std::string routes;
+  for (size_t i = 0; i < cluster_size; i++) {
+    routed.push_back(nats_server::free_port());
+    monitored_.push_back(nats_server::free_port());
+    routes += (i == 0 ? "" : ", ") + ("nats://127.0.0.1:" + std::to_string(routed[i]));
+  }
+  for (size_t i = 0; i < cluster_size; i++)
+    servers_.push_back(std::make_unique<nats_server>(
+        folder + "/" + std::to_string(i),
+        "server_name: node" + std::to_string(i) +
+            "\nhttp: 127.0.0.1:" + std::to_string(monitored_[i]) +
+            "\ncluster { name: tests, listen: 127.0.0.1:" + std::to_string(routed[i]) +
+            ", routes: [" + routes + "] }\n"));
+}
+
+void nats_cluster::start() {
+  for (const auto &server : servers_)
+    server->start();
+  wait_until_whole();
+}
+
+std::string nats_cluster::urls() const {
+  std::string all;
+  for (const auto &server : servers_)
+    all += (all.empty() ? "" : ",") + server->url();
+  return all;
+}
+
+void nats_cluster::wait_until_whole() const {
+  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  for (size_t i = 0; i < servers_.size();) {
+    if (servers_[i]->pid() <= 0 || is_well(monitored_[i])) {
+      i++;
+      continue;
+    }
+    ASSERT_LT(std::chrono::steady_clock::now(), until) << servers_[i]->log();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
 }

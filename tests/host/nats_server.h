@@ -3,8 +3,10 @@
 // Room: tests.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 class nats_server {
 public:
@@ -21,10 +23,32 @@ public:
   std::string url() const { return "nats://127.0.0.1:" + std::to_string(port_); }
   pid_t pid() const { return pid_; }
 
+  // What it has written.
+  std::string log() const;
+
   static bool is_installed();
+  // One of loopback that is free now, and that the system gives to nobody else soon.
+  static int free_port();
 
 private:
   const std::string folder_, settings_;
   int port_;
   pid_t pid_ = -1;
+};
+
+// Three of them that keep the same streams.
+class nats_cluster {
+public:
+  explicit nats_cluster(const std::string &folder);
+
+  void start(); // all, and waits until they are one
+  nats_server &at(size_t number) { return *servers_.at(number); }
+  std::string urls() const; // with commas
+  // Until each that runs has all that it should have: three replicas bear the loss of one server,
+  // and one that was just started is one that is lost.
+  void wait_until_whole() const;
+
+private:
+  std::vector<std::unique_ptr<nats_server>> servers_;
+  std::vector<int> monitored_; // ports
 };
