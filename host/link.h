@@ -37,8 +37,9 @@ public:
   virtual bool gone() const = 0;
   // When it is gone: the number from which messages are not known to be handled.
   virtual uint64_t doubtful_from() const { return settled() + 1; }
-  // Whether all messages up to this one were handled.
-  virtual bool handled(uint64_t number) { return settled() >= number; }
+  // Whether all messages up to this one were handled. Who has to ask somebody for that waits for
+  // the answer, not much beyond the deadline.
+  virtual bool handled(uint64_t number, deadline) { return settled() >= number; }
 };
 
 } // namespace mesh_host

@@ -42,6 +42,8 @@ constexpr int64_t heartbeat_ns = 1'000'000'000;
 constexpr std::chrono::milliseconds look_after(3000);
 constexpr std::chrono::milliseconds try_again_after(100);
 constexpr std::chrono::milliseconds look_every(250);
+constexpr int predecessor_may_linger_ms = 500;
+constexpr std::chrono::milliseconds look_for_predecessor_every(20);
 // A packet in front of which one is missing is given back: its sender publishes that again, or says
 // with a later packet that it was stored, and so handled by the receiver before this one. After
 // this many times it is believed that the sender is dead, and never will.
@@ -200,7 +202,7 @@ public:
     if (watcher_.joinable())
       watcher_.join();
     subscription_.reset();
-    if (ours_) {
+    if (ours_ && session_.is_connected()) { // without a server there is nobody to tell
       await_acknowledgements();
       jsErrCode error = jsErrCode(0);
       js_DeleteConsumer(session_.stream(), stream_name(destination_).c_str(), consumer_name,
@@ -220,11 +222,11 @@ public:
       return result == MESH_HOST_NO_RECEIVER ? static_cast<uint32_t>(MESH_HOST_SYSTEM) : result;
     }
     shared_->connection = session_.connection();
-    if (const uint32_t result = session_.ensure_stream(made_at_); result != MESH_HOST_OK)
-      return result == MESH_HOST_NO_RECEIVER ? static_cast<uint32_t>(MESH_HOST_SYSTEM) : result;
+    if (session_.ensure_stream(made_at_) != MESH_HOST_OK)
+      return MESH_HOST_SYSTEM;
     if (const uint32_t result = subscribe(); result != MESH_HOST_OK)
       return result;
-    if (const uint32_t result = claim(); result != MESH_HOST_OK)
+    if (const uint32_t result = claim_from_predecessor(); result != MESH_HOST_OK)
       return result;
     watcher_ = std::thread([this] { watch(); });
     return MESH_HOST_OK;
@@ -290,7 +292,7 @@ private:
     jsErrCode error = jsErrCode(0);
     if (const auto known = consumer(error);
         known != nullptr && known->PushBound && !was_ours(*known))
-      return taken();
+      return MESH_HOST_DUPLICATE;
     const std::string stream = stream_name(destination_);
     js_DeleteConsumer(session_.stream(), stream.c_str(), consumer_name, nullptr, &error);
     jsConsumerConfig wanted;
@@ -315,13 +317,23 @@ private:
     }
     if (status == NATS_OK || error == JSConsumerExistingActiveErr ||
         error == JSConsumerNameExistErr)
-      return taken();
+      return MESH_HOST_DUPLICATE;
     tell("destination %u: consumer of %s: %s", destination_, stream.c_str(),
          reason(status).c_str());
     return MESH_HOST_SYSTEM;
   }
 
-  uint32_t taken() const {
+  // One that was killed is still there until its server has noticed.
+  uint32_t claim_from_predecessor() {
+    const deadline until = deadline_after(predecessor_may_linger_ms);
+    for (;;) {
+      const uint32_t result = claim();
+      if (result != MESH_HOST_DUPLICATE)
+        return result;
+      if (clock::now() >= until)
+        break;
+      std::this_thread::sleep_for(look_for_predecessor_every);
+    }
     tell("destination %u has a receiver already, at the server", destination_);
     return MESH_HOST_DUPLICATE;
   }
@@ -360,7 +372,7 @@ private:
       again = true;
       if (session_.is_closed())
         return end("the connection to the server is closed");
-      if (natsConnection_Status(session_.connection()) != NATS_CONN_STATUS_CONNECTED)
+      if (!session_.is_connected())
         continue; // the client tries
       if (session_.ensure_stream(made_at_) != MESH_HOST_OK)
         continue;

@@ -37,6 +37,9 @@ constexpr int64_t answer_timeout_ms = 1000;
 constexpr std::chrono::milliseconds publish_again_after(20);
 // How often the stream is asked how far its receiver is, while somebody waits for that.
 constexpr std::chrono::milliseconds ask_every(2);
+// How long it may take to answer: as long as the caller has time, within these.
+constexpr long least_patience_ms = 200;
+constexpr long most_patience_ms = 2000;
 // How many packets at most are published between two questions after the room in the stream: each
 // question stops the flow for a round trip.
 constexpr uint64_t most_before_asking = 256;
@@ -147,7 +150,7 @@ public:
     shared_.to_do.notify_all();
     if (publisher_.joinable())
       publisher_.join();
-    if (shared_.owes_marker && shared_.unanswered.empty()) {
+    if (shared_.owes_marker && shared_.unanswered.empty() && session_.is_connected()) {
       publish_marker(shared_.newest);
       natsConnection_FlushTimeout(session_.connection(), answer_timeout_ms);
     }
@@ -210,13 +213,13 @@ public:
   bool gone() const override { return gone_; }
 
   // What is stored was handled when the stream does not hold it any more.
-  bool handled(uint64_t number) override {
+  bool handled(uint64_t number, deadline until) override {
     if (settled_ < number)
       return false;
     if (handled_ >= number)
       return true;
     if (clock::now() >= ask_again_)
-      ask_stream();
+      ask_stream(until);
     return handled_ >= number;
   }
 
@@ -232,7 +235,7 @@ private:
       bytes_before_asking_ -= size;
     } else {
       before_asking_ = 0;
-      for (ask_stream(); before_asking_ == 0; ask_stream()) {
+      for (ask_stream(until); before_asking_ == 0; ask_stream(until)) {
         if (clock::now() >= until || gone_)
           return gone_;
         std::this_thread::sleep_for(look_for_room_every);
@@ -342,12 +345,15 @@ private:
       stream_lost_ = true;
   }
 
-  void ask_stream() {
+  void ask_stream(deadline until) {
     ask_again_ = clock::now() + ask_every;
+    jsOptions options; // a server that is stopped must not keep the caller beyond his deadline
+    jsOptions_Init(&options);
+    options.Wait = std::max(remaining_ms(until, most_patience_ms), least_patience_ms);
     jsStreamInfo *info = nullptr;
     jsErrCode error = jsErrCode(0);
     const natsStatus status = js_GetStreamInfo(&info, session_.stream(),
-                                               stream_name(destination_).c_str(), nullptr, &error);
+                                               stream_name(destination_).c_str(), &options, &error);
     const nats_object<jsStreamInfo> held_info(info);
     if (status != NATS_OK) {
       // A server that was just started may know less than its cluster.

@@ -20,7 +20,7 @@ constexpr int64_t reconnect_wait_ms = 100;
 constexpr int64_t ping_interval_ms = 2000; // so that a server behind a cut link is noticed
 constexpr int pings_unanswered = 2;
 
-rate_limit complaints;
+rate_limit complaints, troubles;
 
 // What the client library notices in threads of its own: a permission that is missing, above all.
 void tell_problem(natsConnection *, natsSubscription *, natsStatus status, void *) {
@@ -40,6 +40,19 @@ bool is_absence(natsStatus status) {
   return status == NATS_NO_SERVER || status == NATS_TIMEOUT || status == NATS_IO_ERROR ||
          status == NATS_CONNECTION_CLOSED || status == NATS_CONNECTION_DISCONNECTED ||
          status == NATS_NO_RESPONDERS || status == NATS_STALE_CONNECTION;
+}
+
+// The server is there, and the cluster that it belongs to cannot say yet who decides, or has too
+// few servers for so many replicas just now.
+bool is_undecided(jsErrCode error) {
+  return error == JSClusterNotAvailErr || error == JSClusterNotLeaderErr ||
+         error == JSClusterNoPeersErr || error == JSStreamOfflineErr;
+}
+
+// The server keeps room for all that a stream may hold, and has not so much left.
+bool is_shortage(jsErrCode error) {
+  return error == JSMemoryResourcesExceededErr || error == JSStorageResourcesExceededErr ||
+         error == JSInsufficientResourcesErr || error == JSAccountResourcesExceededErr;
 }
 
 } // namespace
@@ -164,9 +177,17 @@ uint32_t nats_session::ensure_stream(int64_t &made_at) {
   }
   if (is_absence(status) && error == jsErrCode(0))
     return MESH_HOST_NO_RECEIVER;
-  tell("destination %u: stream %s at %s: %s", destination_, name.c_str(), at_->servers.c_str(),
-       reason(status).c_str());
-  return MESH_HOST_SYSTEM;
+  const bool passes = is_undecided(error) || is_shortage(error); // and is tried again
+  if (uint64_t skipped = 0; !passes || troubles.pass(skipped))
+    tell("destination %u: stream %s at %s: %s (%llu more not told)", destination_, name.c_str(),
+         at_->servers.c_str(), reason(status).c_str(), number(skipped));
+  if (is_undecided(error))
+    return MESH_HOST_NO_RECEIVER;
+  return is_shortage(error) ? MESH_HOST_FULL : MESH_HOST_SYSTEM;
+}
+
+bool nats_session::is_connected() const {
+  return natsConnection_Status(connection_.get()) == NATS_CONN_STATUS_CONNECTED;
 }
 
 bool nats_session::is_closed() const {

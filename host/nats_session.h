@@ -48,13 +48,15 @@ public:
   // file of ours, told.
   uint32_t open(const settings &limits, const place &at, uint32_t destination, jsOptions &options);
 
-  // The stream is there, made if need be. 0 or a mesh_host_result, told. `made_at` is when it was
+  // The stream is there, made if need be. 0 or a mesh_host_result, told; MESH_HOST_NO_RECEIVER and
+  // MESH_HOST_FULL (the server has no room for one more stream) may pass. `made_at` is when it was
   // made, by the server's clock: a stream that was made anew is another one.
   uint32_t ensure_stream(int64_t &made_at);
 
   natsConnection *connection() const { return connection_.get(); }
   jsCtx *stream() const { return stream_.get(); }
-  bool is_closed() const;
+  bool is_connected() const; // now
+  bool is_closed() const;    // for good
 
 private:
   uint32_t set_identity(natsOptions *options);

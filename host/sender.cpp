@@ -108,15 +108,18 @@ void sender::note_accepted(const packet_header &header, uint64_t bytes, uint64_t
     set(row_.most_bytes_under_way, bytes_under_way_);
 }
 
-// Tries until somebody is there: the receiver may be about to start.
+// Tries until somebody is there, and has room: the receiver may be about to start.
 uint32_t sender::connect(deadline until) {
   constexpr std::chrono::milliseconds pause(10);
   for (;;) {
     const uint32_t result = connect_(accepted_, link_);
-    if (result != MESH_HOST_NO_RECEIVER)
+    if (result != MESH_HOST_NO_RECEIVER && result != MESH_HOST_FULL)
       return result;
-    if (clock::now() + pause >= until)
+    if (clock::now() + pause >= until) {
+      if (result == MESH_HOST_FULL)
+        return result;
       break;
+    }
     std::this_thread::sleep_for(pause);
   }
   if (uint64_t skipped = 0; no_receiver_.pass(skipped))
@@ -219,7 +222,7 @@ uint32_t sender::flush(deadline until) {
     const uint64_t told = known != told_to_.end() ? known->second : 0;
     if (owes_report(thread) || told < losses_)
       return report(thread);
-    if (link_ == nullptr || link_->handled(goal))
+    if (link_ == nullptr || link_->handled(goal, until))
       return MESH_HOST_OK;
     const deadline now = clock::now();
     if (now >= until)

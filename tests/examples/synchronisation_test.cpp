@@ -133,7 +133,7 @@ TEST_F(Synchronise, SendsItsTableBetweenABeginAndAnEnd) {
 
 TEST_F(Synchronise, RepeatsWhatThereIsNoRoomFor) {
   mesh_host_receiver *receiver = attach();
-  program_run sending(cramped_sender("1000", "1000"));
+  program_run sending(cramped_sender("1000", "200"));
   for (int i = 0; i < 4000 && sending.errors().empty(); i++)
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   received all; // each once, although some were sent again
@@ -149,7 +149,7 @@ TEST_F(Synchronise, RepeatsWhatThereIsNoRoomFor) {
 
 TEST_F(Synchronise, GivesUpWhereThereIsNeverAnyRoom) {
   mesh_host_receiver *receiver = attach(); // takes messages, handles none
-  program_run sending(cramped_sender("1000", "500"));
+  program_run sending(cramped_sender("1000", "100"));
   EXPECT_EQ(sending.status(), 1);
   EXPECT_EQ(times(sending.errors(), "synchronise: no room at destination 8, trying again\n"), 4u);
   EXPECT_TRUE(holds(sending.errors(), "synchronise: broken off, to be begun anew: destination 8: "
@@ -160,7 +160,7 @@ TEST_F(Synchronise, GivesUpWhereThereIsNeverAnyRoom) {
 TEST_F(Synchronise, FailsWhenItsTableIsNotHandled) {
   mesh_host_receiver *receiver = attach(); // has room for all of it, handles none
   program_run::settings how = example("synchronise", {"10"});
-  how.variables.back() = "MESH_HOST_SEND_TIMEOUT_MS=300"; // and no longer at the end
+  how.variables.back() = "MESH_HOST_SEND_TIMEOUT_MS=100"; // and no longer at the end
   program_run sending(how);
   EXPECT_EQ(sending.status(), 1);
   EXPECT_TRUE(

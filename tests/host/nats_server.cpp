@@ -68,8 +68,9 @@ int nats_server::free_port() {
   return ntohs(name.sin_port);
 }
 
-nats_server::nats_server(std::string folder, std::string settings)
-    : folder_(std::move(folder)), settings_(std::move(settings)), port_(free_port()) {}
+nats_server::nats_server(std::string folder, std::string settings, std::string room)
+    : folder_(std::move(folder)), settings_(std::move(settings)), room_(std::move(room)),
+      port_(free_port()) {}
 
 nats_server::~nats_server() {
   kill();
@@ -83,7 +84,7 @@ void nats_server::start() {
   std::filesystem::create_directories(folder_);
   const std::string configuration = folder_ + "/server.conf";
   std::ofstream(configuration) << "listen: 127.0.0.1:" << port_ << "\njetstream { store_dir: '"
-                               << folder_ << "/store', max_mem: 4G, max_file: 4G }\n"
+                               << folder_ << "/store', " << room_ << " }\n"
                                << settings_;
   pid_ = fork();
   ASSERT_GE(pid_, 0);
@@ -172,4 +173,45 @@ void nats_cluster::wait_until_whole() const {
     ASSERT_LT(std::chrono::steady_clock::now(), until) << servers_[i]->log();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
+}
+
+stranger::stranger(int port, const std::string &who)
+    : connection_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  const timeval ten_seconds{10, 0};
+  setsockopt(connection_, SOL_SOCKET, SO_RCVTIMEO, &ten_seconds, sizeof ten_seconds);
+  setsockopt(connection_, SOL_SOCKET, SO_SNDTIMEO, &ten_seconds, sizeof ten_seconds);
+  const sockaddr_in name = loopback(port);
+  EXPECT_EQ(connect(connection_, reinterpret_cast<const sockaddr *>(&name), sizeof name), 0);
+  if (!who.empty())
+    say("CONNECT " + who + "\r\n");
+}
+
+stranger::~stranger() {
+  close(connection_);
+}
+
+void stranger::say(const std::string &text) const {
+  for (size_t said = 0; said < text.size();) {
+    const ssize_t now = send(connection_, text.data() + said, text.size() - said, MSG_NOSIGNAL);
+    if (now <= 0)
+      return;
+    said += static_cast<size_t>(now);
+  }
+}
+
+std::string stranger::ask(const std::string &lines) const {
+  say(lines + "PING\r\n");
+  std::string answer;
+  char part[4096];
+  while (answer.find("PONG\r\n") == std::string::npos) {
+    const ssize_t got = read(connection_, part, sizeof part);
+    if (got <= 0)
+      break;
+    answer.append(part, static_cast<size_t>(got));
+  }
+  return answer;
+}
+
+std::string publication(const std::string &subject, const std::string &data) {
+  return "PUB " + subject + " " + std::to_string(data.size()) + "\r\n" + data + "\r\n";
 }

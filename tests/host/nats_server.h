@@ -10,8 +10,9 @@
 
 class nats_server {
 public:
-  // `settings` are further lines of its configuration.
-  explicit nats_server(std::string folder, std::string settings = "");
+  // `settings` are further lines of its configuration; `room` is what it may take for streams.
+  explicit nats_server(std::string folder, std::string settings = "",
+                       std::string room = "max_mem: 4G, max_file: 4G");
   ~nats_server();
   nats_server(const nats_server &) = delete;
   nats_server &operator=(const nats_server &) = delete;
@@ -21,6 +22,7 @@ public:
   void stop();  // SIGSTOP
   void go_on(); // SIGCONT
   std::string url() const { return "nats://127.0.0.1:" + std::to_string(port_); }
+  int port() const { return port_; }
   pid_t pid() const { return pid_; }
 
   // What it has written.
@@ -31,7 +33,7 @@ public:
   static int free_port();
 
 private:
-  const std::string folder_, settings_;
+  const std::string folder_, settings_, room_;
   int port_;
   pid_t pid_ = -1;
 };
@@ -52,3 +54,23 @@ private:
   std::vector<std::unique_ptr<nats_server>> servers_;
   std::vector<int> monitored_; // ports
 };
+
+// Somebody who speaks to a server without its client library.
+class stranger {
+public:
+  // `who` goes behind CONNECT, in JSON; without it nothing is said.
+  explicit stranger(int port, const std::string &who = "{}");
+  ~stranger();
+  stranger(const stranger &) = delete;
+  stranger &operator=(const stranger &) = delete;
+
+  void say(const std::string &text) const; // as much of it as the server takes
+  // Says these lines and PING; what comes up to the answer to that, or the end.
+  std::string ask(const std::string &lines) const;
+
+private:
+  int connection_;
+};
+
+// The lines that publish this.
+std::string publication(const std::string &subject, const std::string &data);

@@ -2,6 +2,7 @@
 //
 // Room: tests.
 #include "captured_stderr.h"
+#include "descriptor_hoard.h"
 #include "host/status_file.h"
 #include "mesh_fixture.h"
 
@@ -12,7 +13,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -23,41 +23,13 @@ namespace {
 
 class Shortage : public MeshTest {};
 
-// Takes all descriptors that this process may have, until it is destroyed.
-class hoard {
-public:
-  hoard() {
-    getrlimit(RLIMIT_NOFILE, &before_);
-    const rlimit few{64, before_.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &few);
-    for (int taken = dup(0); taken >= 0; taken = dup(0))
-      taken_.push_back(taken);
-  }
-  ~hoard() {
-    give_back();
-    setrlimit(RLIMIT_NOFILE, &before_);
-  }
-  hoard(const hoard &) = delete;
-  hoard &operator=(const hoard &) = delete;
-
-  void give_back() {
-    for (const int each : taken_)
-      close(each);
-    taken_.clear();
-  }
-
-private:
-  rlimit before_{};
-  std::vector<int> taken_;
-};
-
 // A living receiver was once taken for dead when the sender had no descriptor left.
 TEST_F(Shortage, OfDescriptorsDoesNotMakeALivingReceiverDead) {
   child peer(receiver_of_numbers(3));
   ASSERT_EQ(peer.talk().hear(), "attached");
   ASSERT_EQ(send_samples(0, 1), 0U);
   {
-    const hoard all;
+    const descriptor_hoard all;
     EXPECT_EQ(send_samples(1, 1), 0U) << "the connection is there";
     EXPECT_EQ(mesh_host_flush(destination, 5000), 0U);
   }
@@ -72,7 +44,7 @@ TEST_F(Shortage, OfDescriptorsIsToldAsSuchByTheFirstSend) {
   {
     const captured_stderr told; // needs a descriptor itself
     {
-      const hoard all;
+      const descriptor_hoard all;
       EXPECT_EQ(send_samples(9, 1), uint32_t{MESH_HOST_SYSTEM});
     }
     EXPECT_NE(told.text().find("Too many open files"), std::string::npos) << told.text();
@@ -89,7 +61,7 @@ TEST_F(Shortage, OfDescriptorsMakesAReceiverTakeSendersLater) {
   collecting_receiver receiver;
   ASSERT_EQ(receiver.attach(), 0U);
   {
-    hoard all;
+    descriptor_hoard all;
     sender.talk().say("send");
     const clock_t before = clock();
     EXPECT_EQ(receiver.poll(600), 0);
