@@ -84,7 +84,10 @@ uint32_t prepare(mesh &self) {
   if (self.ending)
     return MESH_HOST_SYSTEM;
   if (!self.settings_read) {
-    self.limits = read_settings();
+    bool passes = false;
+    self.limits = read_settings(passes);
+    if (passes)
+      return MESH_HOST_SYSTEM;
     if (self.limits)
       self.injected.emplace(self.limits->faults);
     self.settings_read = true;

@@ -106,6 +106,7 @@ public:
   bool read() {
     std::ifstream stream(file_);
     if (!stream) {
+      passes_ = errno == EMFILE || errno == ENFILE || errno == ENOMEM;
       tell("%s: cannot be read: %s (named by MESH_HOST_CONFIG)", file_, strerror(errno));
       return false;
     }
@@ -120,6 +121,7 @@ public:
     }
     return good;
   }
+  bool passes() const { return passes_; }
 
 private:
   bool read_line(const std::vector<std::string> &words) {
@@ -227,6 +229,7 @@ private:
   settings &into_;
   unsigned number_ = 0;
   bool all_placed_ = false;
+  bool passes_ = false;
 };
 
 bool read_faults(fault_settings &into) {
@@ -239,7 +242,8 @@ bool read_faults(fault_settings &into) {
 
 } // namespace
 
-std::optional<settings> read_settings() {
+std::optional<settings> read_settings(bool &passes) {
+  passes = false;
   settings found;
   found.directory = directory_of_environment();
 
@@ -254,8 +258,12 @@ std::optional<settings> read_settings() {
   found.batch_limit = std::min(2 * found.frame_limit + 64, longest_batch) / 8 * 8;
 
   const char *file = getenv("MESH_HOST_CONFIG");
-  if (file != nullptr && file[0] != '\0')
-    good = config_reader(file, found).read() && good;
+  if (file != nullptr && file[0] != '\0') {
+    config_reader reader(file, found);
+    const bool read = reader.read();
+    passes = good && reader.passes();
+    good = read && good;
+  }
   if (!good)
     return std::nullopt;
   return found;

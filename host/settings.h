@@ -47,7 +47,8 @@ struct settings {
   }
 };
 
-// Empty when something is wrong; every mistake has then been told on stderr.
-std::optional<settings> read_settings();
+// Empty when something is wrong, which has then been told on stderr. `passes` says that it may be
+// better next time: no descriptor was left for the file.
+std::optional<settings> read_settings(bool &passes);
 
 } // namespace mesh_host

@@ -327,6 +327,51 @@ TEST_F(NatsPromise, GoesOnWhenItsServerWasKilledAndStartedAnew) {
   EXPECT_EQ(counters().lost, 0U);
 }
 
+TEST_F(NatsPromise, IsBusyNoLongerThanTheTimeOutWhileItsServerIsStopped) {
+  set_variable("MESH_HOST_SEND_TIMEOUT_MS", "300");
+  child peer(receiver_of_numbers(400));
+  ASSERT_EQ(peer.talk().hear(), "attached");
+  uint32_t sent = 0;
+  for (; sent < 10; sent++)
+    ASSERT_EQ(send_samples(sent, 1), 0U);
+  server->stop();
+  uint32_t result = 0;
+  std::chrono::milliseconds longest{0};
+  while (result == 0 && sent < 400) {
+    longest = std::max(longest, time_of([&] { result = send_samples(sent, 1); }));
+    sent += result == 0 ? 1 : 0;
+  }
+  EXPECT_EQ(result, uint32_t{MESH_HOST_FULL});
+  EXPECT_LT(longest.count(), 1500);
+  server->go_on();
+  for (const auto until = std::chrono::steady_clock::now() + promptly; sent < 400;) {
+    ASSERT_LT(std::chrono::steady_clock::now(), until);
+    sent += send_samples(sent, 1) == 0 ? 1 : 0;
+  }
+  EXPECT_EQ(peer.talk().hear(), "in order");
+  EXPECT_EQ(counters().lost, 0U);
+}
+
+TEST_F(NatsPromise, LetsAProcessEndWhoseServerIsGone) {
+  set_variable("MESH_HOST_SEND_TIMEOUT_MS", "300");
+  child both([](conversation &parent) {
+    collecting_receiver receiver;
+    if (receiver.attach(8) != 0 || send_samples(0, 5) != 0)
+      return 1;
+    mesh_host_progress progress{};
+    while (progress.handled < 5)
+      mesh_host_get_progress(destination, &progress);
+    parent.say("there");
+    parent.hear();
+    return 0;
+  });
+  ASSERT_EQ(both.talk().hear(), "there");
+  server->kill();
+  both.talk().say("end");
+  const auto waited = time_of([&] { EXPECT_EQ(both.wait(), 0); });
+  EXPECT_LT(waited.count(), 1500);
+}
+
 TEST_F(NatsPromise, SaysThatNoServerAnswers) {
   server->kill();
   set_variable("MESH_HOST_SEND_TIMEOUT_MS", "300");
@@ -349,6 +394,9 @@ TEST_F(NatsPromise, RefusesABatchThatIsTooLongForTheServer) {
 
 TEST_F(NatsPromise, CannotBeUsedByAForkedChild) {
   ASSERT_EQ(send_samples(0, 1), 0U);
+  mesh_host_progress progress{};
+  while (progress.handled == 0) // by the server, which this process would wait for at its end
+    mesh_host_get_progress(destination, &progress);
   child heir([](conversation &parent) {
     parent.say(std::to_string(send_samples(1, 1)));
     _exit(0);
