@@ -213,6 +213,7 @@ public:
   }
 
   uint32_t open(const settings &limits, const place &at) {
+    inbox_ = at.inbox;
     jsOptions options;
     jsOptions_Init(&options);
     if (const uint32_t result = session_.open(limits, at, destination_, options);
@@ -261,7 +262,8 @@ private:
     natsStatus status = natsInbox_Create(&made);
     if (status == NATS_OK) {
       former_subject_ = subject_;
-      subject_ = made;
+      // The client makes it with the usual first word.
+      subject_ = inbox_ + std::string(made).substr(strlen("_INBOX"));
       natsInbox_Destroy(made);
       auto *closure = new subscriber{shared_, generation};
       natsSubscription *subscribed = nullptr;
@@ -413,6 +415,7 @@ private:
   const uint32_t destination_;
   std::shared_ptr<reception> shared_;
   nats_session session_;
+  std::string inbox_;                    // first word of them:
   std::string subject_, former_subject_; // where the consumer pushes to, and did before
   nats_object<natsSubscription> subscription_;
   int64_t made_at_ = 0;

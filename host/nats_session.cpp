@@ -90,6 +90,7 @@ uint32_t nats_session::open(const settings &, const place &at, uint32_t destinat
     natsOptions_SetMaxPingsOut(made, pings_unanswered);
     natsOptions_SetFailRequestsOnDisconnect(made, true);
     natsOptions_SetErrorHandler(made, tell_problem, nullptr);
+    natsOptions_SetCustomInboxPrefix(made, at.inbox.c_str());
     if (const uint32_t result = set_identity(made); result != MESH_HOST_OK)
       return result;
     natsConnection *connected = nullptr;

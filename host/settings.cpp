@@ -8,6 +8,7 @@
 #include "host/tell.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cmath>
@@ -93,6 +94,13 @@ bool are_servers(const std::string &text) {
   for (std::string server; std::getline(stream, server, ',');)
     good = good && is_server(server);
   return good;
+}
+
+// One of a subject, without those that stand for others.
+bool is_word(const std::string &text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {
+    return std::isalnum(c) != 0 || c == '-' || c == '_';
+  });
 }
 
 constexpr char line_form[] =
@@ -196,6 +204,10 @@ private:
       *text->second = value;
       return !value.empty() || complain(word, "something behind the '='");
     }
+    if (name == "inbox") {
+      at.inbox = value;
+      return is_word(value) || complain(word, "a word of letters, digits, '-' and '_'");
+    }
     if (name == "storage") {
       at.on_disk = value == "file";
       return at.on_disk || value == "memory" || complain(word, "storage=memory or storage=file");
@@ -208,8 +220,8 @@ private:
     if (name == "bytes")
       return read_number(value, 1, INT64_MAX / 4, at.kept_bytes) ||
              complain(word, "a number of bytes from 1");
-    return complain(word, "user=, password-file=, credentials=, authority=, certificate=, key=, "
-                          "replicas=, storage=, batches= or bytes=");
+    return complain(word, "user=, password-file=, credentials=, inbox=, authority=, certificate=, "
+                          "key=, replicas=, storage=, batches= or bytes=");
   }
 
   template <class Number>

@@ -16,7 +16,8 @@ namespace mesh_host {
 struct place {
   std::string servers; // nats://ADDRESS:PORT, several with commas; empty for this machine
   std::string user, password_file, credentials; // who we are
-  std::string authority, certificate, key;      // files in PEM form; any of them makes it TLS
+  std::string inbox = "_INBOX"; // first word of the subjects on which the server speaks to us
+  std::string authority, certificate, key; // files in PEM form; any of them makes it TLS
   uint32_t replicas = 1;
   bool on_disk = false;
   // What the server keeps for the destination before it refuses more.

@@ -200,7 +200,7 @@ std::string users() {
             stream + "\", \"$JS.API.STREAM.CREATE." + stream + "\", \"$JS.API.CONSUMER.INFO." +
             stream + ".receiver\", \"$JS.API.CONSUMER.DURABLE.CREATE." + stream +
             ".receiver\", \"$JS.API.CONSUMER.DELETE." + stream + ".receiver\", \"$JS.ACK." +
-            stream + ".receiver.>\"] }, subscribe: { allow: [\"_INBOX.>\"] } } }\n";
+            stream + ".receiver.>\"] }, subscribe: { allow: [\"inbox" + number + ".>\"] } } }\n";
   }
   return text + "] }\n";
 }
@@ -233,7 +233,9 @@ protected:
     EXPECT_EQ(counters().lost, 0U);
     EXPECT_EQ(counters().refused, 0U);
   }
-  std::string own_place() const { return "user=user7 password-file=" + scratch + "/password"; }
+  std::string own_place() const {
+    return "user=user7 password-file=" + scratch + "/password inbox=inbox7";
+  }
 };
 
 TEST_F(Strangers, WithoutCredentialsOrWithWrongOnesAreRefusedAndDisturbNobody) {
@@ -268,12 +270,13 @@ TEST_F(Strangers, WithCredentialsOfAnotherDestinationAreRefusedAndDisturbNobody)
              {"$JS.API.STREAM.PURGE.MESH_7", ""},
              {"$JS.API.STREAM.MSG.GET.MESH_7", R"({"seq":1})"},
              {"$JS.ACK.MESH_7.receiver.1.1.1.1.0", "+ACK"},
-             {"_INBOX.mine", "x"}}) {
+             {"inbox7.mine", "x"}}) {
       const std::string said = other.ask(publication(subject, data));
       EXPECT_NE(said.find("Permissions Violation for Publish"), std::string::npos)
           << subject << ": " << said;
     }
-    for (const char *subject : {"mesh.7", "mesh.>", ">", "$JS.ACK.>"}) {
+    for (const char *subject :
+         {"mesh.7", "mesh.>", ">", "$JS.ACK.>", "inbox7.>", "_INBOX.>", "*.>"}) {
       const std::string said = other.ask(std::string("SUB ") + subject + " 1\r\n");
       EXPECT_NE(said.find("Permissions Violation for Subscription"), std::string::npos)
           << subject << ": " << said;

@@ -38,7 +38,8 @@ TEST_F(Settings, NamesFileLineAndExpectationOfEveryMistake) {
       "\n"
       "destination 1 nats://127.0.0.1:7001 # good\n"
       "destination 0x2 nats://[::1]:7002,nats://peer:7003 user=me password-file=/x storage=file "
-      "replicas=3 batches=10 bytes=1000 authority=/a certificate=/c key=/k\n"
+      "replicas=3 batches=10 bytes=1000 inbox=my_own-1 authority=/a certificate=/c "
+      "key=/k\n"
       "destinatoin 3 nats://127.0.0.1:7003\n"
       "destination 4\n"
       "destination five nats://127.0.0.1:7005\n"
@@ -57,7 +58,7 @@ TEST_F(Settings, NamesFileLineAndExpectationOfEveryMistake) {
       "destination 18 nats://127.0.0.1:7018 user=me\n"
       "destination 19 nats://127.0.0.1:7019 key=/k\n"
       "destination 20 nats://127.0.0.1:7020 colour=blue\n"
-      "destination 21 nats://127.0.0.1:7021 user= bytes=0\n"
+      "destination 21 nats://127.0.0.1:7021 user= bytes=0 inbox=a.>\n"
       "destination * local\n"
       "destination * local\n");
   expect_refusal(file + ":5: expected 'destination NUMBER|* local' or 'destination NUMBER|* "
@@ -82,6 +83,7 @@ TEST_F(Settings, NamesFileLineAndExpectationOfEveryMistake) {
       ":22: 'colour=blue' makes no sense, expected user=, password-file=",
       ":23: 'user=' makes no sense, expected something behind the '='",
       ":23: 'bytes=0' makes no sense, expected a number of bytes from 1",
+      ":23: 'inbox=a.>' makes no sense, expected a word of letters, digits, '-' and '_'",
       ":25: destination * was placed on an earlier line",
   };
   for (const std::string &complaint : complaints)
