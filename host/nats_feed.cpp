@@ -24,6 +24,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -42,6 +43,7 @@ constexpr int64_t heartbeat_ns = 1'000'000'000;
 constexpr std::chrono::milliseconds look_after(3000);
 constexpr std::chrono::milliseconds try_again_after(100);
 constexpr std::chrono::milliseconds look_every(250);
+constexpr size_t most_former_subjects = 32;
 constexpr int predecessor_may_linger_ms = 500;
 constexpr std::chrono::milliseconds look_for_predecessor_every(20);
 // A packet in front of which one is missing is given back: its sender publishes that again, or says
@@ -261,7 +263,11 @@ private:
     natsInbox *made = nullptr;
     natsStatus status = natsInbox_Create(&made);
     if (status == NATS_OK) {
-      former_subject_ = subject_;
+      // What the server did not answer for may come to pass late: of this process's consumers any
+      // may be the one that is there.
+      former_subjects_.push_back(subject_);
+      if (former_subjects_.size() > most_former_subjects)
+        former_subjects_.pop_front();
       // The client makes it with the usual first word.
       subject_ = inbox_ + std::string(made).substr(strlen("_INBOX"));
       natsInbox_Destroy(made);
@@ -318,8 +324,12 @@ private:
       return MESH_HOST_OK;
     }
     if (status == NATS_OK || error == JSConsumerExistingActiveErr ||
-        error == JSConsumerNameExistErr)
-      return MESH_HOST_DUPLICATE;
+        error == JSConsumerNameExistErr) {
+      const auto there = consumer(error);
+      const bool own = there != nullptr && (is_ours(*there) || was_ours(*there));
+      return own ? static_cast<uint32_t>(MESH_HOST_SYSTEM) // and it is tried again
+                 : static_cast<uint32_t>(MESH_HOST_DUPLICATE);
+    }
     tell("destination %u: consumer of %s: %s", destination_, stream.c_str(),
          reason(status).c_str());
     return MESH_HOST_SYSTEM;
@@ -341,7 +351,10 @@ private:
   }
 
   bool is_ours(const jsConsumerInfo &info) const { return delivers_to(info, subject_); }
-  bool was_ours(const jsConsumerInfo &info) const { return delivers_to(info, former_subject_); }
+  bool was_ours(const jsConsumerInfo &info) const {
+    return std::any_of(former_subjects_.begin(), former_subjects_.end(),
+                       [&](const std::string &each) { return delivers_to(info, each); });
+  }
   static bool delivers_to(const jsConsumerInfo &info, const std::string &subject) {
     return info.Config != nullptr && info.Config->DeliverSubject != nullptr && !subject.empty() &&
            subject == info.Config->DeliverSubject;
@@ -415,8 +428,9 @@ private:
   const uint32_t destination_;
   std::shared_ptr<reception> shared_;
   nats_session session_;
-  std::string inbox_;                    // first word of them:
-  std::string subject_, former_subject_; // where the consumer pushes to, and did before
+  std::string inbox_;   // first word of the subjects
+  std::string subject_; // where the consumer pushes to
+  std::deque<std::string> former_subjects_;
   nats_object<natsSubscription> subscription_;
   int64_t made_at_ = 0;
   bool ours_ = false;
