@@ -305,7 +305,7 @@ TEST_F(Strangers, WhoMaySendAndSendGarbageAreRefusedByTheReceiverAndDisturbNobod
   std::mt19937 random(7);
   expect_undisturbed([&] {
     stranger insider(server->port(), who);
-    for (const size_t length : {0, 1, 47, 48, 100, 5000}) {
+    for (const size_t length : {0U, 1U, 47U, 48U, 100U, 5000U}) {
       std::string garbage(length, '\0');
       for (char &byte : garbage)
         byte = static_cast<char>(random());
