@@ -62,7 +62,8 @@ uint32_t pack_uncommon(runtime::unit &unit, const general::table_info &root, con
 // Encodes *record into a caller's buffer; see M__pack in mesh_fib6/message_api.h for the contract.
 template <class Record>
 uint32_t pack(runtime::unit &unit, const Record *record, uint8_t *buffer, uint32_t *length) {
-  if (!is_common(unit) || __builtin_expect(record == nullptr || buffer == nullptr, false))
+  if (!is_common(unit) || __builtin_expect(record == nullptr, false) ||
+      __builtin_expect(buffer == nullptr, false))
     return pack_uncommon(unit, general::info_of<Record>(), names<Record>::pack.text, record, buffer,
                          length, message_size<Record>);
   if (!surely_fits(*record, *length))

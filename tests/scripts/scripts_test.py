@@ -267,7 +267,7 @@ class Scripts(unittest.TestCase):
         self.all_installed()
         for name in ("scripts/install-deps", "scripts/test", "scripts/fuzz", "scripts/valgrind",
                      "scripts/demo", "scripts/try-fresh", "scripts/try-routing-daemon",
-                     "scripts/coverage", "scripts/bench", "scripts/host-load",
+                     "scripts/coverage", "scripts/mcdc", "scripts/check-abi", "scripts/bench", "scripts/host-load",
                      "scripts/mutate", "scripts/count-tests", ".ci/run"):
             link = elsewhere / name.split("/")[1]
             link.symlink_to(tree / name)

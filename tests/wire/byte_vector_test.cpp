@@ -100,6 +100,20 @@ TEST_F(ByteVector, WithANullPointerIsLeftOut) {
   EXPECT_EQ(bytes(buffer.begin(), buffer.begin() + 16), expected);
 }
 
+TEST_F(ByteVector, WithANullPointerIsLeftOutWhateverItsLengthInAnyOrder) {
+  runtime::bind_cache(unit);
+  const bytes expected = {0x0c, 0, 0, 0, 8, 0, 4, 0, 0, 0, 0, 0, 8, 0, 0, 0};
+  const bytes reversed = {0, 0, 0, 0x0c, 0, 8, 0, 4, 0, 0, 0, 0, 0, 0, 0, 8};
+  for (const uint32_t flag : {0U, 1U, 2U}) {
+    SCOPED_TRACE(flag);
+    unit.byte_swap = flag;
+    const bytes buffer = packed({0, 3, nullptr}, 16);
+    EXPECT_EQ(bytes(buffer.begin(), buffer.begin() + 16), flag == 0 ? expected : reversed);
+    EXPECT_EQ(bytes(buffer.begin() + 16, buffer.end()), bytes(112, 0xEE));
+  }
+  unit.byte_swap = 0;
+}
+
 TEST_F(ByteVector, OfLengthZeroIsLeftOutYetAddsEightBytesThatStayUntouched) {
   const bytes expected = {0x0c, 0, 0, 0, 8, 0, 4, 0, 0, 0, 0, 0, 8, 0, 0, 0};
   const bytes buffer = packed({0, 0, text_}, 24);
