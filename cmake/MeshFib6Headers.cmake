@@ -28,6 +28,10 @@ if(MESH_FIB6_INSTALL)
   set(MESH_FIB6_HEADER_DIR ${CMAKE_INSTALL_INCLUDEDIR})
 endif()
 
+# And one that is written here, below the folder that those are linked in.
+set(MESH_FIB6_VERSION_HEADER ${PROJECT_BINARY_DIR}/include/mesh_fib6/version.h)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/version.h.in ${MESH_FIB6_VERSION_HEADER} @ONLY)
+
 # mesh_fib6_header_path(HEADER RESULT): where it lies below a folder that is searched for headers.
 function(mesh_fib6_header_path header result)
   string(REGEX REPLACE "^include/mesh_fib6/" "" path ${header})

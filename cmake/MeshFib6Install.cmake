@@ -18,6 +18,8 @@ set(doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/mesh_fib6)
 # Debian's Python looks there below /usr; elsewhere PYTHONPATH names it.
 set(MESH_FIB6_INSTALL_PYTHONDIR lib/python3/dist-packages CACHE STRING
   "Where the Python package is installed, told from the prefix")
+# A package for all processors cannot know the folder of the library, which is named after one.
+option(MESH_FIB6_PYTHON_BESIDE "Let the installed Python package look for the library in its own tree first" ON)
 
 # Beside those of a parent, components carry the project's name.
 set(component_prefix "")
@@ -84,6 +86,8 @@ endfunction()
 install_libraries(runtime mesh_fib6Targets mesh_fib6)
 
 install_headers(development ${MESH_FIB6_PUBLIC_HEADERS})
+install_component(development FILES ${MESH_FIB6_VERSION_HEADER}
+  DESTINATION ${MESH_FIB6_HEADER_DIR}/mesh_fib6)
 install_targets_file(development mesh_fib6Targets)
 install_pkgconfig(development mesh_fib6)
 configure_package_config_file(cmake/mesh_fib6Config.cmake.in mesh_fib6Config.cmake
@@ -110,7 +114,9 @@ install_folder(examples demo ${doc_dir} *.cpp *.h *.md *.gz CMakeLists.txt)
 
 # The Python package, and the way from it to the library, so that the tree can be moved.
 set(python_dir ${MESH_FIB6_INSTALL_PYTHONDIR}/mesh_fib6)
-if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}") # there is none
+if(NOT MESH_FIB6_PYTHON_BESIDE)
+  set(library_from_python "")
+elseif(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}") # there is none
   set(library_from_python ${CMAKE_INSTALL_LIBDIR}/libmesh_fib6.so)
 else()
   cmake_path(SET library_from_python /${CMAKE_INSTALL_LIBDIR}/libmesh_fib6.so)

@@ -11,10 +11,11 @@ bytes, records, and lists of records, which have no count of their own. README.m
 Room: python. The package needs the installed library and Python's standard library.
 """
 
-from . import _records
+from . import _records, _version
 from ._codec import DecodeError, decode, encode, messages, send
 from ._record import Message, Record, ipv6, ipv6_text
 
+__version__ = _version.find()
 globals().update({name: getattr(_records, name) for name in _records.__all__})  # __init__.pyi names them
 __all__ = ["DecodeError", "Message", "Record", "decode", "encode", "ipv6", "ipv6_text", "messages", "send",
            *_records.__all__]

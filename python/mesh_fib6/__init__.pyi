@@ -12,3 +12,5 @@ from ._record import Record as Record
 from ._record import ipv6 as ipv6
 from ._record import ipv6_text as ipv6_text
 from ._records import *
+
+__version__: str

@@ -20,7 +20,7 @@ def _beside() -> str | None:
         from ._installed import LIBRARY  # type: ignore[import]
     except ImportError:
         return None
-    return os.path.normpath(os.path.join(_HERE, LIBRARY))
+    return os.path.normpath(os.path.join(_HERE, LIBRARY)) if LIBRARY else None
 
 
 def load() -> ctypes.CDLL:

@@ -234,6 +234,23 @@ class Installation(unittest.TestCase):
         for clang in SETTINGS["clangs"]:
             self.check_headers(clang)
 
+    def test_SaysTheProjectsVersionInTheHeaderTheToolAndBothPackagesForBuilds(self):
+        tree = self.install_with_host("tree")
+        numbers = SETTINGS["version"].split(".")
+        source = self.work / "version.c"
+        source.write_text('#include <mesh_fib6/version.h>\n#include <stdio.h>\n'
+                          'int main(void) {\n'
+                          '  printf("%s %d %d %d\\n", MESH_FIB6_VERSION, MESH_FIB6_VERSION_MAJOR,\n'
+                          '         MESH_FIB6_VERSION_MINOR, MESH_FIB6_VERSION_PATCH);\n'
+                          '  return 0;\n}\n', encoding="ascii")
+        program = self.work / "version"
+        for package in ("mesh_fib6", "mesh_fib6_host"):  # what it says itself, Tree.flags compares
+            self.compile(SETTINGS["c"], source, "-std=c99", *tree.flags(package), output=program)
+        self.check_output(" ".join([SETTINGS["version"], *numbers]) + "\n", program, library_path=tree.lib)
+        self.check_output(f"mesh-fib6 {SETTINGS['version']}\n", tree.prefix / "bin" / "mesh-fib6", "--version")
+        stated = (tree.lib / "cmake/mesh_fib6/mesh_fib6ConfigVersion.cmake").read_text(encoding="utf-8")
+        self.assertIn(f'set(PACKAGE_VERSION "{SETTINGS["version"]}")', stated)
+
     # Programs of users, from a tree that is no longer where it was installed.
 
     def build_by_pkg_config(self, package, tree, *options):

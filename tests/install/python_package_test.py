@@ -59,6 +59,21 @@ class PythonPackage(Installation):
         (folder / "libmesh_fib6.so").write_text("no library\n", encoding="ascii")
         return folder
 
+    def test_SaysTheProjectsVersionInstalledAndFromTheSources(self):
+        tree = self.install_with_host("tree")
+        says = "import mesh_fib6; print(mesh_fib6.__version__)"
+        self.assertEqual(self.script(tree, says).stdout, SETTINGS["version"] + "\n")
+        from_sources = {"PYTHONPATH": str(pathlib.Path(SETTINGS["source"]) / "python"),
+                        "MESH_FIB6_LIBRARY": str(tree.lib / "libmesh_fib6.so")}
+        self.assertEqual(self.script(tree, says, from_sources).stdout, SETTINGS["version"] + "\n")
+
+    def test_DoesNotKnowItsVersionWhereItWasCopiedByHand(self):
+        tree = self.install_with_host("tree")
+        (tree.prefix / SETTINGS["python"] / "mesh_fib6/_installed.py").unlink()
+        done = self.script(tree, "import mesh_fib6", {"MESH_FIB6_LIBRARY": str(tree.lib / "libmesh_fib6.so")},
+                           succeeds=False)
+        self.assertIn("RuntimeError: mesh_fib6 does not know its version: expected _installed.py", done.stderr)
+
     def test_LoadsTheLibraryOfItsOwnTreeAfterThatHasMoved(self):
         tree = self.install_and_move()
         self.check_loads(tree, tree.lib / "libmesh_fib6.so")

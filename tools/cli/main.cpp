@@ -13,6 +13,7 @@
 #include <charconv>
 #include <iostream>
 #include <map>
+#include <mesh_fib6/version.h>
 #include <new>
 #include <tuple>
 #include <unistd.h>
@@ -47,7 +48,7 @@ public:
   arguments() : out_(STDOUT_FILENO) {
     app_.require_subcommand(1);
     app_.footer(endings);
-    app_.set_version_flag("--version", std::string("mesh-fib6 ") + MESH_FIB6_TOOL_VERSION);
+    app_.set_version_flag("--version", std::string("mesh-fib6 ") + MESH_FIB6_VERSION);
     app_.failure_message([](const CLI::App *app, const CLI::Error &error) {
       return "mesh-fib6: " + printable(error.what()) + "\n" + "see " + command_of(app) +
              " --help\n";
@@ -463,7 +464,7 @@ private:
   // For the build, which makes mesh-fib6(1) of it.
   void add_manual() {
     CLI::App *const command = add_command("manual", "Writes the manual page, for scdoc.", [this] {
-      out_.write(manual_of(MESH_FIB6_TOOL_VERSION, about, known_commands()));
+      out_.write(manual_of(MESH_FIB6_VERSION, about, known_commands()));
       return ending::good;
     });
     command->group(""); // not shown
