@@ -204,7 +204,12 @@ class Scripts(unittest.TestCase):
         for script, *arguments in (("test", "--all", "release"), ("test", "--list", "--all"),
                                    ("fuzz", "--runs", "1", "--seconds", "1"), ("try-fresh", "--root"),
                                    ("try-fresh", "--mirror", "nonsense"),
-                                   ("coverage", "--no-build", "--build-only")):
+                                   ("coverage", "--no-build", "--build-only"),
+                                   ("package", "--arch", "mips"), ("package", "--output"),
+                                   ("package", "--as-version", "1.2"),
+                                   ("package", "--prepare", "tree", "--arch", "amd64"),
+                                   ("try-packages", "--arch", "mips"), ("try-packages", "--mirror", "nonsense"),
+                                   ("check-reproducible", "--arch")):
             self.check_wrong(self.run_script(self.script("scripts") / script, *arguments), script)
 
     # How large the library is. These read a program with the compiler's own tools.
@@ -326,6 +331,13 @@ class Scripts(unittest.TestCase):
         self.assertNotIn("libcli11-dev", self.missing("--demo", INSTALLED="libcli11-dev:all"))
         self.assertIn("zlib1g-dev:arm64", self.missing(INSTALLED="zlib1g-dev:amd64"))
         self.assertNotIn("zlib1g-dev:arm64", self.missing(INSTALLED="zlib1g-dev:arm64"))
+
+    def test_PackagingNeedsNothingThatOnlyTestsNeed(self):
+        self.debian()
+        needed = self.missing("--package")
+        self.assertLess({"debhelper", "lintian", "debootstrap", "libnats-dev:arm64"}, set(needed))
+        for word in ("clang", "lld", "gtest", "flatbuffers", "nats-server", "mnl"):
+            self.assertNotIn(word, " ".join(needed))
 
     def test_AnAarch64MachineNeedsNothingToTestAnother(self):
         self.debian()
@@ -773,7 +785,27 @@ class Scripts(unittest.TestCase):
         self.assertEqual(self.run_script("bash", "-c", program, "x", self.script("scripts/shared.bash"),
                                          self.work / "log"), (0, "", ""))
 
-    # try-fresh
+    # try-fresh, packages
+
+    def test_PackageNamesWhatItLacksAndTheCommandThatInstallsIt(self):
+        self.double("dpkg", DPKG)
+        status, output, errors = self.run_script(self.script("scripts/package"), "--output", self.work / "out")
+        self.assertEqual((status, output), (1, ""))
+        self.assertIn("dpkg-buildpackage is missing. Run, as root: scripts/install-deps --package", errors)
+        self.assertFalse((self.work / "out").exists())
+
+    def test_TryPackagesNamesWhatItLacks(self):
+        self.double("dpkg", DPKG)
+        script = self.script("scripts/try-packages")
+        self.user(1000)
+        self.assertEqual(self.run_script(script),
+                         (1, "", "try-packages: needs root, for debootstrap and chroot\n"))
+        self.user(0)
+        self.assertEqual(self.run_script(script), (
+            1, "", "try-packages: the program debootstrap is missing. Run: scripts/install-deps --package\n"))
+        missing = self.work / "missing"
+        self.assertEqual(self.run_script(script, "--packages", missing),
+                         (1, "", f"try-packages: there is no folder '{missing}'\n"))
 
     def test_TryFreshNamesWhatItLacks(self):
         self.user(1000)
