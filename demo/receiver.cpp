@@ -3,6 +3,7 @@
 // Room: demo. Includes public headers, the development host and this folder.
 #include "demo/receiver.h"
 
+#include "demo/attachment.h"
 #include "demo/table_receiver.h"
 #include "demo/table_text.h"
 #include "demo/text.h"
@@ -11,8 +12,6 @@
 #include <mesh_fib6/host/osal_host.h>
 
 #include <csignal>
-#include <exception>
-#include <memory>
 #include <optional>
 #include <utility>
 
@@ -25,38 +24,6 @@ constexpr int poll_ms = 100; // how long the parent's word or a signal may wait
 volatile std::sig_atomic_t stop_asked = 0;
 extern "C" void ask_to_stop(int) {
   stop_asked = 1;
-}
-
-// What the mesh hands back to the handler. Exceptions must not pass through the mesh.
-struct handler_context {
-  table_receiver received;
-  std::exception_ptr error;
-};
-
-extern "C" void handle_message(void *untyped, uint32_t id, uint64_t, const void *record, uint32_t) {
-  auto &context = *static_cast<handler_context *>(untyped);
-  try {
-    if (context.error == nullptr)
-      context.received.take(id, record);
-  } catch (...) {
-    context.error = std::current_exception();
-  }
-}
-
-struct detacher {
-  void operator()(mesh_host_receiver *receiver) const { mesh_host_detach(receiver); }
-};
-using attachment = std::unique_ptr<mesh_host_receiver, detacher>;
-
-attachment attach(uint32_t destination) {
-  mesh_host_receiver *receiver = nullptr;
-  uint32_t result = fib6_recv_init(); // the mesh must know the messages before the first arrives
-  if (result == 0)
-    result = mesh_host_attach(destination, &receiver);
-  if (result != 0)
-    throw failure(formatted("cannot receive as destination %u: ", destination) +
-                  mesh_host_result_text(result));
-  return attachment(receiver);
 }
 
 // What the receiver and the host around it have counted so far.
@@ -119,27 +86,24 @@ bool parent_has_ended(report_channel *parent) {
 int run_receiver(const receiver_options &options, report_channel *parent) {
   (void)std::signal(SIGINT, ask_to_stop);
   (void)std::signal(SIGTERM, ask_to_stop);
-  const attachment attached = attach(options.destination);
+  attachment attached(options.destination, {fib6_recv_init});
   if (parent != nullptr)
     parent->tell({"ready", {}});
   else
     print("receiving as destination %u\n", options.destination);
 
   bool done = false;
-  handler_context context{table_receiver([&](table_receiver &received, phase ended) {
-                            end_phase(ended, received, options, parent);
-                            done = options.once && ended == phase::table_withdrawn;
-                          }),
-                          nullptr};
-  while (!done && stop_asked == 0 && !parent_has_ended(parent)) {
-    if (mesh_host_poll(attached.get(), poll_ms, handle_message, &context) < 0)
-      throw failure("the mesh ended the receiver");
-    if (context.error != nullptr)
-      std::rethrow_exception(context.error);
-  }
+  table_receiver received([&](table_receiver &table, phase ended) {
+    end_phase(ended, table, options, parent);
+    done = options.once && ended == phase::table_withdrawn;
+  });
+  while (!done && stop_asked == 0 && !parent_has_ended(parent))
+    attached.poll(poll_ms, [&](uint32_t id, uint64_t, const void *record, uint32_t) {
+      received.take(id, record);
+    });
   if (parent != nullptr)
     return 0; // the reports told everything
-  return tell_problems(counted_as("ended", context.received)) ? 0 : incomplete_status;
+  return tell_problems(counted_as("ended", received)) ? 0 : incomplete_status;
 }
 
 } // namespace demo

@@ -6,6 +6,7 @@
 // send has waited for its time; then the daemon waits, as it can.
 #include "fpm/feed.h"
 
+#include "demo/attachment.h"
 #include "demo/table_receiver.h"
 #include "demo/text.h"
 #include "fpm/feed_table.h"
@@ -22,7 +23,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <poll.h>
 #include <unistd.h>
@@ -86,26 +86,11 @@ descriptor listen_at(const feed_options &options) {
   return listening;
 }
 
-struct detacher {
-  void operator()(mesh_host_receiver *receiver) const { mesh_host_detach(receiver); }
-};
-
 class feed {
 public:
   explicit feed(const feed_options &options)
-      : options_(options), table_(options.limit), sender_(options.destination) {
-    uint32_t result = fib6_send_init();
-    if (result == 0)
-      result = fib6_recv_init();
-    mesh_host_receiver *receiver = nullptr;
-    if (result == 0)
-      result = mesh_host_attach(options.requests, &receiver);
-    if (result != 0)
-      throw demo::failure(
-          demo::formatted("cannot take requests as destination %u: ", options.requests) +
-          mesh_host_result_text(result));
-    requests_.reset(receiver);
-    listening_ = listen_at(options);
+      : options_(options), requests_(options.requests, {fib6_send_init, fib6_recv_init}),
+        listening_(listen_at(options)), table_(options.limit), sender_(options.destination) {
     demo::print("listening on %s, sending to destination %u\n", options.listen.c_str(),
                 options.destination);
   }
@@ -238,16 +223,13 @@ private:
                      what.c_str());
   }
 
-  static void handle_request(void *untyped, uint32_t id, uint64_t, const void *record, uint32_t) {
-    const auto &message = *static_cast<const feiBrokerFib6_pidStateMsg *>(record);
-    if (id == demo::phase_id && message.f1.f1 == static_cast<uint32_t>(demo::phase::table_wanted))
-      *static_cast<bool *>(untyped) = true;
-  }
-
   void take_requests() {
     bool wanted = false;
-    if (mesh_host_poll(requests_.get(), 0, handle_request, &wanted) < 0)
-      throw demo::failure("the mesh ended the taking of requests");
+    requests_.poll(0, [&](uint32_t id, uint64_t, const void *record, uint32_t) {
+      const auto &message = *static_cast<const feiBrokerFib6_pidStateMsg *>(record);
+      if (id == demo::phase_id && message.f1.f1 == static_cast<uint32_t>(demo::phase::table_wanted))
+        wanted = true;
+    });
     if (!wanted)
       return;
     requests_taken_++;
@@ -335,7 +317,7 @@ private:
   }
 
   const feed_options &options_;
-  std::unique_ptr<mesh_host_receiver, detacher> requests_;
+  demo::attachment requests_;
   descriptor listening_;
   descriptor daemon_;
   frame_reader frames_;

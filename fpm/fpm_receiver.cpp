@@ -1,6 +1,7 @@
 // fpm_receiver: keeps the table that an fpm_feed tells, and writes it down when it is asked to.
 //
 // Room: fpm. Includes libc, public headers, the development host, this folder and the demo's.
+#include "demo/attachment.h"
 #include "demo/command_line.h"
 #include "demo/program.h"
 #include "demo/route_model.h"
@@ -12,8 +13,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <exception>
-#include <memory>
 #include <unistd.h>
 #include <utility>
 
@@ -38,26 +37,6 @@ struct options {
   std::string dump_path;
 };
 
-struct handler_context {
-  demo::table_receiver received;
-  std::exception_ptr error;
-};
-
-// Exceptions must not pass through the mesh.
-extern "C" void take_message(void *untyped, uint32_t id, uint64_t, const void *record, uint32_t) {
-  auto &context = *static_cast<handler_context *>(untyped);
-  try {
-    if (context.error == nullptr)
-      context.received.take(id, record);
-  } catch (...) {
-    context.error = std::current_exception();
-  }
-}
-
-struct detacher {
-  void operator()(mesh_host_receiver *receiver) const { mesh_host_detach(receiver); }
-};
-
 // Asks the feed for the whole table. Where that fails, the next message of the feed shows the lack
 // again.
 void ask(const options &chosen) {
@@ -74,52 +53,39 @@ void ask(const options &chosen) {
 int run_receiver(const options &chosen) {
   for (const int number : {SIGINT, SIGTERM, SIGUSR1})
     (void)std::signal(number, note_receiver_signal);
-  mesh_host_receiver *attached = nullptr;
-  uint32_t result = fib6_recv_init();
-  if (result == 0)
-    result = fib6_send_init();
-  if (result == 0)
-    result = mesh_host_attach(chosen.destination, &attached);
-  if (result != 0)
-    throw demo::failure(demo::formatted("cannot receive as destination %u: ", chosen.destination) +
-                        mesh_host_result_text(result));
-  const std::unique_ptr<mesh_host_receiver, detacher> receiver(attached);
+  demo::attachment attached(chosen.destination, {fib6_recv_init, fib6_send_init});
   demo::print("receiving as destination %u\n", chosen.destination);
 
   size_t last_routes = 0;
-  handler_context context{
-      demo::table_receiver([&](const demo::table_receiver &received, demo::phase) {
-        const size_t routes = received.contents().routes.size();
-        if (std::exchange(last_routes, routes) != routes)
-          demo::print("%s\n", demo::counted(routes, "route").c_str());
-      }),
-      nullptr};
+  demo::table_receiver received([&](const demo::table_receiver &told, demo::phase) {
+    const size_t routes = told.contents().routes.size();
+    if (std::exchange(last_routes, routes) != routes)
+      demo::print("%s\n", demo::counted(routes, "route").c_str());
+  });
   clock::time_point ask_at = clock::now();
   while (stop_asked == 0) {
-    if (mesh_host_poll(receiver.get(), poll_ms, take_message, &context) < 0)
-      throw demo::failure("the mesh ended the receiver");
-    if (context.error != nullptr)
-      std::rethrow_exception(context.error);
-    if (context.received.lacks_messages() && clock::now() >= ask_at) {
+    attached.poll(poll_ms, [&](uint32_t id, uint64_t, const void *record, uint32_t) {
+      received.take(id, record);
+    });
+    if (received.lacks_messages() && clock::now() >= ask_at) {
       ask(chosen);
       ask_at = clock::now() + between_requests;
     }
     if (std::exchange(dump_asked, 0) != 0 && !chosen.dump_path.empty())
-      fpm::write_routes(context.received.contents(), chosen.dump_path);
+      fpm::write_routes(received.contents(), chosen.dump_path);
   }
   if (!chosen.dump_path.empty())
-    fpm::write_routes(context.received.contents(), chosen.dump_path);
-  const demo::report told = context.received.told_as("ended");
+    fpm::write_routes(received.contents(), chosen.dump_path);
+  const demo::report told = received.told_as("ended");
   demo::print("%s after %s\n", demo::counted(told["routes"], "route").c_str(),
               demo::counted(told["messages"], "message").c_str());
   // Places where messages are missing were made up for, or the table still lacks them.
   for (const char *const wrong : {"refused", "rejected"})
     if (told[wrong] > 0)
       demo::complain("fpm_receiver: %s %s\n", demo::counted(told[wrong], "message").c_str(), wrong);
-  if (context.received.lacks_messages())
+  if (received.lacks_messages())
     demo::complain("fpm_receiver: the table lacks messages\n");
-  const bool complete =
-      told["refused"] + told["rejected"] == 0 && !context.received.lacks_messages();
+  const bool complete = told["refused"] + told["rejected"] == 0 && !received.lacks_messages();
   return complete ? 0 : incomplete_status;
 }
 

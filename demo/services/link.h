@@ -3,14 +3,13 @@
 // Room: demo. Includes public headers, the development host and the folder above.
 #pragma once
 
+#include "demo/attachment.h"
 #include "demo/text.h"
 #include <mesh_fib6/host/mesh_host.h>
 #include <mesh_fib6/message_api.h>
 
 #include <cstdint>
-#include <exception>
 #include <functional>
-#include <memory>
 #include <span>
 
 namespace demo {
@@ -23,24 +22,16 @@ enum class sent {
   nobody, // no receiver
 };
 
-// Which modules' messages are sent and received.
-using registration = uint32_t();
-
 class link {
 public:
   // Registers and attaches. Throws failure.
   link(uint32_t destination, std::initializer_list<registration *> registrations);
-  ~link();
   link(const link &) = delete;
   link &operator=(const link &) = delete;
 
-  // What a message is handed to; `record` is the decoder's, who may have refused the message.
-  using taker =
-      std::function<void(uint32_t id, uint64_t target, const void *record, uint32_t size)>;
-
-  // Waits up to `timeout_ms` for messages; whether there were any. What `take` throws comes out
-  // here.
-  bool poll(int timeout_ms, const taker &take);
+  bool poll(int timeout_ms, const attachment::taker &take) {
+    return receiver.poll(timeout_ms, take);
+  }
 
   // What is called when messages of a sender are missing, before the next one of it is taken.
   using gap_taker = std::function<void(uint64_t sender)>;
@@ -63,8 +54,8 @@ public:
 private:
   static sent judged(uint32_t destination, uint32_t result);
 
-  mesh_host_receiver *receiver = nullptr;
   gap_taker take_gap;
+  attachment receiver; // ends first: its gaps are handed to the above
 };
 
 } // namespace demo
