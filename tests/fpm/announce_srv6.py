@@ -1,6 +1,6 @@
 """Announces IPv6 VPN routes with SRv6 segments by BGP, to one neighbour.
 
-Room: tests. BIRD knows no segments in BGP, and FRR exports them from VRFs only, which a kernel may lack.
+Room: tests. BIRD knows no segments in BGP, and FRR gives them to routes of VRFs, which a kernel may lack.
 usage: announce_srv6.py OWN_ADDRESS NEIGHBOUR OWN_AS ROUTES
   ROUTES  a line each: PREFIX SEGMENT. Read again on SIGHUP; what is not there any more is withdrawn.
 The next hop is OWN_ADDRESS, route distinguisher and route target are OWN_AS:1. Connects until it is
