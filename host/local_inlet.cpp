@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <new>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -95,7 +96,7 @@ bool local_inlet::take_some(taker &to) {
     if (known == peers_.end())
       continue;
     const state now =
-        (events[i].events & ~EPOLLOUT) != 0U ? read_from(*known->second, to) : state::open;
+        (events[i].events & ~EPOLLOUT) != 0U ? read_or_cut_off(*known->second, to) : state::open;
     acknowledge(*known->second);
     if (now == state::ended)
       peers_.erase(known);
@@ -104,6 +105,15 @@ bool local_inlet::take_some(taker &to) {
 }
 
 void local_inlet::accept_all() {
+  try {
+    accept_each();
+  } catch (const std::bad_alloc &) {
+    errno = ENOMEM;
+    pause_accepting();
+  }
+}
+
+void local_inlet::accept_each() {
   while (accepting_) {
     auto added = std::make_unique<peer>(destination_, limits_.batch_limit);
     added->socket = descriptor::from([this] {
@@ -141,6 +151,17 @@ void local_inlet::pause_accepting() {
 
 int local_inlet::retry_after_ms() const {
   return accepting_ ? -1 : static_cast<int>(remaining_ms(accept_again_));
+}
+
+// What was read and could not be kept is gone: its sender is cut off, and so learns what is not
+// handled.
+local_inlet::state local_inlet::read_or_cut_off(peer &from, taker &to) {
+  try {
+    return read_from(from, to);
+  } catch (const std::bad_alloc &) {
+    tell("destination %u: no memory to take a packet; its sender is cut off", destination_);
+    return state::ended;
+  }
 }
 
 local_inlet::state local_inlet::read_from(peer &from, taker &to) {

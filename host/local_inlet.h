@@ -50,8 +50,10 @@ private:
 
   uint32_t listen_at(const std::string &path);
   void accept_all();
+  void accept_each();
   void pause_accepting();
   state read_from(peer &from, taker &to);
+  state read_or_cut_off(peer &from, taker &to);
   bool take_datagram(peer &from, const uint8_t *at, size_t size, taker &to);
   void acknowledge(peer &to);
 

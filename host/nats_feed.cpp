@@ -26,6 +26,7 @@
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -145,11 +146,9 @@ bool follows(reception &self, uint64_t generation, uint64_t number, bool is_hear
   return false;
 }
 
-// A thread of the client library's.
-void take_message(natsConnection *, natsSubscription *, natsMsg *pushed, void *closure) {
-  const subscriber &own = *static_cast<subscriber *>(closure);
+void take_push(const subscriber &own, nats_object<natsMsg> message) {
   reception &self = *own.shared;
-  nats_object<natsMsg> message(pushed);
+  natsMsg *const pushed = message.get();
   // A heartbeat has headers and nothing else. To look at those of every packet would be to take
   // them apart.
   const char *status = nullptr;
@@ -181,6 +180,21 @@ void take_message(natsConnection *, natsSubscription *, natsMsg *pushed, void *c
     self.arrived.judge(header.sender, header.first, header.count);
   }
   self.into->push(std::make_unique<nats_parcel>(std::move(message), own.shared));
+}
+
+// A thread of the client library's, through which nothing can be thrown. Where there is no memory,
+// a push is as if it were missing.
+void take_message(natsConnection *, natsSubscription *, natsMsg *pushed, void *closure) {
+  const subscriber &own = *static_cast<subscriber *>(closure);
+  try {
+    take_push(own, nats_object<natsMsg>(pushed));
+  } catch (const std::bad_alloc &) {
+    reception &self = *own.shared;
+    tell("destination %u: no memory to take a packet", self.destination);
+    const std::lock_guard held(self.lock);
+    self.broken = true;
+    self.changed.notify_all();
+  }
 }
 
 void forget_subscriber(void *closure) {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <poll.h>
 
 namespace mesh_host {
@@ -117,10 +118,15 @@ bool receiver::take_parcels() {
     else if (header.bytes > limits_.batch_limit)
       refuse_oversize(header);
     else
-      take(
-          header, next->bytes() + packet_header_size, next->size() - packet_header_size,
-          [](void *known, uint64_t number) { static_cast<parcel *>(known)->handled(number); },
-          next.get());
+      try {
+        take(
+            header, next->bytes() + packet_header_size, next->size() - packet_header_size,
+            [](void *known, uint64_t number) { static_cast<parcel *>(known)->handled(number); },
+            next.get());
+      } catch (const std::bad_alloc &) {
+        tell("destination %u: no memory to take a packet", destination_);
+        continue; // what becomes of a parcel that is not done its way knows
+      }
     if (why == nullptr)
       next->handled(header.first + header.count - 1);
     next->done();

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <new>
 #include <thread>
 
 namespace mesh_host {
@@ -66,9 +67,9 @@ uint32_t sender::send_in_turn(const packet_header &header, const msg_desc *messa
       return result;
     if (link_ == nullptr)
       continue; // it went away meanwhile
-    switch (link_->put(header, messages, until)) {
+    switch (put(header, messages, bytes, thread, until)) {
     case link::outcome::done:
-      note_accepted(header, bytes, thread);
+      note_accepted(header, bytes);
       return MESH_HOST_OK;
     case link::outcome::full:
       look();
@@ -92,10 +93,26 @@ uint32_t sender::refused(uint32_t count, uint32_t why) {
   return why;
 }
 
-void sender::note_accepted(const packet_header &header, uint64_t bytes, uint64_t thread) {
+// Notes the batch before it goes: when there was no memory for that afterwards, it would be under
+// way and its number given to the next.
+link::outcome sender::put(const packet_header &header, const msg_desc *messages, uint64_t bytes,
+                          uint64_t thread, deadline until) {
   threads_.insert(thread);
+  under_way_.push_back({accepted_ + header.count, bytes, thread});
+  link::outcome result = link::outcome::failed;
+  try {
+    result = link_->put(header, messages, until);
+  } catch (const std::bad_alloc &) {
+    under_way_.pop_back();
+    throw;
+  }
+  if (result != link::outcome::done)
+    under_way_.pop_back();
+  return result;
+}
+
+void sender::note_accepted(const packet_header &header, uint64_t bytes) {
   accepted_ += header.count;
-  under_way_.push_back({accepted_, bytes, thread});
   bytes_under_way_ += bytes;
   const uint64_t messages = accepted_ - settled_;
   set(row_.accepted, accepted_);

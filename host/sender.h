@@ -65,7 +65,9 @@ private:
   void note_loss();
   bool owes_report(uint64_t thread) const { return owed_.contains(thread); }
   uint32_t report(uint64_t thread);
-  void note_accepted(const packet_header &header, uint64_t bytes, uint64_t thread);
+  link::outcome put(const packet_header &header, const msg_desc *messages, uint64_t bytes,
+                    uint64_t thread, deadline until);
+  void note_accepted(const packet_header &header, uint64_t bytes);
   uint32_t refused(uint32_t count, uint32_t why);
 
   const settings &limits_;
