@@ -4,6 +4,7 @@
 // mistake does not hide the next.
 #include "host/settings.h"
 
+#include "host/descriptor.h"
 #include "host/directory.h"
 #include "host/tell.h"
 
@@ -14,9 +15,10 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
+#include <fcntl.h>
 #include <sstream>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 namespace mesh_host {
@@ -112,20 +114,26 @@ public:
   config_reader(const char *file, settings &into) : file_(file), into_(into) {}
 
   bool read() {
-    std::ifstream stream(file_);
-    if (!stream) {
+    const descriptor file = descriptor::from([this] { return open(file_, O_RDONLY | O_CLOEXEC); });
+    if (!file) {
       passes_ = errno == EMFILE || errno == ENFILE || errno == ENOMEM;
       tell("%s: cannot be read: %s (named by MESH_HOST_CONFIG)", file_, strerror(errno));
       return false;
     }
-    bool good = true;
-    for (std::string line; std::getline(stream, line);) {
-      number_++;
-      good = read_line(words_of(line)) && good;
-    }
-    if (stream.bad()) {
-      tell("%s:%u: reading failed (named by MESH_HOST_CONFIG)", file_, number_ + 1);
+    std::string text;
+    char part[4096];
+    ssize_t got = 0;
+    while ((got = ::read(file.get(), part, sizeof part)) > 0)
+      text.append(part, static_cast<size_t>(got));
+    if (got < 0) {
+      tell("%s: reading failed: %s (named by MESH_HOST_CONFIG)", file_, strerror(errno));
       return false;
+    }
+    bool good = true;
+    for (size_t begin = 0, end = 0; begin < text.size(); begin = end + 1) {
+      end = std::min(text.find('\n', begin), text.size());
+      number_++;
+      good = read_line(words_of(text.substr(begin, end - begin))) && good;
     }
     return good;
   }

@@ -12,6 +12,7 @@
 #include <deque>
 #include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <mutex>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -67,10 +68,13 @@ descriptor open_file(const std::string &path, int flags) {
 
 // Files of processes that were killed.
 void remove_left_behind(const std::string &directory) {
-  DIR *const listing = opendir(directory.c_str());
+  struct closing {
+    void operator()(DIR *open) const { closedir(open); }
+  };
+  const std::unique_ptr<DIR, closing> listing(opendir(directory.c_str()));
   if (listing == nullptr)
     return;
-  while (const dirent *entry = readdir(listing)) {
+  while (const dirent *entry = readdir(listing.get())) {
     const std::string name = entry->d_name;
     if (!name.ends_with(suffix))
       continue;
@@ -81,7 +85,6 @@ void remove_left_behind(const std::string &directory) {
     if (file && flock(file.get(), LOCK_EX | LOCK_NB) == 0)
       unlink(path.c_str());
   }
-  closedir(listing);
 }
 
 // Made under another name and locked before it gets its own: nobody takes it for one left behind.
