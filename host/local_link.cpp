@@ -156,10 +156,8 @@ private:
       case ENOMEM:
         if (clock::now() >= until)
           return outcome::full;
-        // Not for acknowledgements: the kernel lets us go on when much of the room is free, they
-        // would wake us for every packet.
         if (errno == EAGAIN)
-          wait_for(POLLOUT, until);
+          wait_for(POLLOUT | POLLIN, until);
         else
           wait_for(POLLIN, std::min(until, clock::now() + std::chrono::milliseconds(10)));
         take_news();

@@ -154,27 +154,14 @@ bool sender::has_room(uint64_t count, uint64_t bytes) const {
                            bytes_under_way_ + bytes <= limits_.window_bytes);
 }
 
-bool sender::is_half_empty() const {
-  return (accepted_ - settled_) * 2 <= limits_.window_messages &&
-         bytes_under_way_ * 2 <= limits_.window_bytes;
-}
-
 uint32_t sender::wait_for_room(uint64_t count, uint64_t bytes, deadline until) {
   if (has_room(count, bytes))
     return MESH_HOST_OK;
-  bool waited = false;
   for (look(); link_ != nullptr && !has_room(count, bytes); look()) {
     if (clock::now() >= until)
       return MESH_HOST_FULL;
     link_->wait(until);
-    waited = true;
   }
-  // Who goes on at the first acknowledgement fills the room of one packet and waits again: he and a
-  // quick receiver would wake each other for every packet.
-  constexpr std::chrono::milliseconds for_more_room(2);
-  const deadline soon = std::min(until, clock::now() + for_more_room);
-  for (; waited && link_ != nullptr && !is_half_empty() && clock::now() < soon; look())
-    link_->wait(soon);
   return MESH_HOST_OK;
 }
 

@@ -58,7 +58,6 @@ private:
                         deadline until);
   uint32_t connect(deadline until);
   bool has_room(uint64_t count, uint64_t bytes) const;
-  bool is_half_empty() const;
   uint32_t wait_for_room(uint64_t count, uint64_t bytes, deadline until);
   void look();
   void settle(uint64_t number);
