@@ -45,9 +45,9 @@ uint32_t prepare_directory(const settings &from) {
   const descriptor directory =
       descriptor::from([&] { return open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); });
   if (!directory) {
-    const bool is_shortage = errno == EMFILE || errno == ENFILE || errno == ENOMEM;
-    tell("%s is not a usable directory: %s", path, strerror(errno));
-    return is_shortage ? MESH_HOST_SYSTEM : MESH_HOST_BAD_CONFIG;
+    const int why = errno;
+    tell("%s is not a usable directory: %s", path, strerror(why));
+    return is_shortage(why) ? MESH_HOST_SYSTEM : MESH_HOST_BAD_CONFIG;
   }
   struct stat state {};
   const bool good = fstat(directory.get(), &state) == 0 && is_private(path, state);

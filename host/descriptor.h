@@ -7,9 +7,15 @@
 // a list under one lock, which is held while the process is copied; the child closes what is in it.
 #pragma once
 
+#include <cerrno>
 #include <utility>
 
 namespace mesh_host {
+
+// Whether a descriptor could not be made for want of one or of memory, which may pass.
+inline bool is_shortage(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
 
 class descriptor {
 public:

@@ -37,6 +37,10 @@ descriptor watch_peer(int socket) {
 }
 
 constexpr unsigned acks_at_once = 32;
+constexpr int send_flags = MSG_DONTWAIT | MSG_NOSIGNAL;
+// Up to here a packet is sooner copied together than the kernel has gone through a list of its
+// parts.
+constexpr size_t worth_copying = 2048;
 
 size_t room_of(int socket) {
   int bytes = 0;
@@ -55,12 +59,12 @@ public:
 
   outcome put(const packet_header &header, const msg_desc *messages, deadline until) override {
     const size_t size = packet_header_size + header.bytes;
-    if (header.count == 1 && size <= longest_)
+    if (header.count == 1 && size > worth_copying && size <= longest_)
       return put_one(header, messages[0], until);
     scratch_.resize(size);
     write_packet(scratch_.data(), header, messages);
     if (size <= longest_)
-      return give(scratch_.data(), size, nullptr, 0, until);
+      return give([&] { return send(socket_.get(), scratch_.data(), size, send_flags); }, until);
     return put_in_pieces(header, until);
   }
 
@@ -101,7 +105,7 @@ public:
   bool gone() const override { return gone_; }
 
 private:
-  // The usual packet, without a copy.
+  // A long message, without a copy.
   outcome put_one(const packet_header &header, const msg_desc &message, deadline until) {
     uint8_t head[packet_header_size + message_header_size];
     write_header(head, header);
@@ -138,10 +142,15 @@ private:
     msghdr datagram{};
     datagram.msg_iov = parts;
     datagram.msg_iovlen = count;
+    return give([&] { return sendmsg(socket_.get(), &datagram, send_flags); }, until);
+  }
+
+  template <class Send>
+  outcome give(Send send_it, deadline until) {
     for (;;) {
       if (gone_)
         return outcome::gone;
-      if (sendmsg(socket_.get(), &datagram, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0)
+      if (send_it() >= 0)
         return outcome::done;
       switch (errno) {
       case EINTR:

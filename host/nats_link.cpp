@@ -16,12 +16,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cinttypes>
 #include <condition_variable>
-#include <cstdio>
 #include <deque>
 #include <map>
 #include <mutex>
+#include <set>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -45,8 +44,6 @@ constexpr long most_patience_ms = 2000;
 constexpr uint64_t most_before_asking = 256;
 constexpr std::chrono::milliseconds look_for_room_every(5);
 
-using identifier = char[64];
-
 // What the client library's threads share with the link. Never destroyed: they may be inside when
 // the link goes, which is rare enough for that.
 struct publishing {
@@ -57,10 +54,10 @@ struct publishing {
   std::map<uint64_t, std::vector<uint8_t>> refused; // packets, by first number
   std::deque<std::pair<uint64_t, uint64_t>> stored; // last number, sequence in the stream
   uint64_t newest = 0;                              // number of the last message put
-  // Packets that were refused and are not stored yet, by first number, and how many new identifiers
-  // they needed. As long as there are any, nothing new is published: it would be stored before
-  // them, and a full stream of what has to wait for them would never have room for them.
-  std::map<uint64_t, uint64_t> hindered;
+  // First numbers of packets that were refused and are not stored yet. As long as there are any,
+  // nothing new is published: it would be stored before them, and a full stream of what has to wait
+  // for them would never have room for them.
+  std::set<uint64_t> hindered;
   bool stream_missing = false;
   bool owes_marker = false; // what was published last says less than what is settled
   bool ended = false;
@@ -103,7 +100,7 @@ void take_answer(jsCtx *, natsMsg *answered, jsPubAck *stored, jsPubAckErr *refu
   const std::lock_guard held(self.lock);
   if (self.ended || last < first) // of a packet without messages
     return;
-  if (stored != nullptr && !stored->Duplicate) {
+  if (stored != nullptr) {
     self.forget(first);
     self.hindered.erase(first);
     self.stored.emplace_back(last, stored->Sequence);
@@ -111,17 +108,11 @@ void take_answer(jsCtx *, natsMsg *answered, jsPubAck *stored, jsPubAckErr *refu
     if (self.unanswered.size() <= most_unanswered / 2)
       self.answered.notify_all();
   } else {
-    // Under a new identifier from now on. A server takes note of identifiers before it has stored
-    // what bears them: one that it refused, or whose leader went away, is known to it and stored
-    // nowhere (seen with nats-server 2.9.10). What is stored twice by that, receivers know by its
-    // numbers.
-    self.hindered[first]++;
-    if (stored == nullptr &&
-        (refused->ErrCode == JSStreamNotFoundErr || refused->Err == NATS_NO_RESPONDERS))
+    self.hindered.insert(first);
+    if (refused->ErrCode == JSStreamNotFoundErr || refused->Err == NATS_NO_RESPONDERS)
       self.stream_missing = true;
-    const char *why = stored != nullptr             ? "taken for a repetition"
-                      : refused->ErrText != nullptr ? refused->ErrText
-                                                    : natsStatus_GetText(refused->Err);
+    const char *why =
+        refused->ErrText != nullptr ? refused->ErrText : natsStatus_GetText(refused->Err);
     if (uint64_t skipped = 0; self.refusals.pass(skipped))
       tell("destination %u: not stored yet: %s (%llu more not told)", self.destination, why,
            number(skipped));
@@ -255,37 +246,17 @@ private:
     const uint64_t sender = detail::get(packet + 8, 8);
     const uint64_t first = detail::get(packet + 16, 8);
     own_sender_ = sender;
-    uint64_t repetitions = 0;
     {
       const std::lock_guard held(shared_.lock);
       const uint64_t settled = std::min(shared_.settled(), first - 1);
       detail::put(packet + 24, settled, 8);
-      if (const auto known = shared_.hindered.find(first); known != shared_.hindered.end())
-        repetitions = known->second;
       if (settled != first - 1 && !std::exchange(shared_.owes_marker, true))
         shared_.to_do.notify_all();
     }
-    identifier own;
-    if (repetitions == 0)
-      (void)snprintf(own, sizeof own, "%016" PRIx64 "-%" PRIu64, sender, first);
-    else
-      (void)snprintf(own, sizeof own, "%016" PRIx64 "-%" PRIu64 ".%" PRIu64, sender, first,
-                     repetitions);
-    jsPubOptions options;
-    jsPubOptions_Init(&options);
-    options.MsgId = own;
-    options.MaxWait = answer_timeout_ms;
-    natsMsg *made = nullptr;
-    natsStatus status =
-        natsMsg_Create(&made, subject_.c_str(), nullptr, reinterpret_cast<const char *>(packet),
-                       static_cast<int>(size));
-    if (status == NATS_OK)
-      status = js_PublishMsgAsync(session_.stream(), &made, &options);
-    natsMsg_Destroy(made);
-    if (status == NATS_OK)
+    if (publish_bytes(packet, size))
       return;
     const std::lock_guard held(shared_.lock);
-    shared_.hindered[first];
+    shared_.hindered.insert(first);
     shared_.refused[first].assign(packet, packet + size);
     shared_.to_do.notify_all();
   }
@@ -296,17 +267,15 @@ private:
     uint8_t packet[packet_header_size];
     const uint64_t sender = own_sender_;
     write_header(packet, {destination_, sender, newest + 1, newest, 0, 0, 0});
-    identifier own;
-    (void)snprintf(own, sizeof own, "%016" PRIx64 "+%" PRIu64, sender, newest);
+    publish_bytes(packet, sizeof packet);
+  }
+
+  bool publish_bytes(const uint8_t *packet, size_t size) {
     jsPubOptions options;
     jsPubOptions_Init(&options);
-    options.MsgId = own;
     options.MaxWait = answer_timeout_ms;
-    natsMsg *made = nullptr;
-    if (natsMsg_Create(&made, subject_.c_str(), nullptr, reinterpret_cast<const char *>(packet),
-                       sizeof packet) == NATS_OK)
-      js_PublishMsgAsync(session_.stream(), &made, &options);
-    natsMsg_Destroy(made);
+    return js_PublishAsync(session_.stream(), subject_.c_str(), packet, static_cast<int>(size),
+                           &options) == NATS_OK;
   }
 
   // The thread that publishes again.

@@ -162,8 +162,6 @@ uint32_t nats_session::ensure_stream(int64_t &made_at) {
   constexpr int64_t most_batches_beyond = 4096;
   wanted.MaxMsgs = static_cast<int64_t>(at_->kept_batches) + most_batches_beyond;
   wanted.MaxBytes = 2 * static_cast<int64_t>(at_->kept_bytes) + (int64_t{16} << 20);
-  constexpr int64_t remember_identifiers_ns = 120'000'000'000;
-  wanted.Duplicates = remember_identifiers_ns;
 
   // One that is there already is used as it is, however whoever made it wanted it.
   jsStreamInfo *info = nullptr;

@@ -9,6 +9,7 @@
 
 #include "host/deadline.h"
 #include "host/faults.h"
+#include "host/hooks.h"
 #include "host/inbox.h"
 #include "host/local_inlet.h"
 #include "host/mesh_host.h"
@@ -60,6 +61,7 @@ private:
   int poll_until(deadline until);
   bool take_some();
   bool take_parcels();
+  bool take_soon(deadline until);
   bool wait(deadline until);
 
   bool take(const packet_header &header, const uint8_t *body, size_t size, progress handled,
@@ -69,6 +71,7 @@ private:
   void tell_gap(const packet_header &header, uint64_t from);
   void deliver(const packed_message &message, uint64_t target);
   void hand_over(const packed_message &message, uint64_t target);
+  message_hooks *hooks_of(uint32_t id);
   void *zeroed_storage(uint32_t size);
 
   const settings &limits_;
@@ -83,6 +86,9 @@ private:
   void *context_ = nullptr;
   int handled_ = 0;
   mesh_host_origin origin_{};
+
+  uint32_t last_id_ = 0;
+  message_hooks *last_hooks_ = nullptr;
 
   mesh_host_gap_handler gap_handler_ = nullptr;
   void *gap_context_ = nullptr;

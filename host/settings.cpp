@@ -116,7 +116,7 @@ public:
   bool read() {
     const descriptor file = descriptor::from([this] { return open(file_, O_RDONLY | O_CLOEXEC); });
     if (!file) {
-      passes_ = errno == EMFILE || errno == ENFILE || errno == ENOMEM;
+      passes_ = is_shortage(errno);
       tell("%s: cannot be read: %s (named by MESH_HOST_CONFIG)", file_, strerror(errno));
       return false;
     }

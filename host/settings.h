@@ -49,7 +49,7 @@ struct settings {
 };
 
 // Empty when something is wrong, which has then been told on stderr. `passes` says that it may be
-// better next time: no descriptor was left for the file.
+// better next time: there was no descriptor or no memory for the file.
 std::optional<settings> read_settings(bool &passes);
 
 } // namespace mesh_host

@@ -5,6 +5,7 @@
 #include "mesh_fixture.h"
 
 #include <csignal>
+#include <ctime>
 #include <thread>
 #include <unistd.h>
 
@@ -39,6 +40,42 @@ TEST_F(CrossProcess, DeliversAMegabyteUnchanged) {
   ASSERT_EQ(peer.talk().hear(), "attached");
   ASSERT_EQ(send_samples(1, 1, 0, text), 0U);
   EXPECT_EQ(peer.talk().hear(), "good");
+}
+
+// Short ones are copied together, longer ones are not, and the longest go in pieces.
+TEST_F(CrossProcess, DeliversMessagesOfAnyLengthUnchanged) {
+  const std::vector<size_t> lengths = {0,     1,     1979,  1980,  1983,  1984,   1985,   1988,
+                                       1989,  2047,  2048,  2049,  65535, 65536,  73663,  73664,
+                                       73665, 73668, 73669, 73672, 73673, 147000, 220000, 3};
+  child peer([&](conversation &parent) {
+    collecting_receiver receiver;
+    receiver.attach();
+    parent.say("attached");
+    bool good = receiver.collect(lengths.size());
+    for (size_t i = 0; good && i < lengths.size(); i++)
+      good = receiver.messages[i].number == i &&
+             receiver.messages[i].text == std::string(lengths[i], static_cast<char>('a' + i));
+    parent.say(good ? "good" : "bad");
+    return 0;
+  });
+  ASSERT_EQ(peer.talk().hear(), "attached");
+  for (uint32_t i = 0; i < lengths.size(); i++)
+    ASSERT_EQ(send_samples(i, 1, 0, std::string(lengths[i], static_cast<char>('a' + i))), 0U);
+  EXPECT_EQ(peer.talk().hear(), "good");
+}
+
+// It looks a little longer than it must for what comes at once, and then sleeps.
+TEST_F(CrossProcess, LeavesTheProcessorAloneWhileNothingComes) {
+  collecting_receiver receiver;
+  ASSERT_EQ(receiver.attach(), 0U);
+  const auto processor_ms = [] {
+    timespec used{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return used.tv_sec * 1000 + used.tv_nsec / 1'000'000;
+  };
+  const auto before = processor_ms();
+  EXPECT_EQ(receiver.poll(1000), 0);
+  EXPECT_LT(processor_ms() - before, 100);
 }
 
 TEST_F(CrossProcess, MakesTheSenderWaitForAFullReceiverAndThenFailWithoutLoss) {

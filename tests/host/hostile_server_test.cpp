@@ -8,6 +8,7 @@
 #include "mesh_fixture.h"
 #include "nats_server.h"
 
+#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <memory>
@@ -66,6 +67,17 @@ protected:
     EXPECT_EQ(receiver.poll(100), 0);
     EXPECT_EQ(receiver.numbers(), numbers_up_to(count));
   }
+  // There is room again: the next one goes, and nothing of what was accepted is missing.
+  static void expect_one_more_and_all_in_order(uint32_t accepted) {
+    uint32_t again = MESH_HOST_FULL;
+    for (int i = 0; i < 50 && again == MESH_HOST_FULL; i++)
+      again = send_to(destination, accepted, std::string(10'000, 'x'));
+    EXPECT_EQ(again, 0U);
+    collecting_receiver receiver;
+    ASSERT_EQ(receiver.attach(), 0U);
+    expect_all_in_order(receiver, accepted + 1);
+    EXPECT_EQ(counters().lost, 0U);
+  }
 
   std::unique_ptr<nats_server> server;
 };
@@ -123,14 +135,7 @@ TEST_P(NoRoom, BecauseOthersTookItIsBusyUntilThereIsSome) {
   EXPECT_EQ(counters().accepted, accepted);
   EXPECT_EQ(counters().lost, 0U);
   owner.ask(publication("$JS.API.STREAM.DELETE.GREEDY", ""));
-  uint32_t again = MESH_HOST_FULL;
-  for (int i = 0; i < 50 && again == MESH_HOST_FULL; i++)
-    again = send_to(destination, accepted, std::string(10'000, 'x'));
-  EXPECT_EQ(again, 0U);
-  collecting_receiver receiver;
-  ASSERT_EQ(receiver.attach(), 0U);
-  expect_all_in_order(receiver, accepted + 1);
-  EXPECT_EQ(counters().lost, 0U);
+  expect_one_more_and_all_in_order(accepted);
 }
 
 // A file system of its own for the server's store, as small as this, which others do not see.
@@ -176,14 +181,7 @@ TEST_F(DiskFull, IsBusyAndGoesOnWithRoomAndLosesNothingThatWasAccepted) {
   ASSERT_EQ(mount("small", store.c_str(), "tmpfs", MS_REMOUNT, "size=64m"), 0);
   server->kill();
   server->start();
-  uint32_t again = MESH_HOST_FULL;
-  for (int i = 0; i < 50 && again == MESH_HOST_FULL; i++)
-    again = send_to(destination, accepted, std::string(10'000, 'x'));
-  EXPECT_EQ(again, 0U);
-  collecting_receiver receiver;
-  ASSERT_EQ(receiver.attach(), 0U);
-  expect_all_in_order(receiver, accepted + 1);
-  EXPECT_EQ(counters().lost, 0U);
+  expect_one_more_and_all_in_order(accepted);
   server.reset();
   umount2(store.c_str(), MNT_DETACH);
 }
@@ -314,6 +312,33 @@ TEST_F(Strangers, WhoMaySendAndSendGarbageAreRefusedByTheReceiverAndDisturbNobod
       EXPECT_NE(insider.ask(publication("mesh.7", garbage)).find("PONG"), std::string::npos);
     }
   });
+}
+
+// What an answer that got lost leads to: its sender has published again what was stored.
+
+class Repetition : public HostileTest {};
+
+TEST_F(Repetition, InTheStreamIsHandedOverOnce) {
+  begin("", "storage=memory");
+  ASSERT_EQ(send_to(destination, 0), 0U); // makes the stream
+  std::string packet = {'M', 'H', 'P', '2', 7, 0, 0, 0};
+  packet += std::string("\x99\0\0\0\0\0\0\0", 8);   // sender
+  packet += std::string("\x01\0\0\0\0\0\0\0", 8);   // number of the first message
+  packet += std::string(16, '\0');                  // settled, target
+  packet += std::string("\x01\0\0\0\x10\0\0\0", 8); // messages, bytes
+  packet += std::string("\x01\0\x5A\x5A\x04\0\0\0\x05\0\0\0\0\0\0\0", 16);
+  stranger again(server->port());
+  EXPECT_NE(again.ask(publication("mesh.7", packet)).find("PONG"), std::string::npos);
+  EXPECT_NE(again.ask(publication("mesh.7", packet)).find("PONG"), std::string::npos);
+  ASSERT_EQ(send_to(destination, 1), 0U);
+  collecting_receiver receiver;
+  ASSERT_EQ(receiver.attach(), 0U);
+  ASSERT_TRUE(receiver.collect(3));
+  EXPECT_EQ(receiver.poll(100), 0);
+  std::vector<uint32_t> numbers = receiver.numbers(); // of two senders in any order
+  std::sort(numbers.begin(), numbers.end());
+  EXPECT_EQ(numbers, (std::vector<uint32_t>{0, 1, 5}));
+  EXPECT_EQ(counters().redelivered, 1U);
 }
 
 // Descriptors.
