@@ -18,6 +18,9 @@ namespace bench {
 
 namespace {
 
+constexpr uint32_t most_routes = 600;   // in a message
+constexpr uint32_t most_messages = 600; // in a call
+
 volatile std::sig_atomic_t asked_to_end = 0;
 
 uint64_t status_kib(const char *name) {
@@ -169,6 +172,24 @@ void serve_rounds(board &shared, uint32_t receivers, uint32_t routes_per_message
   }
 }
 
+workload::workload(const char *table, const char *routes_word, const char *batch_word)
+    : routes(parse_number(routes_word, "ROUTES", 1, most_routes)),
+      batch(parse_number(batch_word, "BATCH", 1, most_messages)),
+      source(read_routes(table), routes, batch) {}
+
+void serve_rounds(board &shared, uint32_t receivers, workload &work,
+                  const std::function<void(uint32_t, std::span<const route_message>)> &send,
+                  const std::function<std::string()> &more) {
+  route_source::portion now{};
+  serve_rounds(
+      shared, receivers, work.routes,
+      [&](uint64_t first) {
+        now = work.source.next(first);
+        return step{work.batch, now.sum};
+      },
+      [&](uint32_t to) { send(to, now.messages); }, more);
+}
+
 size_t pack_framed(std::span<const route_message> messages, std::vector<uint8_t> &into) {
   size_t at = 0;
   for (const route_message &each : messages) {
@@ -179,6 +200,16 @@ size_t pack_framed(std::span<const route_message> messages, std::vector<uint8_t>
     at += sizeof length + length;
   }
   return at;
+}
+
+std::vector<std::vector<uint8_t>> pack_all(workload &work) {
+  std::vector<uint8_t> packed(2 * most_batch_bytes);
+  std::vector<std::vector<uint8_t>> ready;
+  for (size_t i = 0; i < work.source.size(); i++) {
+    const size_t size = pack_framed(work.source.next(i * work.batch + 1).messages, packed);
+    ready.emplace_back(packed.data(), packed.data() + size);
+  }
+  return ready;
 }
 
 uint64_t peak_kib() {

@@ -106,8 +106,24 @@ void serve_rounds(board &shared, uint32_t receivers, uint32_t routes_per_message
                   const std::function<void(uint32_t receiver)> &send,
                   const std::function<std::string()> &more = {});
 
+// What a sender is told to send: words TABLE, ROUTES and BATCH.
+struct workload {
+  workload(const char *table, const char *routes_word, const char *batch_word);
+
+  const uint32_t routes; // in a message
+  const uint32_t batch;  // messages in a call
+  route_source source;
+};
+// The same with the next messages of `work` each time.
+void serve_rounds(
+    board &shared, uint32_t receivers, workload &work,
+    const std::function<void(uint32_t receiver, std::span<const route_message> messages)> &send,
+    const std::function<std::string()> &more = {});
+
 // Packed messages with their lengths in front, as a program without a bus would frame them.
 size_t pack_framed(std::span<const route_message> messages, std::vector<uint8_t> &into);
+// All that a workload has, batch by batch.
+std::vector<std::vector<uint8_t>> pack_all(workload &work);
 // Hands each message of `size` bytes at `at` to `take`, which gets its bytes. Returns how many
 // bytes those took that were whole.
 template <class Take>

@@ -90,19 +90,12 @@ int send_messages(char **words) {
   board &shared = open_board(words[0]);
   const uint32_t first = parse_number(words[2], "FIRST", 1, most_destination);
   const uint32_t receivers = parse_number(words[3], "RECEIVERS", 1, most_receivers);
-  const uint32_t routes = parse_number(words[4], "ROUTES", 1, 600);
-  const uint32_t batch = parse_number(words[5], "BATCH", 1, 600);
-  route_source source(read_routes(words[1]), routes, batch);
+  workload work(words[1], words[4], words[5]);
   fib6_send_init();
   wait_until_ready(shared, receivers);
-  route_source::portion now{};
-  serve_rounds(
-      shared, receivers, routes,
-      [&](uint64_t number) {
-        now = source.next(number);
-        return step{batch, now.sum};
-      },
-      [&](uint32_t to) { send_batch(first + to, now.messages); });
+  serve_rounds(shared, receivers, work, [&](uint32_t to, std::span<const route_message> messages) {
+    send_batch(first + to, messages);
+  });
   return 0;
 }
 
@@ -120,27 +113,21 @@ int receive_messages(char **words) {
 
 // The library alone, in this process: nanoseconds a route.
 int time_codec(char **words) {
-  const uint32_t routes = parse_number(words[1], "ROUTES", 1, 600);
-  const uint32_t batch = parse_number(words[2], "BATCH", 1, 600);
+  workload work(words[0], words[1], words[2]);
   const double seconds = strtod(words[3], nullptr);
-  route_source source(read_routes(words[0]), routes, batch);
+  const std::vector<std::vector<uint8_t>> ready = pack_all(work);
   std::vector<uint8_t> packed(2 * most_batch_bytes);
-  std::vector<std::vector<uint8_t>> ready;
-  for (size_t i = 0; i < source.size(); i++) {
-    const size_t size = pack_framed(source.next(i * batch + 1).messages, packed);
-    ready.emplace_back(packed.data(), packed.data() + size);
-  }
-  const auto per_route = [&](auto work) {
+  const auto per_route = [&](auto do_it) {
     uint64_t turns = 0;
     const uint64_t start = now_ns();
     uint64_t now = start;
     for (; static_cast<double>(now - start) < seconds * 1e9; now = now_ns())
       for (size_t i = 0; i < ready.size(); i++, turns++)
-        work(i);
+        do_it(i);
     return static_cast<double>(now - start) /
-           (static_cast<double>(turns) * static_cast<double>(routes) * batch);
+           (static_cast<double>(turns) * static_cast<double>(work.routes) * work.batch);
   };
-  const double pack = per_route([&](size_t) { pack_framed(source.next(1).messages, packed); });
+  const double pack = per_route([&](size_t) { pack_framed(work.source.next(1).messages, packed); });
   const double decode = per_route([&](size_t i) {
     each_framed(ready[i].data(), ready[i].size(), [](const uint8_t *at, uint32_t length) {
       route_message record{};
@@ -153,8 +140,8 @@ int time_codec(char **words) {
   for (const std::vector<uint8_t> &each : ready)
     bytes += each.size();
   (void)printf("{\"pack\": %.4f, \"decode\": %.4f, \"bytes\": %.2f}\n", pack, decode,
-               static_cast<double>(bytes) /
-                   (static_cast<double>(ready.size()) * static_cast<double>(routes) * batch));
+               static_cast<double>(bytes) / (static_cast<double>(ready.size()) *
+                                             static_cast<double>(work.routes) * work.batch));
   return 0;
 }
 

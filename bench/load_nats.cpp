@@ -45,9 +45,7 @@ int send_messages(char **words) {
   board &shared = open_board(words[0]);
   const uint32_t first = parse_number(words[3], "FIRST", 1, 1'000'000);
   const uint32_t receivers = parse_number(words[4], "RECEIVERS", 1, most_receivers);
-  const uint32_t routes = parse_number(words[5], "ROUTES", 1, 600);
-  const uint32_t batch = parse_number(words[6], "BATCH", 1, 600);
-  route_source source(read_routes(words[1]), routes, batch);
+  workload work(words[1], words[5], words[6]);
   wait_until_ready(shared, receivers);
   natsConnection *connection = connect_to(words[2]);
   jsOptions options;
@@ -64,19 +62,12 @@ int send_messages(char **words) {
   for (uint32_t i = 0; i < receivers; i++)
     subjects.push_back(subject_of(first + i));
   std::vector<uint8_t> packed(2 * most_batch_bytes);
-  route_source::portion now{};
-  serve_rounds(
-      shared, receivers, routes,
-      [&](uint64_t number) {
-        now = source.next(number);
-        return step{batch, now.sum};
-      },
-      [&](uint32_t to) {
-        const size_t size = pack_framed(now.messages, packed);
-        need(js_PublishAsync(context, subjects[to].c_str(), packed.data(), static_cast<int>(size),
-                             nullptr),
-             "publishing");
-      });
+  serve_rounds(shared, receivers, work, [&](uint32_t to, std::span<const route_message> messages) {
+    const size_t size = pack_framed(messages, packed);
+    need(js_PublishAsync(context, subjects[to].c_str(), packed.data(), static_cast<int>(size),
+                         nullptr),
+         "publishing");
+  });
   jsCtx_Destroy(context);
   natsConnection_Destroy(connection);
   return 0;

@@ -116,26 +116,19 @@ account *accounts_on(board &shared) {
 int send_messages(char **words) {
   board &shared = open_board(words[0]);
   const uint32_t first = parse_number(words[2], "FIRST", 1, most_destination);
-  const uint32_t routes = parse_number(words[3], "ROUTES", 1, 600);
-  const uint32_t batch = parse_number(words[4], "BATCH", 1, 600);
-  route_source source(read_routes(words[1]), routes, batch);
+  workload work(words[1], words[3], words[4]);
   fib6_send_init();
   wait_until_ready(shared, 1);
   all_accounts before_sent{};
   all_accounts before_received{};
   account sending{}; // the library's call, with all that it calls
   account before_sending{};
-  route_source::portion now{};
   serve_rounds(
-      shared, 1, routes,
-      [&](uint64_t number) {
-        now = source.next(number);
-        return step{batch, now.sum};
-      },
-      [&](uint32_t) {
+      shared, 1, work,
+      [&](uint32_t, std::span<const route_message> messages) {
         const uint64_t start = now_ns();
         const uint32_t result =
-            feiBrokerFib6_ipv6FwdUpdateMsg__sendmsg(first, now.messages.data(), batch);
+            feiBrokerFib6_ipv6FwdUpdateMsg__sendmsg(first, messages.data(), work.batch);
         sending.ns += now_ns() - start;
         sending.times++;
         if (result != MESH_HOST_OK)

@@ -57,9 +57,7 @@ void give(int to, const uint8_t *at, size_t size) {
 int send_messages(char **words) {
   board &shared = open_board(words[0]);
   const uint32_t receivers = parse_number(words[3], "RECEIVERS", 1, most_receivers);
-  const uint32_t routes = parse_number(words[4], "ROUTES", 1, 600);
-  const uint32_t batch = parse_number(words[5], "BATCH", 1, 600);
-  route_source source(read_routes(words[1]), routes, batch);
+  workload work(words[1], words[4], words[5]);
   wait_until_ready(shared, receivers);
   std::vector<int> sockets;
   for (uint32_t i = 0; i < receivers; i++) {
@@ -69,28 +67,20 @@ int send_messages(char **words) {
       fail("%s: %s", name.sun_path, strerror(errno));
   }
   std::vector<uint8_t> packed(2 * most_batch_bytes);
-  route_source::portion now{};
   if (strcmp(words[6], "codec") == 0) {
-    serve_rounds(
-        shared, receivers, routes,
-        [&](uint64_t first) {
-          now = source.next(first);
-          return step{batch, now.sum};
-        },
-        [&](uint32_t to) { give(sockets[to], packed.data(), pack_framed(now.messages, packed)); });
+    serve_rounds(shared, receivers, work,
+                 [&](uint32_t to, std::span<const route_message> messages) {
+                   give(sockets[to], packed.data(), pack_framed(messages, packed));
+                 });
     return 0;
   }
-  std::vector<std::vector<uint8_t>> ready;
-  for (size_t i = 0; i < source.size(); i++) {
-    const size_t size = pack_framed(source.next(i * batch + 1).messages, packed);
-    ready.emplace_back(packed.data(), packed.data() + size);
-  }
+  const std::vector<std::vector<uint8_t>> ready = pack_all(work);
   size_t at = 0;
   serve_rounds(
-      shared, receivers, routes,
+      shared, receivers, work.routes,
       [&](uint64_t) {
         at = at + 1 < ready.size() ? at + 1 : 0;
-        return step{batch, ready[at].size()};
+        return step{work.batch, ready[at].size()};
       },
       [&](uint32_t to) { give(sockets[to], ready[at].data(), ready[at].size()); });
   return 0;
