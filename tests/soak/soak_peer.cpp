@@ -5,8 +5,8 @@
 //   soak_peer send FOLDER DESTINATION MESSAGES BATCH   until MESSAGES are accepted
 //   soak_peer receive FOLDER DESTINATION               until SIGTERM
 // In FOLDER: <sender>.sent, a number: what was accepted; <sender>.lost, lines "first last": what
-// was told to be lost; <sender>.handled, a bit for each message; <process>.receiver: lines of what
-// was told to the receiver.
+// was told to be lost; <sender>.handled, a bit for each message; <sender>.gap, lines as
+// above: what a receiver was told that it misses; <process>.receiver, a line: what it counted.
 #include <mesh_fib6/host/mesh_host.h>
 #include <mesh_fib6/platform/mesh.h>
 
@@ -175,6 +175,10 @@ int receive_messages() {
         static_cast<receiving *>(context)->gaps++;
         fprintf(stderr, "process %d: gap of %016" PRIx64 ": %" PRIu64 " to %" PRIu64 "\n",
                 static_cast<int>(getpid()), gap->sender, gap->first, gap->last);
+        // Who has had nothing of a sender yet cannot tell what others had from what nobody had.
+        if (gap->first > 1)
+          append_line(path_of(gap->sender, "gap"),
+                      std::to_string(gap->first) + " " + std::to_string(gap->last) + "\n");
       },
       &self);
   while (asked_to_end == 0) {
