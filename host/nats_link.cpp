@@ -20,6 +20,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <new>
 #include <set>
 #include <thread>
 #include <utility>
@@ -60,6 +61,7 @@ struct publishing {
   std::set<uint64_t> hindered;
   bool stream_missing = false;
   bool owes_marker = false; // what was published last says less than what is settled
+  bool broken = false;      // there was no memory to keep a packet that has to be published again
   bool ended = false;
   rate_limit refusals;
 
@@ -92,18 +94,15 @@ std::pair<uint64_t, uint64_t> numbers_of(const natsMsg *message) {
   return {header.first, header.first + header.count - 1};
 }
 
-void take_answer(jsCtx *, natsMsg *answered, jsPubAck *stored, jsPubAckErr *refused,
-                 void *closure) {
-  publishing &self = *static_cast<publishing *>(closure);
-  const nats_object<natsMsg> message(answered);
+void take_answer_to(publishing &self, natsMsg *answered, jsPubAck *stored, jsPubAckErr *refused) {
   const auto [first, last] = numbers_of(answered);
   const std::lock_guard held(self.lock);
   if (self.ended || last < first) // of a packet without messages
     return;
   if (stored != nullptr) {
+    self.stored.emplace_back(last, stored->Sequence); // first, for it may find no memory
     self.forget(first);
     self.hindered.erase(first);
-    self.stored.emplace_back(last, stored->Sequence);
     // A sender woken by each answer would send one packet and wait again.
     if (self.unanswered.size() <= most_unanswered / 2)
       self.answered.notify_all();
@@ -119,6 +118,27 @@ void take_answer(jsCtx *, natsMsg *answered, jsPubAck *stored, jsPubAckErr *refu
     const auto *packet = reinterpret_cast<const uint8_t *>(natsMsg_GetData(answered));
     self.refused[first].assign(packet, packet + natsMsg_GetDataLength(answered));
     self.to_do.notify_all();
+  }
+}
+
+// Without memory for what has to be published again the link is over: what is not settled is then
+// reported as lost.
+void give_up(publishing &self) {
+  tell("destination %u: no memory to publish a packet again", self.destination);
+  const std::lock_guard held(self.lock);
+  self.broken = true;
+  self.answered.notify_all();
+}
+
+// On a thread of the client library's, through which nothing can be thrown.
+void take_answer(jsCtx *, natsMsg *answered, jsPubAck *stored, jsPubAckErr *refused,
+                 void *closure) {
+  publishing &self = *static_cast<publishing *>(closure);
+  const nats_object<natsMsg> message(answered);
+  try {
+    take_answer_to(self, answered, stored, refused);
+  } catch (const std::bad_alloc &) {
+    give_up(self);
   }
 }
 
@@ -160,7 +180,13 @@ public:
     if (const uint32_t result = session_.ensure_stream(made_at_); result != MESH_HOST_OK)
       return result;
     longest_ = static_cast<size_t>(natsConnection_GetMaxPayload(session_.connection()));
-    publisher_ = std::thread([this] { publish_refused(); });
+    publisher_ = std::thread([this] {
+      try {
+        publish_refused();
+      } catch (const std::bad_alloc &) {
+        give_up(shared_);
+      }
+    });
     return MESH_HOST_OK;
   }
 
@@ -183,13 +209,21 @@ public:
       shared_.unanswered.push_back(header.first);
       shared_.newest = header.first + header.count - 1;
     }
-    publish(scratch_.data(), size);
+    try {
+      publish(scratch_.data(), size);
+    } catch (const std::bad_alloc &) { // it did not go, and its number is the next one's
+      const std::lock_guard held(shared_.lock);
+      shared_.forget(header.first);
+      shared_.hindered.erase(header.first);
+      shared_.newest = header.first - 1;
+      throw;
+    }
     return outcome::done;
   }
 
   void take_news() override {
-    gone_ = gone_ || stream_lost_ || session_.is_closed();
     const std::lock_guard held(shared_.lock);
+    gone_ = gone_ || shared_.broken || stream_lost_ || session_.is_closed();
     settled_ = shared_.settled();
   }
 
