@@ -23,6 +23,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <pthread.h>
 #include <thread>
@@ -241,18 +242,23 @@ uint32_t clean(deadline until) {
 // Receivers first: what they have handled is acknowledged, and nobody waits for us in vain. Then
 // everything sent gets its last chance. A thread that is still inside keeps its descriptors. Also
 // when the library is unloaded: then it leaves nothing open.
-[[gnu::destructor]] void finish() {
+bool finish_all() {
   mesh &self = *current.load();
   std::map<uint32_t, std::shared_ptr<receiver>> receivers;
   std::map<uint32_t, std::shared_ptr<sender>> senders;
   {
     const std::lock_guard held(self.lock);
     self.ending = true;
-    receivers = self.receivers;
-    senders = self.senders;
+    try {
+      receivers = self.receivers;
+      senders = self.senders;
+    } catch (const std::bad_alloc &) { // other threads then find none any more
+      receivers.swap(self.receivers);
+      senders.swap(self.senders);
+    }
   }
   if (!self.limits)
-    return;
+    return true;
   const deadline until = deadline_after(self.limits->send_timeout_ms);
   bool all_closed = true;
   for (const auto &[destination, each] : receivers)
@@ -263,6 +269,7 @@ uint32_t clean(deadline until) {
   remove_status_file();
   if (all_closed)
     descriptor::close_all();
+  return all_closed;
 }
 
 // Nothing is thrown through a C function.
@@ -274,6 +281,10 @@ Result guarded(Result when_failed, Work work) {
     tell("%s", problem.what());
     return when_failed;
   }
+}
+
+[[gnu::destructor]] void finish() {
+  guarded(false, finish_all);
 }
 
 constexpr uint32_t system_failure = MESH_HOST_SYSTEM;
