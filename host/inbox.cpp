@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <sys/eventfd.h>
 #include <unistd.h>
+#include <utility>
 
 namespace mesh_host {
 
@@ -46,12 +47,13 @@ std::unique_ptr<parcel> inbox::pop() {
 }
 
 void inbox::close() {
-  std::deque<std::unique_ptr<parcel>> left;
   {
     const std::lock_guard held(lock_);
-    closed_ = true;
-    left.swap(waiting_);
+    if (std::exchange(closed_, true))
+      return;
   }
+  // Not into another queue, which would have to be allocated: nobody else looks at a closed one.
+  waiting_.clear();
   wake();
 }
 
