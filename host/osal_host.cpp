@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -135,7 +136,7 @@ void list_remainders() {
     say("osal_host: left: and %zu more modules and tags", left.size() - most_lines);
 }
 
-[[gnu::destructor]] void report_at_exit() {
+void report() {
   if (!host().asked.report)
     return;
   const osal_host_accounts now = host().kept.accounts();
@@ -153,6 +154,15 @@ void list_remainders() {
       static_cast<unsigned long long>(now.injected_failures),
       static_cast<unsigned long long>(now.overruns));
   list_remainders();
+}
+
+// Nothing can be thrown at the end of a process.
+[[gnu::destructor]] void report_at_exit() {
+  try {
+    report();
+  } catch (const std::bad_alloc &) {
+    say("osal_host: process %d: no memory to report from", static_cast<int>(getpid()));
+  }
 }
 
 } // namespace
