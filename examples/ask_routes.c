@@ -68,8 +68,10 @@ int main(int argc, char **argv) {
   }
   /* A socket must not get the number of a standard stream that is closed, and be printed to. */
   while (got <= STDERR_FILENO)
-    if ((got = open("/dev/null", O_RDONLY)) < 0)
+    if ((got = open("/dev/null", O_RDONLY)) < 0) {
+      perror("ask_routes: /dev/null");
       return 1;
+    }
   close(got);
 
   result = fib6_cfg_send_init(); /* we do both */

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <new>
 #include <string>
 
 namespace {
@@ -41,7 +42,7 @@ int print(mesh_fib6::decoded<feiBrokerFib6_ipv6FwdUpdateMsg> update, const std::
 
 } // namespace
 
-int main(int argc, char **argv) {
+int main(int argc, char **argv) try {
   std::string name = argc == 2 ? argv[1] : "-";
   if (argc > 2 || (name.size() > 1 && name[0] == '-')) {
     std::cerr << "usage: decode_buffer_cpp [FILE]\n";
@@ -67,4 +68,8 @@ int main(int argc, char **argv) {
   if (!std::cout.flush())
     status = fail("standard output", "cannot be written to");
   return status;
+} catch (const std::bad_alloc &) {
+  std::fputs("decode_buffer_cpp: not enough memory\n",
+             stderr); // which std::cerr might want as well
+  return 1;
 }

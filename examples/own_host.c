@@ -95,6 +95,8 @@ uint32_t MESH_RegIDLResorceCleanFuncHook(mesh_clean_hook clean) {
   return 0;
 }
 
+static unsigned routes; /* that have arrived */
+
 static void handle(uint32_t id, const void *record) {
   const feiBrokerFib6_ipv6FwdUpdateMsg *update = record;
   char address[INET6_ADDRSTRLEN];
@@ -104,7 +106,7 @@ static void handle(uint32_t id, const void *record) {
     return;
   if (update->f1 == NULL) /* the pointer, not the count: see message_api.h */
     printf("a message that was refused, or has no routes\n");
-  for (i = 0; update->f1 != NULL && i < update->f1_count; i++)
+  for (i = 0; update->f1 != NULL && i < update->f1_count; i++, routes++)
     printf("a route to %s/%u\n", inet_ntop(AF_INET6, update->f1[i].f3, address, sizeof address),
            update->f1[i].f4);
 }
@@ -184,5 +186,8 @@ int main(int argc, char **argv) {
     fprintf(stderr, "own_host: the bus says %lu\n", (unsigned long)result);
   if (allocations == 0 || log_lines == 0)
     fprintf(stderr, "own_host: the library has not found the OSAL: is it linked with -rdynamic?\n");
-  return result != 0 || allocations == 0 || log_lines == 0 || live_blocks != 0;
+  if (result == 0 && routes != 1)
+    fprintf(stderr, "own_host: %u routes have arrived, expected the one that was sent whole\n",
+            routes);
+  return result != 0 || routes != 1 || allocations == 0 || log_lines == 0 || live_blocks != 0;
 }

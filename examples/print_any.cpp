@@ -7,6 +7,7 @@
 #include <mesh_fib6/mesh_fib6.hpp>
 
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <iostream>
 #include <memory>
@@ -48,8 +49,10 @@ int main(int argc, char **) {
   // A socket must not get the number of a standard stream that is closed, and be printed to.
   int got = 0;
   while (got <= STDERR_FILENO)
-    if ((got = open("/dev/null", O_RDONLY)) < 0)
+    if ((got = open("/dev/null", O_RDONLY)) < 0) {
+      std::perror("print_any_cpp: /dev/null");
       return 1;
+    }
   close(got);
   std::signal(SIGINT, ask_to_stop);
   std::signal(SIGTERM, ask_to_stop);

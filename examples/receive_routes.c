@@ -54,8 +54,10 @@ int main(int argc, char **argv) {
   }
   /* A socket must not get the number of a standard stream that is closed, and be printed to. */
   while (got <= STDERR_FILENO)
-    if ((got = open("/dev/null", O_RDONLY)) < 0)
+    if ((got = open("/dev/null", O_RDONLY)) < 0) {
+      perror("receive_routes: /dev/null");
       return 1;
+    }
   close(got);
   signal(SIGINT, ask_to_stop);
   signal(SIGTERM, ask_to_stop);

@@ -34,9 +34,11 @@ struct process_status {
   std::vector<mesh_host_status_row> rows;
 };
 
-// Thrown inside: why a file is left out.
+// Thrown inside: why a file is left out. What somebody put there is not ours to read; what the
+// system keeps from us is missing.
 struct unreadable {
   std::string why;
+  bool is_missing = false;
 };
 
 // The process that a file's name says.
@@ -50,12 +52,19 @@ uint32_t process_of(std::string_view name) {
 }
 
 void read_exactly(int file, void *into, size_t size, off_t at) {
-  const ssize_t count = pread(file, into, size, at);
-  if (count < 0)
-    throw unreadable{std::string("cannot be read: ") + strerror(errno)};
-  if (static_cast<size_t>(count) != size)
-    throw unreadable{fmt::format("expected {} at byte {}, found {}", plural(size, "byte"), at,
-                                 plural(static_cast<size_t>(count), "byte"))};
+  size_t done = 0;
+  while (done < size) {
+    const ssize_t count =
+        pread(file, static_cast<char *>(into) + done, size - done, at + static_cast<off_t>(done));
+    if (count < 0 && errno == EINTR)
+      continue;
+    if (count < 0)
+      throw unreadable{std::string("cannot be read: ") + strerror(errno), true};
+    if (count == 0)
+      throw unreadable{fmt::format("expected {} at byte {}, found {}", plural(size, "byte"), at,
+                                   plural(done, "byte"))};
+    done += static_cast<size_t>(count);
+  }
 }
 
 // Empty when the process has ended meanwhile.
@@ -69,9 +78,11 @@ std::optional<process_status> read_status(int directory, const char *name) {
   if (!file && errno == ELOOP)
     throw unreadable{"is a symbolic link, expected a file"};
   if (!file)
-    throw unreadable{std::string("cannot be opened: ") + strerror(errno)};
+    throw unreadable{std::string("cannot be opened: ") + strerror(errno), true};
   struct stat state {};
-  if (fstat(file.get(), &state) != 0 || !S_ISREG(state.st_mode))
+  if (fstat(file.get(), &state) != 0)
+    throw unreadable{std::string("cannot be looked at: ") + strerror(errno), true};
+  if (!S_ISREG(state.st_mode))
     throw unreadable{"expected a file, found something else"};
   if (state.st_uid != geteuid())
     throw unreadable{fmt::format("belongs to user {}, expected user {}", state.st_uid, geteuid())};
@@ -95,13 +106,17 @@ std::optional<process_status> read_status(int directory, const char *name) {
                                    static_cast<int>(MESH_HOST_SENDS),
                                    static_cast<int>(MESH_HOST_RECEIVES))};
   // Its process holds it locked.
-  found.is_alive = flock(file.get(), LOCK_SH | LOCK_NB) != 0;
+  int locked = 0;
+  do
+    locked = flock(file.get(), LOCK_SH | LOCK_NB);
+  while (locked != 0 && errno == EINTR);
+  found.is_alive = locked != 0;
   if (found.is_alive && errno != EWOULDBLOCK)
-    throw unreadable{std::string("cannot be locked: ") + strerror(errno)};
+    throw unreadable{std::string("cannot be locked: ") + strerror(errno), true};
   return found;
 }
 
-std::vector<process_status> read_directory(const std::string &path) {
+std::vector<process_status> read_directory(const std::string &path, ending &how) {
   const std::unique_ptr<DIR, int (*)(DIR *)> listing(opendir(path.c_str()), closedir);
   const auto fail = [&] {
     throw failure(ending::refused, "directory " + path + " cannot be read: " + strerror(errno));
@@ -124,6 +139,8 @@ std::vector<process_status> read_directory(const std::string &path) {
         processes.push_back(std::move(*found));
     } catch (const unreadable &problem) {
       complain(fmt::format("{}/{}: left out: {}", path, name, problem.why));
+      if (problem.is_missing)
+        how = ending::refused;
     }
   }
   std::sort(processes.begin(), processes.end(),
@@ -232,18 +249,19 @@ ending host_status(const host_status_options &options, output &out) {
       options.directory.empty() ? mesh_host::directory_of_environment() : options.directory;
   const bool clears = options.every_seconds > 0 && !options.as_json && isatty(STDOUT_FILENO) != 0;
   for (bool is_first = true;; is_first = false) {
+    ending how = ending::good;
     if (clears)
       out.write("\033[H\033[J");
     else if (!is_first && !options.as_json)
       out.write("\n");
     out.flush();
-    const std::vector<process_status> processes = read_directory(path);
+    const std::vector<process_status> processes = read_directory(path, how);
     out.write(options.as_json ? json_of(processes) : tables_of(processes));
     if (processes.empty() && !options.as_json)
       complain("no process of the host is in " + path);
     out.flush();
     if (options.every_seconds <= 0)
-      return ending::good;
+      return how;
     std::this_thread::sleep_for(std::chrono::duration<double>(options.every_seconds));
   }
 }

@@ -170,35 +170,54 @@ void server_folder::write(const char *name, std::string_view text) const {
 std::vector<std::string> server_folder::names() const {
   const std::unique_ptr<DIR, int (*)(DIR *)> listing(
       fdopendir(openat(folder_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)), closedir);
+  if (listing == nullptr)
+    fail(path_of(""), "cannot be listed");
   std::vector<std::string> found;
-  if (listing != nullptr)
-    while (const dirent *entry = readdir(listing.get()))
-      if (const std::string name = entry->d_name; name != "." && name != "..")
-        found.push_back(name);
+  for (;;) {
+    errno = 0;
+    const dirent *const entry = readdir(listing.get());
+    if (entry == nullptr && errno != 0)
+      fail(path_of(""), "cannot be listed");
+    if (entry == nullptr)
+      break;
+    if (const std::string name = entry->d_name; name != "." && name != "..")
+      found.push_back(name);
+  }
   std::sort(found.begin(), found.end());
   return found;
+}
+
+// What is gone already need not be removed, and a folder stays that holds something else.
+void server_folder::remove(const std::string &name, int how) const {
+  if (unlinkat(folder_.get(), name.c_str(), how) != 0 && errno != ENOENT && errno != ENOTEMPTY &&
+      errno != EEXIST)
+    fail(path_of(name.c_str()), "cannot be removed");
 }
 
 void server_folder::remove_old_logs() const {
   for (const std::string &name : names())
     if (name.starts_with(std::string(log_name) + "."))
-      (void)unlinkat(folder_.get(), name.c_str(), 0);
+      remove(name);
 }
 
 std::vector<std::string> server_folder::erase() {
   remove_old_logs();
   for (const char *name : {"server.conf", "mesh.conf", "password", "output", log_name})
-    (void)unlinkat(folder_.get(), name, 0);
+    remove(name);
   // The server's own folder in the store; links in it are removed, not followed.
   std::error_code error;
   std::filesystem::remove_all(path_of("store") + "/jetstream", error);
-  (void)unlinkat(folder_.get(), "store", AT_REMOVEDIR);
+  if (error)
+    throw failure(ending::refused,
+                  path_of("store") + "/jetstream cannot be removed: " + error.message());
+  remove("store", AT_REMOVEDIR);
   std::vector<std::string> left = names();
   left.erase(std::remove(left.begin(), left.end(), lock_name), left.end());
-  (void)unlinkat(folder_.get(), lock_name, 0);
+  remove(lock_name);
   lock_.close();
-  if (left.empty())
-    (void)unlinkat(outer_.get(), folder_name, AT_REMOVEDIR);
+  if (left.empty() && unlinkat(outer_.get(), folder_name, AT_REMOVEDIR) != 0 && errno != ENOENT &&
+      errno != ENOTEMPTY && errno != EEXIST) // somebody starts a server there
+    fail(path_of(""), "cannot be removed");
   return left;
 }
 

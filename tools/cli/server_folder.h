@@ -89,6 +89,7 @@ private:
 
   open_file open_lock() const;
   std::vector<std::string> names() const;
+  void remove(const std::string &name, int how = 0) const;
 
   std::string directory_;
   open_file outer_, folder_, lock_;

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -134,8 +135,12 @@ bool wants_colours(const std::string &when, int file) {
 
 void complain(std::string_view what) {
   progress::clear();
-  const std::string text = "mesh-fib6: " + printable(what) + "\n";
-  (void)fwrite(text.data(), 1, text.size(), stderr);
+  try {
+    const std::string text = "mesh-fib6: " + printable(what) + "\n";
+    (void)fwrite(text.data(), 1, text.size(), stderr);
+  } catch (const std::bad_alloc &) { // which is what is to be said, more often than not
+    (void)fputs("mesh-fib6: there is not enough memory\n", stderr);
+  }
 }
 
 } // namespace mesh_fib6::tools::cli
