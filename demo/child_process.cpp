@@ -124,9 +124,18 @@ void child_process::throw_if_gone() {
 }
 
 std::string child_process::wait_for_end() {
+  // Its channel may have failed while it lives and waits for us: then it is ended.
   int status = 0;
-  while (waitpid(process, &status, 0) < 0 && errno == EINTR)
-    continue;
+  const auto end = clock::now() + polite_wait;
+  for (pid_t ended = 0; ended != process;) {
+    ended = waitpid(process, &status, WNOHANG);
+    if (ended < 0 && errno != EINTR)
+      break;
+    if (ended == 0 && clock::now() >= end)
+      kill(process, SIGKILL);
+    if (ended == 0)
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
   process = -1;
   return end_text(status);
 }

@@ -7,8 +7,11 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <new>
 #include <string>
+#include <system_error>
 
 namespace demo {
 
@@ -22,8 +25,14 @@ public:
       throw failure("cannot make the directory " + path_ + ": " + error_text(errno));
   }
   ~temporary_directory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
+    std::error_code error;
+    try {
+      std::filesystem::remove_all(path_, error);
+    } catch (const std::bad_alloc &) { // in spite of the argument
+      error = std::make_error_code(std::errc::not_enough_memory);
+    }
+    if (error)
+      complain("%s is left behind: %s\n", path_.c_str(), strerror(error.value()));
   }
   temporary_directory(const temporary_directory &) = delete;
   temporary_directory &operator=(const temporary_directory &) = delete;

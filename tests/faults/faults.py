@@ -389,7 +389,7 @@ def fib6_demo(place):
              if not re.match(rb"sender: process|/|  (encode|decode|end to end|blocks leaked) ", line)]
     kept = {path.name: path.read_bytes() for path in sorted(keep.glob("*"))} if keep.exists() else {}
     left = [path.name for path in (place.folder / "tmp").iterdir()]
-    end.got = (lines, {name: text for name, text in kept.items() if "left" not in name}, left if end.status == 0 else [])
+    end.got = (lines, {name: text for name, text in kept.items() if "left" not in name}, left if not end.errors.strip() else [])
     return end
 
 
