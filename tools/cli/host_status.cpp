@@ -78,7 +78,8 @@ std::optional<process_status> read_status(int directory, const char *name) {
   if (!file && errno == ELOOP)
     throw unreadable{"is a symbolic link, expected a file"};
   if (!file)
-    throw unreadable{std::string("cannot be opened: ") + strerror(errno), true};
+    throw unreadable{std::string("cannot be opened: ") + strerror(errno),
+                     errno != ENXIO}; // a socket
   struct stat state {};
   if (fstat(file.get(), &state) != 0)
     throw unreadable{std::string("cannot be looked at: ") + strerror(errno), true};
