@@ -74,6 +74,10 @@ struct publishing {
     if (found != unanswered.end() && *found == first)
       unanswered.erase(found);
   }
+  // Whole or, without memory, not at all. With the lock held.
+  void keep_refused(uint64_t first, const uint8_t *packet, size_t size) {
+    refused.insert_or_assign(first, std::vector<uint8_t>(packet, packet + size));
+  }
   uint32_t destination = 0;
 };
 
@@ -116,7 +120,7 @@ void take_answer_to(publishing &self, natsMsg *answered, jsPubAck *stored, jsPub
       tell("destination %u: not stored yet: %s (%llu more not told)", self.destination, why,
            number(skipped));
     const auto *packet = reinterpret_cast<const uint8_t *>(natsMsg_GetData(answered));
-    self.refused[first].assign(packet, packet + natsMsg_GetDataLength(answered));
+    self.keep_refused(first, packet, static_cast<size_t>(natsMsg_GetDataLength(answered)));
     self.to_do.notify_all();
   }
 }
@@ -291,7 +295,7 @@ private:
       return;
     const std::lock_guard held(shared_.lock);
     shared_.hindered.insert(first);
-    shared_.refused[first].assign(packet, packet + size);
+    shared_.keep_refused(first, packet, size);
     shared_.to_do.notify_all();
   }
 
