@@ -27,6 +27,7 @@ enum mesh_host_result {
   MESH_HOST_SYSTEM = 0x4D480008     /* no memory, no descriptor, no server */
 };
 
+/* A process's attachment to a destination. */
 typedef struct mesh_host_receiver mesh_host_receiver;
 
 /* Called on the polling thread for each decoded record. `record` is storage of the host, zeroed
@@ -61,6 +62,8 @@ typedef struct mesh_host_gap {
   uint64_t sender;      /* a number that each sending process draws at random */
   uint64_t first, last; /* numbers of the messages that this receiver did not get */
 } mesh_host_gap;
+
+/* Told of a gap. */
 typedef void (*mesh_host_gap_handler)(void *context, const mesh_host_gap *gap);
 
 /* Names the function that is told of gaps; null for none. Before the first poll. */
@@ -70,9 +73,11 @@ void mesh_host_on_gap(mesh_host_receiver *receiver, mesh_host_gap_handler handle
  * zero elsewhere. `repeated` is 1 when the message was handed to a handler before (see
  * MESH_HOST_FAULT_DUPLICATE). */
 typedef struct mesh_host_origin {
-  uint64_t sender, number;
-  uint32_t repeated;
+  uint64_t sender, number; /* the sender's, and the message's among its messages */
+  uint32_t repeated;       /* 1 or 0 */
 } mesh_host_origin;
+
+/* Says where the message under way comes from. */
 void mesh_host_get_origin(const mesh_host_receiver *receiver, mesh_host_origin *into);
 
 /* Waits until every message this process has sent to `destination` was handled there. MESH_HOST_OK,
@@ -91,6 +96,8 @@ typedef struct mesh_host_progress {
   uint64_t losses;   /* how often messages were lost */
   uint64_t lost_first, lost_last; /* of the last loss: which numbers are not known to be handled */
 } mesh_host_progress;
+
+/* Says how far they are. */
 void mesh_host_get_progress(uint32_t destination, mesh_host_progress *into);
 
 /* Flushes all destinations, then calls the registered clean hooks in the order of registration.
@@ -101,14 +108,18 @@ uint32_t mesh_host_clean(int timeout_ms);
  * encoded messages, without the frames around them. */
 typedef struct mesh_host_counters {
   /* Of sending: messages. accepted = handled + lost + those under way. */
-  uint64_t accepted, handled, refused, lost;
-  uint64_t bytes_sent;
+  uint64_t accepted, handled, refused, lost; /* messages to be sent, by what became of them */
+  uint64_t bytes_sent;                       /* of accepted messages */
   uint64_t most_messages_under_way, most_bytes_under_way; /* at any moment, of any destination */
-  /* Of receiving: messages handed to a handler, those that came a second time and were dropped, and
-   * those that were refused. */
-  uint64_t delivered, redelivered, bytes_received, gaps;
-  uint64_t unknown_identifier, oversize, malformed;
+  /* Of receiving. */
+  uint64_t delivered;                               /* messages handed to a handler */
+  uint64_t redelivered;                             /* that came a second time and were dropped */
+  uint64_t bytes_received;                          /* of delivered messages */
+  uint64_t gaps;                                    /* in the numbers of a sender's messages */
+  uint64_t unknown_identifier, oversize, malformed; /* messages refused, by why */
 } mesh_host_counters;
+
+/* Says what they are now. */
 void mesh_host_get_counters(mesh_host_counters *into);
 
 /* A text for a mesh_host_result or any other result of a send operation, never null. */

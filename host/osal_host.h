@@ -14,13 +14,14 @@
 extern "C" {
 #endif
 
+/* What the stand-in has counted since its process began. */
 typedef struct osal_host_accounts {
   uint64_t allocations, releases;   /* calls that succeeded */
   uint64_t live_blocks, live_bytes; /* not yet released */
-  uint64_t peak_blocks, peak_bytes;
-  uint64_t failed_allocations; /* the heap had no memory */
+  uint64_t peak_blocks, peak_bytes; /* the most that was live at any moment */
+  uint64_t failed_allocations;      /* the heap had no memory */
   uint64_t wrong_releases; /* unknown address, released twice, or a module other than allocated */
-  uint64_t log_lines;
+  uint64_t log_lines;      /* written or held */
   uint64_t injected_failures; /* the environment asked for it: OSAL_HOST_FAIL_... */
   uint64_t overruns;          /* blocks written behind their end; only with OSAL_HOST_POISON */
 } osal_host_accounts;

@@ -42,9 +42,11 @@ typedef void (*mesh_free_hook)(void *record);
 /* Tells the mesh how to decode and release messages of one identifier. 0 is success. */
 uint32_t MESH_RegIDLFuncHook(uint32_t id, mesh_unpack_hook unpack, mesh_free_hook release);
 
+/* Cleans the send side of a module. */
+typedef void (*mesh_clean_hook)(void);
+
 /* Tells the mesh what to call when the send side of a module is to be cleaned. 0 is success. The
  * spelling is the platform's. */
-typedef void (*mesh_clean_hook)(void);
 uint32_t MESH_RegIDLResorceCleanFuncHook(mesh_clean_hook clean);
 
 #ifdef __cplusplus

@@ -21,22 +21,22 @@ extern "C" {
 typedef void osal_log_write_fn(const void *descriptor, uint32_t level, uint32_t category,
                                const char *text, uint32_t line, const char *function,
                                const char *format, ...);
-osal_log_write_fn VRX_OsalLogWrite;
+osal_log_write_fn VRX_OsalLogWrite; /* writes a line of the log */
 
 /* VRX_OsalMemAlloc and VRX_OsalMemCacheAlloc: `size` bytes for memory module `module`, tagged with
  * the caller's name; null on failure. */
 typedef void *osal_alloc_fn(uint32_t size, uint32_t module, const char *caller);
-osal_alloc_fn VRX_OsalMemAlloc;
-osal_alloc_fn VRX_OsalMemCacheAlloc;
+osal_alloc_fn VRX_OsalMemAlloc;      /* a block to send from */
+osal_alloc_fn VRX_OsalMemCacheAlloc; /* a block of a decoded record */
 
 /* VRX_OsalMemFree: gives back a block of either allocator. */
 typedef void osal_free_fn(void *block, uint32_t module, const char *caller);
-osal_free_fn VRX_OsalMemFree;
+osal_free_fn VRX_OsalMemFree; /* gives a block back */
 
 /* VRX_OsalMemUseFlagGet: 1 when memory module `module` is to take decoded records from the cache
  * allocator. */
 typedef uint32_t osal_use_flag_get_fn(uint32_t module);
-osal_use_flag_get_fn VRX_OsalMemUseFlagGet;
+osal_use_flag_get_fn VRX_OsalMemUseFlagGet; /* whose allocator is asked */
 
 #ifdef __cplusplus
 }

@@ -64,6 +64,8 @@ template <class T, class = void>
 struct is_message : std::false_type {};
 template <class T>
 struct is_message<T, std::void_t<decltype(message_traits<T>::id)>> : std::true_type {};
+
+// Likewise, as a value.
 template <class T>
 inline constexpr bool is_message_v = is_message<T>::value;
 
@@ -71,17 +73,22 @@ inline constexpr bool is_message_v = is_message<T>::value;
 template <class T>
 class element_span {
 public:
-  using value_type = std::remove_cv_t<T>;
-  using iterator = T *;
+  using value_type = std::remove_cv_t<T>; // an element
+  using iterator = T *;                   // points to one
 
+  // None.
   constexpr element_span() noexcept = default;
+
+  // `count` of them from the first on.
   constexpr element_span(T *first, std::size_t count) noexcept : first_(first), count_(count) {}
 
-  constexpr T *begin() const noexcept { return first_; }
-  constexpr T *end() const noexcept { return first_ + count_; }
-  constexpr T *data() const noexcept { return first_; }
-  constexpr std::size_t size() const noexcept { return count_; }
-  constexpr bool empty() const noexcept { return count_ == 0; }
+  constexpr T *begin() const noexcept { return first_; }         // the first
+  constexpr T *end() const noexcept { return first_ + count_; }  // behind the last
+  constexpr T *data() const noexcept { return first_; }          // where they lie
+  constexpr std::size_t size() const noexcept { return count_; } // how many there are
+  constexpr bool empty() const noexcept { return count_ == 0; }  // whether there are none
+
+  // One of them; i is less than size().
   constexpr T &operator[](std::size_t i) const noexcept { return first_[i]; }
 
 private:
@@ -107,6 +114,7 @@ class decoded {
   static_assert(is_message_v<M>, "not the record of a message type");
 
 public:
+  // A record of zeros.
   decoded() noexcept { clear(); }
 
   // Decodes untrusted bytes. They are not needed afterwards.
@@ -117,7 +125,10 @@ public:
     message_traits<M>::unpack(static_cast<const std::uint8_t *>(bytes), length, &record_);
   }
 
+  // Takes over what another holds, which then holds zeros.
   decoded(decoded &&other) noexcept : record_(other.record_) { other.clear(); }
+
+  // Likewise, after giving back what was held.
   decoded &operator=(decoded &&other) noexcept {
     if (this != &other) {
       message_traits<M>::free_unpacked(&record_);
@@ -126,11 +137,14 @@ public:
     }
     return *this;
   }
+
+  // Gives back what is held.
   ~decoded() { message_traits<M>::free_unpacked(&record_); }
 
+  // The record, as a pointer gives it or by name.
   const M &operator*() const noexcept { return record_; }
-  const M *operator->() const noexcept { return &record_; }
-  const M &record() const noexcept { return record_; }
+  const M *operator->() const noexcept { return &record_; } // of the record
+  const M &record() const noexcept { return record_; }      // by name
 
   // The record with its blocks, which M_free__unpacked gives back: the caller's from now on.
   [[nodiscard]] M release() noexcept {

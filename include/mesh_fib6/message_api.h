@@ -7,6 +7,7 @@
 
 #include <stdint.h>
 
+/* What the library exports. */
 #if defined(__GNUC__)
 #define MESH_FIB6_API __attribute__((visibility("default")))
 #else
@@ -78,19 +79,20 @@
  *         retry_later();
  *
  * uint32_t M__sendbatch(uint32_t destination, const M *records, uint32_t count, uint64_t target)
- *   Does so for `count` consecutive records in one mesh call with one allocation. All or nothing:
- *   0xFFFFFFFF means nothing was sent. Records with pointers must encode to at most 65,536 bytes
- *   together.
+ *   Sends `count` consecutive records as M__sendsingle sends one, in one mesh call with one
+ *   allocation. All or nothing: 0xFFFFFFFF means nothing was sent. Records with pointers must
+ *   encode to at most 65,536 bytes together.
  *       M batch[100];
  *       fill(batch, 100);
  *       result = M__sendbatch(destination, batch, 100, 0);
  *
  * uint32_t M__sendmsg(uint32_t destination, const M *records, uint32_t count)
- *   0xFFFFFFFF for count 0, a single send for 1, a batch otherwise; no target.
+ *   Sends `count` consecutive records without a target: 0xFFFFFFFF for count 0, a single send
+ *   for 1, a batch otherwise.
  *       result = M__sendmsg(destination, &record, 1);
  *
  * uint32_t M__sendtomsg(uint32_t destination, const M *records, uint32_t count, uint64_t target)
- *   Does so with a target.
+ *   Does what M__sendmsg does, with a target.
  *       result = M__sendtomsg(destination, records, count, session);
  */
 #define MESH_FIB6_MESSAGE(M)                                                                       \

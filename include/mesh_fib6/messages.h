@@ -34,13 +34,20 @@ typedef struct mesh_fib6_message {
   const char *module;   /* whose <module>_recv_init registers it */
   uint32_t record_size; /* sizeof(M) */
   uint32_t image_size;  /* bytes that M__send* sends for a record without pointers; otherwise 0 */
+  /* M__pack */
   uint32_t (*pack)(const void *record, uint8_t *buffer, uint32_t *length);
+  /* M__unpack */
   uint32_t (*unpack)(const uint8_t *buffer, uint32_t length, void *record);
+  /* M_free__unpacked */
   void (*free_unpacked)(void *record);
+  /* M__sendsingle */
   uint32_t (*sendsingle)(uint32_t destination, const void *record, uint32_t ignored,
                          uint64_t target);
+  /* M__sendbatch */
   uint32_t (*sendbatch)(uint32_t destination, const void *records, uint32_t count, uint64_t target);
+  /* M__sendmsg */
   uint32_t (*sendmsg)(uint32_t destination, const void *records, uint32_t count);
+  /* M__sendtomsg */
   uint32_t (*sendtomsg)(uint32_t destination, const void *records, uint32_t count, uint64_t target);
 } mesh_fib6_message;
 
