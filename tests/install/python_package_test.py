@@ -117,7 +117,7 @@ class PythonPackage(Installation):
         tree = self.install_with_host("tree")
         readme = (tree.prefix / SETTINGS["doc"] / "python" / "README.md").read_text(encoding="utf-8")
         script = readme.split("```python\n")[1].split("```")[0]
-        printed = readme.split("```text\n")[1].split("```")[0]
+        printed = readme.split("```text said\n")[1].split("```")[0]
         self.assertEqual(self.script(tree, script).stdout, printed)
 
     def test_GoesWithWhatPythonHasCompiledOfIt(self):
