@@ -2,8 +2,10 @@
 #
 # Room: documents.
 import os
+import pathlib
 
 from pygments.lexers.special import TextLexer
+from sphinx.errors import ExtensionError
 
 project = "mesh_fib6"
 copyright = ""
@@ -36,11 +38,47 @@ html_last_updated_fmt = None
 html_theme_options = {
     # Colours that stand out by 4.5 at least, on either ground.
     "light_css_variables": {"color-brand-primary": "#0b57a4", "color-brand-content": "#0b57a4"},
-    "dark_css_variables": {"color-brand-primary": "#8ab8f0", "color-brand-content": "#8ab8f0"},
+    # Debian 12's package of the theme has lost those of the dark ground when its styles were compiled.
+    "dark_css_variables": {
+        "color-brand-primary": "#8ab8f0",
+        "color-brand-content": "#8ab8f0",
+        "color-problematic": "#f47067",
+        "color-foreground-primary": "#d6d8da",
+        "color-foreground-secondary": "#a8acb1",
+        "color-foreground-muted": "#9a9fa5",
+        "color-foreground-border": "#666666",
+        "color-background-primary": "#131416",
+        "color-background-secondary": "#1a1c1e",
+        "color-background-hover": "#1e2124",
+        "color-background-hover--transparent": "#1e212400",
+        "color-background-border": "#303335",
+        "color-background-item": "#444444",
+        "color-highlight-on-target": "#333300",
+        "color-highlighted-background": "#083563",
+    },
 }
 pygments_style = "friendly"
 pygments_dark_style = "monokai"
 
 
+def complete_theme(app, error):
+    """Mends what Debian 12's package of the theme leaves to a web server: styles are where that would have them, and
+    the script is a module, which a browser does not take from a file."""
+    if error:
+        return
+    static = pathlib.Path(app.outdir, "_static")
+    styles, script, part = static / "styles/furo.css", static / "scripts/furo.js", static / "scripts/gumshoe-patched.js"
+    normal = "/javascript/normalize.css/normalize.css"
+    for path, wrong, right in (
+            (styles, f"@import url({normal});", pathlib.Path("/usr/share" + normal).read_text(encoding="utf-8")),
+            (script, 'import Gumshoe from "./gumshoe-patched.js";', part.read_text(encoding="utf-8"))):
+        text = path.read_text(encoding="utf-8")
+        if wrong not in text:
+            raise ExtensionError(f"{path.name}: expected '{wrong}': the theme is not the one of Debian 12")
+        path.write_text(text.replace(wrong, right), encoding="utf-8")
+    part.unlink()
+
+
 def setup(app):
     app.add_lexer("golden", TextLexer)
+    app.connect("build-finished", complete_theme)

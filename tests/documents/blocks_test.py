@@ -106,7 +106,8 @@ def help_of(*command):
 @functools.cache
 def manual_of(tool):
     """What it says of its options, those of its modes too, of which it tells when they are given nothing."""
-    return help_of(tool) + "".join(run(tool, mode).stderr for mode in ("--build", "--install"))
+    modes = ("--build", "--install") if tool == SETTINGS["cmake"] else ()
+    return help_of(tool) + "".join(run(tool, mode).stderr for mode in modes)
 
 
 @functools.cache

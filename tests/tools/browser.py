@@ -1,6 +1,6 @@
 """What tests of pages share: a browser without a window, what it can be asked, and what can be done in it.
 
-Room: tests. Whoever imports it is called with SETTINGS_JSON as first argument.
+Room: tests. Whoever imports it is called with SETTINGS_JSON as first argument, or without when it asks no tool.
 """
 
 import json
@@ -15,8 +15,8 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.keys import Keys
 
-SETTINGS = json.loads(pathlib.Path(sys.argv[1]).read_text(encoding="utf-8"))
-TOOL = [*SETTINGS["emulator"], SETTINGS["tool"]]
+SETTINGS = json.loads(pathlib.Path(sys.argv[1]).read_text(encoding="utf-8")) if sys.argv[1].endswith(".json") else {}
+TOOL = [*SETTINGS.get("emulator", []), SETTINGS.get("tool")]
 
 # What every script that a test runs in a page may use.
 HELPERS = """
