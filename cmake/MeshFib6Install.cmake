@@ -62,7 +62,8 @@ function(install_folder component folder destination)
   list(TRANSFORM ARGN PREPEND "PATTERN;" OUTPUT_VARIABLE patterns)
   install(DIRECTORY ${folder} DESTINATION ${destination} COMPONENT ${component_prefix}${component}
     FILES_MATCHING ${patterns}
-    PATTERN __pycache__ EXCLUDE) # what Python leaves beside its sources; an empty folder otherwise
+    PATTERN __pycache__ EXCLUDE # what Python leaves beside its sources; an empty folder otherwise
+    PATTERN docs/site EXCLUDE)
 endfunction()
 
 # install_targets_file(COMPONENT EXPORT): the imported targets, for mesh_fib6Config.cmake.

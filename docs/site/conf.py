@@ -57,8 +57,8 @@ html_theme_options = {
         "color-highlighted-background": "#083563",
     },
 }
-pygments_style = "friendly"
-pygments_dark_style = "monokai"
+pygments_style = "default"
+pygments_dark_style = "github-dark"
 
 
 def complete_theme(app, error):
