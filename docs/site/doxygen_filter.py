@@ -73,6 +73,8 @@ def marked(mark, comment):
 
 
 def filtered(text, api):
+    # What follows of the operations has a page of its own.
+    text = re.sub(r"(/\* Declares the operations of message type M\.[^*]*?at any time\.)(?:(?!\*/).|\n)*", r"\1 ", text)
     # A macro that is taken back is a means of the header's.
     for macro in re.findall(r"^#undef (\w+)", text, re.M):
         text = re.sub(rf"^#define {macro}\b(?:.*\\\n)*.*\n", "", text, flags=re.M)
