@@ -38,8 +38,9 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   endif()
   set(branch_protection -fcf-protection=full)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+  set(branch_protection -mbranch-protection=standard)
   # Atomic instructions where they stand: calls of them would need libgcc.
-  set(branch_protection -mbranch-protection=standard -mno-outline-atomics)
+  set(atomics -mno-outline-atomics)
 else()
   set(branch_protection "")
 endif()
@@ -49,13 +50,25 @@ if(NOT MESH_FIB6_SHUFFLES)
   add_compile_definitions(MESH_FIB6_PLAIN_CODEC)
 endif()
 
-# Inside the library: no exceptions, no RTTI, nothing exported by accident, hardened.
+# What ships, library, tool, tap and stand-ins: docs/security.md has the list, which scripts/check-hardening
+# compares with what was built. Not every compiler has stack probes for every processor.
+include(CheckCXXCompilerFlag)
+set(CMAKE_REQUIRED_FLAGS -Werror)
+check_cxx_compiler_flag(-fstack-clash-protection MESH_FIB6_PROBES_STACK)
+unset(CMAKE_REQUIRED_FLAGS)
+add_library(mesh_fib6_hardened INTERFACE)
+target_compile_options(mesh_fib6_hardened INTERFACE
+  -fstack-protector-strong ${branch_protection}
+  $<$<BOOL:${MESH_FIB6_PROBES_STACK}>:-fstack-clash-protection>)
+
+# Inside the library: no exceptions, no RTTI, nothing exported by accident.
 add_library(mesh_fib6_inside INTERFACE)
+target_link_libraries(mesh_fib6_inside INTERFACE mesh_fib6_hardened)
 target_compile_options(mesh_fib6_inside INTERFACE
   -fno-exceptions -fno-rtti -fvisibility=hidden -fvisibility-inlines-hidden
   # Nothing is thrown, so nothing needs unwind tables (both flags: aarch64 has them on by default).
   -fno-asynchronous-unwind-tables -fno-unwind-tables -ffunction-sections -fdata-sections
-  -fstack-protector-strong ${branch_protection}
+  ${atomics}
   # Function-local statics would call the C++ runtime's guards.
   -fno-threadsafe-statics)
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
@@ -82,7 +95,7 @@ foreach(type IN LISTS MESH_FIB6_BUILD_TYPES)
   endif()
   list(APPEND MESH_FIB6_FORTIFIED_TYPES ${type})
   # Some compilers define it by themselves.
-  target_compile_options(mesh_fib6_inside INTERFACE
+  target_compile_options(mesh_fib6_hardened INTERFACE
     $<$<CONFIG:${type}>:-U_FORTIFY_SOURCE> $<$<CONFIG:${type}>:-D_FORTIFY_SOURCE=2>)
 endforeach()
 
