@@ -107,7 +107,7 @@ install_component(development
   DESTINATION ${package_dir})
 
 install_folder(schemas schemas ${data_dir} *.fbs)
-install_component(documentation FILES README.md DESTINATION ${doc_dir})
+install_component(documentation FILES README.md CHANGELOG.md DESTINATION ${doc_dir})
 install_folder(documentation docs ${doc_dir} *.md *.svg *.png *.html)
 # To be built where they lie, or copied.
 install_folder(examples examples ${doc_dir} *.c *.cpp *.py *.md CMakeLists.txt)
