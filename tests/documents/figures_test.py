@@ -116,7 +116,9 @@ class Figures(unittest.TestCase):
                       "| text of the library, vax, bytes | not measured | 7 | |\n", text)
 
     def test_InAFileThatIsNoneAreRefusedByName(self):
-        for text, told in (("no JSON", "expected JSON"), ('{"speed of light": {}}', "parts that nobody knows: speed of light")):
+        for text, told in (("no JSON", "expected JSON"), ('{"speed of light": {}}', "parts that nobody knows: speed of light"),
+                           ("[]", "expected the parts"), ('{"size": 3}', "expected commit, date and figures"),
+                           ('{"size": {"commit": "", "date": "", "figures": {"a": "1"}}}', "which are numbers")):
             with self.subTest(told=told):
                 self.newest.write_text(text, encoding="utf-8")
                 done = self.run_script("--check")
