@@ -41,6 +41,8 @@ circumstances circumstances_of(uint8_t byte) {
 
 } // namespace
 
+const material made_of = material::message;
+
 const char *execute(const uint8_t *data, size_t size) {
   if (size < header_size)
     return nullptr;

@@ -29,6 +29,13 @@ constexpr const char *formats[] = {
 };
 
 reference::decoder reader;
+outcome last;
+
+depth depth_of(ending ending) {
+  return ending == ending::refused  ? depth::refused
+         : ending == ending::failed ? depth::failed
+                                    : depth::decoded;
+}
 
 class checked_decoding {
 public:
@@ -39,6 +46,7 @@ public:
   void run(record_visitor *visitor) {
     prepare();
     unpack();
+    last = {&message_, depth::parameters, 0, 0, 0, 0};
     if (around_.misuse != misuse::none || length_ < 4)
       return check_refused_parameters();
     const expectation &expected =
@@ -50,6 +58,12 @@ public:
     if (expected.ending == ending::decoded && visitor != nullptr)
       visitor->visit(message_.storage);
     check_release(expected);
+    last = {&message_,
+            depth_of(expected.ending),
+            static_cast<uint32_t>(expected.line),
+            expected.line == line::none ? 0 : expected.line_first,
+            expected.line == line::none ? 0 : expected.line_second,
+            expected.request_count};
   }
 
 private:
@@ -234,6 +248,10 @@ private:
 void check_decode(const message &message, const uint8_t *bytes, uint32_t length,
                   const circumstances &around, record_visitor *visitor) {
   checked_decoding(message, bytes, length, around).run(visitor);
+}
+
+const outcome &last_outcome() {
+  return last;
 }
 
 } // namespace fuzz

@@ -31,4 +31,19 @@ protected:
 void check_decode(const message &message, const uint8_t *bytes, uint32_t length,
                   const circumstances &around, record_visitor *visitor = nullptr);
 
+// How deep the last decoding went.
+enum class depth : uint8_t {
+  parameters, // refused before a byte was read; no second decoder is needed to know the answer
+  refused,    // its header; the record is untouched
+  failed,     // behind it
+  decoded,
+};
+struct outcome {
+  const fuzz::message *message;
+  fuzz::depth depth;
+  uint32_t line, first, second; // what was logged: reference::line, and its numbers
+  uint32_t requests;            // for memory
+};
+const outcome &last_outcome();
+
 } // namespace fuzz

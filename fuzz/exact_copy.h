@@ -27,43 +27,42 @@ inline constexpr bool heap_is_watched = false;
 #endif
 #undef MESH_FIB6_FUZZ_WATCHED_HEAP
 
-// Memory that ends where an inaccessible page begins, for builds without the sanitizer.
-class page_end {
+// Memory between two inaccessible pages, for builds without the sanitizer.
+class guarded_area {
 public:
   static constexpr size_t capacity = size_t{1} << 18;
 
-  // The last `size` bytes; null when there are not as many.
-  static uint8_t *last(size_t size) { return size > capacity ? nullptr : end() - size; }
-
-private:
-  static uint8_t *end() {
-    static uint8_t *const mapped = map();
-    return mapped;
-  }
-  static uint8_t *map() {
+  guarded_area() {
     const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    void *const area =
-        mmap(nullptr, capacity + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void *const area = mmap(nullptr, page + capacity + page, PROT_NONE,
+                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (area == MAP_FAILED)
       abort();
-    uint8_t *const behind = static_cast<uint8_t *>(area) + capacity;
-    if (mprotect(behind, page, PROT_NONE) != 0)
+    first_ = static_cast<uint8_t *>(area) + page;
+    if (mprotect(first_, capacity, PROT_READ | PROT_WRITE) != 0)
       abort();
-    return behind;
   }
+  guarded_area(const guarded_area &) = delete;
+  guarded_area &operator=(const guarded_area &) = delete;
+
+  uint8_t *first() const { return first_; }
+  uint8_t *last(size_t size) const { return first_ + capacity - size; }
+
+private:
+  uint8_t *first_; // for ever, as the process lives
 };
 
 // A copy at an even address with nothing behind it, or at an odd one (one unused byte in front).
-// Blocks of the heap; without the sanitizer, those at even addresses lie before an inaccessible
-// page instead, even or not.
+// Blocks of the heap; without the sanitizer, those at even addresses end at an inaccessible page
+// instead, even or not, and those at odd ones begin, behind the unused byte, at one.
 class exact_copy {
 public:
   exact_copy(const uint8_t *bytes, uint32_t size, bool odd_address) {
-    uint8_t *const guarded = heap_is_watched || odd_address ? nullptr : page_end::last(size);
     const uint32_t unused = odd_address ? 1 : 0;
-    if (guarded == nullptr)
-      block_ = static_cast<uint8_t *>(malloc(size_t{size} + unused));
-    bytes_ = guarded != nullptr ? guarded : block_ + unused;
+    if (heap_is_watched || size_t{size} + unused > guarded_area::capacity)
+      bytes_ = (block_ = static_cast<uint8_t *>(malloc(size_t{size} + unused))) + unused;
+    else
+      bytes_ = odd_address ? area().first() + unused : area().last(size);
     if (size != 0)
       memcpy(bytes_, bytes, size);
   }
@@ -74,6 +73,12 @@ public:
   const uint8_t *bytes() const { return bytes_; }
 
 private:
+  // One for all: there is one copy at a time.
+  static const guarded_area &area() {
+    static const guarded_area one;
+    return one;
+  }
+
   uint8_t *block_ = nullptr;
   uint8_t *bytes_;
 };

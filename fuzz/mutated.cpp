@@ -142,6 +142,8 @@ uint8_t spoiled_message::bytes_[max_message];
 
 } // namespace
 
+const material made_of = material::choices;
+
 const char *execute(const uint8_t *data, size_t size) {
   if (size < head_size)
     return nullptr;

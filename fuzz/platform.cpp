@@ -18,11 +18,14 @@ accounts now;
 
 namespace {
 
-// The address sanitizer watches the bytes around a block. Without it, bytes behind the block do.
+// The address sanitizer watches the bytes around a block. Without it, a decoded block ends at an
+// inaccessible page; those that are sent, which have pointers in front of bytes, have to begin
+// where pointers may lie, so they and what is too large for the pages are watched by bytes behind
+// them.
 constexpr size_t guard_size = heap_is_watched ? 0 : 16;
 constexpr uint8_t guard_byte = 0x5C;
 constexpr uint8_t fresh_byte = 0xA5;      // a byte that nobody wrote must show
-constexpr uint32_t poisoned_bytes = 1024; // of a fresh block; more would only cost time
+constexpr uint32_t poisoned_bytes = 1024; // of a block; more would only cost time
 
 void set_guard(void *block, size_t size) {
   memset(static_cast<uint8_t *>(block) + size, guard_byte, guard_size);
@@ -36,6 +39,20 @@ bool guard_is_intact(const void *block, size_t size) {
   return true;
 }
 
+void poison(const block &entry) {
+  memset(entry.address, fresh_byte, entry.size < poisoned_bytes ? entry.size : poisoned_bytes);
+}
+
+// One for each block of an execution, so that no block is where another one of it was.
+uint8_t *guarded_block(uint32_t number, uint32_t size) {
+  static const guarded_area areas[max_blocks];
+  return areas[number].last(size);
+}
+
+bool is_guarded(const block &entry) {
+  return !heap_is_watched && entry.from_cache && entry.size <= guarded_area::capacity;
+}
+
 void *allocate(uint32_t size, uint32_t module, const char *tag, bool from_cache) {
   if (now.block_count == max_blocks) {
     found("more than %u requests for memory in one execution", max_blocks);
@@ -45,12 +62,14 @@ void *allocate(uint32_t size, uint32_t module, const char *tag, bool from_cache)
   entry = {nullptr, size, module, from_cache, false, 0, tag, nullptr};
   if (now.block_count == now.refused_request || size > largest_block)
     return nullptr;
-  entry.address = malloc(size + guard_size);
+  const bool guarded = is_guarded(entry);
+  entry.address = guarded ? guarded_block(now.block_count - 1, size) : malloc(size + guard_size);
   if (entry.address == nullptr)
     return nullptr;
   entry.live = true;
-  memset(entry.address, fresh_byte, size < poisoned_bytes ? size : poisoned_bytes);
-  set_guard(entry.address, size);
+  poison(entry);
+  if (!guarded)
+    set_guard(entry.address, size);
   return entry.address;
 }
 
@@ -63,6 +82,10 @@ void release(void *address, uint32_t module, const char *tag) {
     entry.live = false;
     entry.release_module = module;
     entry.release_tag = tag;
+    if (is_guarded(entry)) {
+      poison(entry); // it stays where it can be read
+      return;
+    }
     if (!guard_is_intact(address, entry.size))
       found("somebody wrote behind the %u bytes of %s", entry.size, entry.tag);
     free(address);
