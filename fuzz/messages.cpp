@@ -60,9 +60,12 @@ const message &message_of(const uint8_t *input) {
   for (uint32_t i = 0; i < identifier_size; i++)
     identifier |= uint32_t{input[i]} << (8 * i);
   const message *nearest = first_message;
-  for (const message &each : all_messages())
+  for (const message &each : all_messages()) {
+    if (each.id == identifier)
+      return each;
     if ((each.id ^ identifier) < (nearest->id ^ identifier))
       nearest = &each;
+  }
   return *nearest;
 }
 
