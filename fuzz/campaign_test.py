@@ -100,9 +100,10 @@ class Campaigns(unittest.TestCase):
 
     def test_WrongUsageIsToldFromAFinding(self):
         (self.work / "empty").mkdir()
-        for arguments, said in (((), "no input"), (("--runs",), "usage: "), (("--runs", "some", "x"), "whole number, not 'some'"),
-                                (("--no-such", "1"), "usage: "), ((self.work / "nothing",), "expected a file or a folder"),
-                                ((self.work / "empty",), "no input")):
+        for arguments, said in (
+                ((), "no input"), (("--runs",), "usage: "), (("--no-such", "1"), "usage: "),
+                (("--runs", "some", "x"), "whole number, not 'some'"),
+                ((self.work / "nothing",), "expected a file or a folder"), ((self.work / "empty",), "no input")):
             with self.subTest(arguments):
                 done = self.start("decode", *arguments)
                 self.assertEqual((done.returncode, done.stdout), (2, ""))

@@ -194,7 +194,8 @@ class Scripts(unittest.TestCase):
         self.assertEqual(list(self.work.rglob("*.fbs")) + list(self.work.rglob("exports.txt")), [])
 
     def test_StagesAndStepsThatDoNotExistAreRefusedWithThoseThatDo(self):
-        for script, known in (("test", "aarch64"), ("try-fresh", "demo-user"), ("fuzz", "round_trip")):
+        for script, known in (("test", "aarch64"), ("try-fresh", "demo-user"), ("fuzz", "round_trip"),
+                              ("campaign", "mutated")):
             option = ["--only"] if script == "try-fresh" else []
             done = self.run_script(self.script("scripts") / script, *option, "no-such-stage")
             self.check_wrong(done, script)
@@ -202,7 +203,9 @@ class Scripts(unittest.TestCase):
 
     def test_ArgumentsThatExcludeEachOtherAreRefused(self):
         for script, *arguments in (("test", "--all", "release"), ("test", "--list", "--all"),
-                                   ("fuzz", "--runs", "1", "--seconds", "1"), ("try-fresh", "--root"),
+                                   ("fuzz", "--runs", "1", "--seconds", "1"), ("fuzz", "--memory", "--keep"),
+                                   ("campaign", "--runs", "0"), ("campaign", "--architecture", "mips"),
+                                   ("campaign", "--jobs"), ("try-fresh", "--root"),
                                    ("try-fresh", "--mirror", "nonsense"),
                                    ("coverage", "--no-build", "--build-only"),
                                    ("package", "--arch", "mips"), ("package", "--output"),
@@ -273,7 +276,7 @@ class Scripts(unittest.TestCase):
         for name in ("scripts/install-deps", "scripts/test", "scripts/fuzz", "scripts/valgrind",
                      "scripts/demo", "scripts/try-fresh", "scripts/try-routing-daemon",
                      "scripts/coverage", "scripts/mcdc", "scripts/check-abi", "scripts/bench", "scripts/host-load",
-                     "scripts/mutate", "scripts/count-tests", ".ci/run"):
+                     "scripts/mutate", "scripts/count-tests", "scripts/campaign", ".ci/run"):
             link = elsewhere / name.split("/")[1]
             link.symlink_to(tree / name)
             for cwd, command in ((elsewhere, f"./{link.name}"), (tree / "scripts", f"../{name}")):
