@@ -27,6 +27,20 @@ inline constexpr bool heap_is_watched = false;
 #endif
 #undef MESH_FIB6_FUZZ_WATCHED_HEAP
 
+// Whether the memory sanitizer watches what was written of a block; of mapped memory it takes all
+// for written.
+#if defined(__has_feature)
+#if __has_feature(memory_sanitizer)
+#define MESH_FIB6_FUZZ_WATCHED_WRITES 1
+#endif
+#endif
+#ifdef MESH_FIB6_FUZZ_WATCHED_WRITES
+inline constexpr bool writes_are_watched = true;
+#else
+inline constexpr bool writes_are_watched = false;
+#endif
+#undef MESH_FIB6_FUZZ_WATCHED_WRITES
+
 // Memory between two inaccessible pages, for builds without the sanitizer.
 class guarded_area {
 public:

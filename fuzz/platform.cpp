@@ -25,7 +25,7 @@ namespace {
 constexpr size_t guard_size = heap_is_watched ? 0 : 16;
 constexpr uint8_t guard_byte = 0x5C;
 constexpr uint8_t fresh_byte = 0xA5;      // a byte that nobody wrote must show
-constexpr uint32_t poisoned_bytes = 1024; // of a block; more would only cost time
+constexpr uint32_t poisoned_bytes = 1024; // of a block of the heap; more would only cost time
 
 void set_guard(void *block, size_t size) {
   memset(static_cast<uint8_t *>(block) + size, guard_byte, guard_size);
@@ -39,10 +39,6 @@ bool guard_is_intact(const void *block, size_t size) {
   return true;
 }
 
-void poison(const block &entry) {
-  memset(entry.address, fresh_byte, entry.size < poisoned_bytes ? entry.size : poisoned_bytes);
-}
-
 // One for each block of an execution, so that no block is where another one of it was.
 uint8_t *guarded_block(uint32_t number, uint32_t size) {
   static const guarded_area areas[max_blocks];
@@ -50,7 +46,14 @@ uint8_t *guarded_block(uint32_t number, uint32_t size) {
 }
 
 bool is_guarded(const block &entry) {
-  return !heap_is_watched && entry.from_cache && entry.size <= guarded_area::capacity;
+  return !heap_is_watched && !writes_are_watched && entry.from_cache &&
+         entry.size <= guarded_area::capacity;
+}
+
+// A guarded block all of it: what is in it must not follow from executions before.
+void poison(const block &entry) {
+  const bool all = is_guarded(entry) || entry.size < poisoned_bytes;
+  memset(entry.address, fresh_byte, all ? entry.size : poisoned_bytes);
 }
 
 void *allocate(uint32_t size, uint32_t module, const char *tag, bool from_cache) {
