@@ -42,6 +42,11 @@ constexpr uint32_t longest = 1024;
 constexpr uint32_t head = fuzz::identifier_size + 1;
 constexpr int patience = 10; // seconds without an execution
 
+// Shorter ones are not executed.
+uint32_t shortest() {
+  return fuzz::made_of == fuzz::material::choices ? head + 4 : head;
+}
+
 using input = std::vector<uint8_t>;
 
 struct settings {
@@ -125,8 +130,9 @@ void change_bytes(chance &chance, const std::vector<input> &known) {
   const uint32_t what = chance.below(16);
   if (what < 8)
     return change_word(chance);
-  if (what == 8 && size > head) { // the end is missing
-    size -= chance.below(chance.one_in(2) ? size - head + 1 : std::min(size - head, 8U) + 1);
+  if (what == 8 && size > shortest()) { // the end is missing
+    const uint32_t most = size - shortest();
+    size -= chance.below((chance.one_in(2) ? most : std::min(most, 8U)) + 1);
     return;
   }
   if (what == 9) { // something follows
@@ -255,6 +261,8 @@ struct counts {
 class account {
 public:
   void add(const fuzz::outcome &outcome) {
+    if (outcome.message == nullptr)
+      return; // nothing was decoded, so nothing is counted
     by_message_[outcome.message - fuzz::all_messages().data()]
         .of[static_cast<int>(outcome.depth)]++;
     for (const uint64_t part :
@@ -309,7 +317,7 @@ int run(const std::vector<input> &known) {
       tell(wrong);
       finding = true;
     }
-    done.add(fuzz::last_outcome());
+    done.add(fuzz::take_outcome());
   }
   const double took = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
   done.print(took, finding);
@@ -325,7 +333,7 @@ bool read_input(const fs::path &path, std::vector<input> &known) {
     fprintf(stderr, "campaign: %s: cannot be read\n", path.c_str());
     return false;
   }
-  if (content.size() >= head && content.size() <= longest)
+  if (content.size() >= shortest() && content.size() <= longest)
     known.push_back(std::move(content));
   return true;
 }

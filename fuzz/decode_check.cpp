@@ -250,8 +250,10 @@ void check_decode(const message &message, const uint8_t *bytes, uint32_t length,
   checked_decoding(message, bytes, length, around).run(visitor);
 }
 
-const outcome &last_outcome() {
-  return last;
+outcome take_outcome() {
+  const outcome taken = last;
+  last.message = nullptr;
+  return taken;
 }
 
 } // namespace fuzz

@@ -44,6 +44,7 @@ struct outcome {
   uint32_t line, first, second; // what was logged: reference::line, and its numbers
   uint32_t requests;            // for memory
 };
-const outcome &last_outcome();
+// That of the decoding since the last call; without a message when there was none.
+outcome take_outcome();
 
 } // namespace fuzz
