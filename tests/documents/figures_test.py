@@ -91,11 +91,16 @@ class Figures(unittest.TestCase):
     def test_OfACampaignAreTakenByTargetAndArchitecture(self):
         (self.root / "fuzz").mkdir(exist_ok=True)
         (self.root / "fuzz/campaign.json").write_text(json.dumps(
-            [{"target": "decode", "architecture": "arm64", "executions": 1234567, "seconds": 9, "findings": 0, "edges": 5}]),
-            encoding="utf-8")
+            {"campaigns": [{"codec": codec, "target": "decode", "architecture": "aarch64", "last": last, "seed": seed,
+                            "executions": compared + 5, "compared": compared, "findings": 0}
+                           for codec, last, seed, compared in (("old", "2026-01-02", 1, 9000000), ("new", "2026-01-03", 1, 1234000),
+                                                               ("new", "2026-01-03", 2, 567))],
+             "corpora": [{"target": "decode", "edges_before": 3, "edges_after": 5}]}), encoding="utf-8")
         self.assertIn("executions was measured since", self.run_script("--check").stdout)
         self.assertEqual(self.run_script("--write", "--no-build").returncode, 0)
-        self.assertIn("\n| decode, arm64, executions | 1,234,567 |\n", self.document.read_text(encoding="utf-8"))
+        text = self.document.read_text(encoding="utf-8")
+        self.assertIn("\n| decode, aarch64, compared | 1,234,567 |\n", text)
+        self.assertIn("\n| decode, edges that the kept inputs reach | 5 |\n", text)
 
     def test_OfAVersionStandBesideThoseOfTheOneBefore(self):
         for version, size in (("0.0.9", 200), ("0.0.10", 400)):
