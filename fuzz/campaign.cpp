@@ -40,7 +40,7 @@ constexpr const char *usage =
 
 constexpr uint32_t longest = 1024;
 constexpr uint32_t head = fuzz::identifier_size + 1;
-constexpr int patience = 10; // seconds without an execution
+constexpr int patience = 10; // seconds of the processor's without an execution: it may be stopped
 
 // Shorter ones are not executed.
 uint32_t shortest() {
@@ -247,9 +247,9 @@ void watch() {
     sigaction(number, &action, nullptr);
   action.sa_flags |= SA_RESTART;
   action.sa_handler = on_tick;
-  sigaction(SIGALRM, &action, nullptr);
+  sigaction(SIGPROF, &action, nullptr);
   const itimerval every{{patience, 0}, {patience, 0}};
-  setitimer(ITIMER_REAL, &every, nullptr);
+  setitimer(ITIMER_PROF, &every, nullptr);
 }
 
 // ---- what was done ------------------------------------------------------------------------------
