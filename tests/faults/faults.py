@@ -426,6 +426,18 @@ def fib6_receiver(place):
     return as_asked(place, end, sent)
 
 
+def servers_of(folder):
+    """The processes whose command line names something in a folder."""
+    found = []
+    for entry in pathlib.Path("/proc").glob("[0-9]*/cmdline"):
+        try:
+            if f"{folder}/".encode() in entry.read_bytes():
+                found.append(int(entry.parent.name))
+        except OSError:
+            pass  # it has ended meanwhile
+    return found
+
+
 @scenario("tool host up", is_long=True)
 def host_up(place):
     """Where it says that a server runs, that takes messages; what it leaves behind, down ends."""
@@ -443,6 +455,11 @@ def host_up(place):
     if place.status(down) != 0:
         end.got = (*end.got, "host down: " + place.read("down.err").decode())
         end.status = 0  # a finding, whatever up said
+    if left := servers_of(place.mesh):
+        end.got = (*end.got, "a server that nobody ends")
+        end.status = 0
+        for process in left:
+            os.kill(process, signal.SIGKILL)
     return end
 
 

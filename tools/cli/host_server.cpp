@@ -313,24 +313,27 @@ void check_running(const host_up_options &options, const server_state &state) {
     refuse(std::string("with storage ") + storage, options.storage);
 }
 
-// Of the process that becomes the server: standard streams, and no other descriptor than the lock.
-void arrange_descriptors(const server_folder &folder, bool is_foreground) {
+// Of the process that becomes the server: standard streams, and no other descriptor than the lock,
+// without which nobody would find the server again. False with errno when that cannot be.
+bool arrange_descriptors(const server_folder &folder, bool is_foreground) {
   const int nothing = open("/dev/null", O_RDWR);
-  (void)dup2(nothing, STDIN_FILENO);
+  bool is_good = nothing >= 0 && dup2(nothing, STDIN_FILENO) >= 0;
   if (is_foreground) {
-    (void)dup2(STDERR_FILENO, STDOUT_FILENO);
+    is_good = is_good && dup2(STDERR_FILENO, STDOUT_FILENO) >= 0;
   } else {
     const int said = open(folder.path_of("output").c_str(),
                           O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_NOFOLLOW | O_NONBLOCK, 0600);
-    (void)dup2(said >= 0 ? said : nothing, STDOUT_FILENO);
-    (void)dup2(said >= 0 ? said : nothing, STDERR_FILENO);
+    const int to = said >= 0 ? said : nothing;
+    is_good = is_good && dup2(to, STDERR_FILENO) >= 0 && dup2(to, STDOUT_FILENO) >= 0;
   }
   constexpr int kept = STDERR_FILENO + 1;
   if (folder.lock() == kept)
-    (void)fcntl(kept, F_SETFD, 0);
+    is_good = is_good && fcntl(kept, F_SETFD, 0) == 0;
   else
-    (void)dup2(folder.lock(), kept); // without close-on-exec
-  closefrom(kept + 1);
+    is_good = is_good && dup2(folder.lock(), kept) >= 0; // without close-on-exec
+  if (is_good)
+    closefrom(kept + 1);
+  return is_good;
 }
 
 [[noreturn]] void become_server(const server_folder &folder, server_state state,
@@ -342,7 +345,8 @@ void arrange_descriptors(const server_folder &folder, bool is_foreground) {
       pwrite(folder.lock(), own.data(), own.size(), 0) == static_cast<ssize_t>(own.size());
   if (!is_foreground)
     is_good = setsid() >= 0 && chdir("/") == 0 && is_good;
-  arrange_descriptors(folder, is_foreground);
+  is_good = is_good && arrange_descriptors(folder, is_foreground);
+  const int why = errno;
   for (const int each : {SIGHUP, SIGINT, SIGTERM, SIGUSR1, SIGUSR2, SIGPIPE, SIGCHLD})
     (void)signal(each, SIG_DFL);
   sigset_t none;
@@ -350,7 +354,8 @@ void arrange_descriptors(const server_folder &folder, bool is_foreground) {
   (void)sigprocmask(SIG_SETMASK, &none, nullptr);
   if (is_good)
     (void)execl(program.c_str(), program.c_str(), "-c", configuration.c_str(), nullptr);
-  const std::string problem = program + " cannot be started: " + strerror(errno) + "\n";
+  const std::string problem =
+      program + " cannot be started: " + strerror(is_good ? errno : why) + "\n";
   (void)!::write(STDERR_FILENO, problem.data(), problem.size());
   _exit(127);
 }
