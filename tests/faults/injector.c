@@ -362,7 +362,7 @@ PRINTING_LIST(__fprintf_chk, TO_CHECKED, to, to COMMA)
 
 int fclose(FILE *stream) {
   REAL(int, fclose, (FILE *))
-  const int is_hit = stream != NULL && hits(of_print, "fclose", fileno(stream));
+  const int is_hit = hits(of_print, "fclose", fileno(stream));
   const int result = real(stream);
   if (!is_hit)
     return result;

@@ -134,7 +134,7 @@ bytes load_schema(const std::string &module) {
 }
 
 // A module's compiled schema, loaded once.
-const reflection::Schema &schema_of(const std::string &module) {
+const reflection::Schema &schema_of(const char *module) {
   static std::map<std::string, bytes> loaded;
   if (!loaded.contains(module))
     loaded[module] = load_schema(module);

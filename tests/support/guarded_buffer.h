@@ -4,7 +4,12 @@
 // two are kept for the next user, so that a buffer per call costs little.
 #pragma once
 
+#if __has_include(<sanitizer/asan_interface.h>)
 #include <sanitizer/asan_interface.h>
+#else // comes with the sanitizers, which are then not there either
+#define ASAN_POISON_MEMORY_REGION(address, size) ((void)(address), (void)(size))
+#define ASAN_UNPOISON_MEMORY_REGION(address, size) ((void)(address), (void)(size))
+#endif
 
 #include <cstddef>
 #include <cstdint>

@@ -65,7 +65,8 @@ void check_addresses(const decode_options &options) {
       is_known |= address_members().add(*message.table, path);
     });
     if (!is_known)
-      throw failure(ending::usage, "--ipv6: no message has a member of four words " + quoted(path));
+      throw failure(ending::usage,
+                    "--ipv6: no message has a member of four words " + tools::quoted(path));
   }
 }
 
