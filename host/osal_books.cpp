@@ -46,10 +46,9 @@ void books::enter(const void *address, uint32_t size, uint32_t module, const cha
 }
 
 books::entry books::strike_out(const void *address, block &found) {
-  constexpr size_t kept = 64;
   shard &home = shard_of(address);
   const std::lock_guard held(home.lock);
-  std::deque<const void *> &released = home.released;
+  auto &released = home.released;
   const auto at = home.live.find(address);
   if (at == home.live.end()) {
     const bool lately = std::find(released.begin(), released.end(), address) != released.end();
@@ -57,9 +56,7 @@ books::entry books::strike_out(const void *address, block &found) {
   }
   found = at->second;
   home.live.erase(at);
-  released.push_back(address);
-  if (released.size() > kept)
-    released.pop_front();
+  released[home.next_released++ % released.size()] = address;
   releases_++;
   live_blocks_--;
   live_bytes_ -= found.size;

@@ -11,7 +11,6 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <deque>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -39,6 +38,7 @@ public:
   // With tags a report can tell whose the blocks are that are left. They cost a look-up each.
   explicit books(bool with_tags) : with_tags_(with_tags) {}
 
+  // Throws std::bad_alloc, and the block is then not entered.
   void enter(const void *address, uint32_t size, uint32_t module, const char *caller);
 
   enum class entry { live, released_before, unknown };
@@ -66,8 +66,10 @@ private:
     std::mutex lock;
     std::unordered_map<const void *, block> live;
     std::set<std::string, std::less<>> tags; // of blocks, live or not: a program has few
-    // Only to word the complaint about a second release: addresses released lately.
-    std::deque<const void *> released;
+    // Only to word the complaint about a second release: addresses released lately. A ring in
+    // place: nothing that a release needs can fail.
+    std::array<const void *, 64> released{};
+    size_t next_released = 0;
   };
 
   shard &shard_of(const void *address);

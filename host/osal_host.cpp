@@ -13,6 +13,7 @@
 #include "host/osal_tell.h"
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -34,10 +35,23 @@ struct osal {
   seldom failures_told;
 };
 
-// Never destroyed: threads may release blocks while the process ends.
+// Never destroyed: threads may release blocks while the process ends. Throws std::bad_alloc where
+// there is no memory for what the environment asks; the next call tries again.
 osal &host() {
-  static osal *const the_host = new osal;
+  alignas(osal) static std::byte place[sizeof(osal)];
+  static osal *const the_host = new (place) osal;
   return *the_host;
+}
+
+// Nothing is thrown through a C function.
+template <class Result, class Work>
+Result guarded(Result without_memory, const char *what, Work work) {
+  try {
+    return work();
+  } catch (const std::bad_alloc &) {
+    say("osal_host: no memory to %s", what);
+    return without_memory;
+  }
 }
 
 // A forked child has one thread, and nobody to give back what another one had locked. So the books
@@ -80,9 +94,15 @@ void *allocate(uint32_t size, uint32_t module, const char *caller) {
     say("osal_host: no memory for %u bytes, module %u, %s", size, module, or_none(caller));
     return nullptr;
   }
+  try {
+    my.kept.enter(address, size, module, caller);
+  } catch (const std::bad_alloc &) {
+    free(address);
+    my.kept.count_failed_allocation();
+    throw;
+  }
   if (my.asked.poison)
     poison_fresh(address, size);
-  my.kept.enter(address, size, module, caller);
   return address;
 }
 
@@ -169,20 +189,27 @@ void report() {
 } // namespace osal_host
 
 void *VRX_OsalMemAlloc(uint32_t size, uint32_t module, const char *caller) {
-  return osal_host::allocate(size, module, caller);
+  return osal_host::guarded<void *>(nullptr, "enter a block in the books, which is refused",
+                                    [&] { return osal_host::allocate(size, module, caller); });
 }
 
 void *VRX_OsalMemCacheAlloc(uint32_t size, uint32_t module, const char *caller) {
-  return osal_host::allocate(size, module, caller);
+  return osal_host::guarded<void *>(nullptr, "enter a block in the books, which is refused",
+                                    [&] { return osal_host::allocate(size, module, caller); });
 }
 
 void VRX_OsalMemFree(void *block, uint32_t module, const char *caller) {
   if (block != nullptr)
-    osal_host::release(block, module, caller);
+    (void)osal_host::guarded(false, "look for a block that is released", [&] {
+      osal_host::release(block, module, caller);
+      return true;
+    });
 }
 
 uint32_t VRX_OsalMemUseFlagGet(uint32_t module) {
-  return module == osal_host::cache_module ? osal_host::host().asked.use_flag : 0;
+  return osal_host::guarded(uint32_t{0}, "read the use flag", [&] {
+    return module == osal_host::cache_module ? osal_host::host().asked.use_flag : 0;
+  });
 }
 
 void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category, const char *text,
@@ -198,7 +225,10 @@ void VRX_OsalLogWrite(const void *descriptor, uint32_t level, uint32_t category,
     (void)vsnprintf(message, sizeof message, format, arguments); // a longer text is cut
     va_end(arguments);
   }
-  osal_host::host().kept.count_log_line();
+  (void)osal_host::guarded(false, "count a log line", [] {
+    osal_host::host().kept.count_log_line();
+    return true;
+  });
   if (osal_host::log_held)
     return;
   osal_host::say("%s/%s level %u category %u %s:%u: %s%s", or_none(from.module),
@@ -211,5 +241,6 @@ void osal_host_hold_log(int hold) {
 }
 
 void osal_host_get_accounts(osal_host_accounts *accounts) {
-  *accounts = osal_host::host().kept.accounts();
+  *accounts = osal_host::guarded(osal_host_accounts{}, "open the books",
+                                 [] { return osal_host::host().kept.accounts(); });
 }
