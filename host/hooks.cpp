@@ -6,8 +6,10 @@
 #include "host/mesh_host.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <dlfcn.h>
 #include <mutex>
+#include <new>
 #include <unordered_map>
 #include <vector>
 
@@ -20,9 +22,11 @@ struct registry {
   std::vector<mesh_clean_hook> clean;
 };
 
-// Never destroyed: messages may arrive while the process ends.
+// Never destroyed: messages may arrive while the process ends. In place, for forks that are the
+// first to ask.
 registry &the_registry() {
-  static registry *const known = new registry;
+  alignas(registry) static std::byte place[sizeof(registry)];
+  static registry *const known = new (place) registry;
   return *known;
 }
 

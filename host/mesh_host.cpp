@@ -19,6 +19,7 @@
 #include "host/way.h"
 
 #include <atomic>
+#include <cstddef>
 #include <exception>
 #include <map>
 #include <memory>
@@ -65,18 +66,24 @@ void after_fork_in_parent() {
 }
 
 // Sockets, threads and perhaps taken locks belong to the parent. The child starts afresh, with the
-// registered hooks.
+// registered hooks. Without memory in the place of what was the parent's: a child has no other
+// threads, and what that held is not given back.
 void after_fork_in_child() {
   descriptor::close_all_in_child();
   renew_status_in_child();
   unlock_hooks();
-  auto *fresh = new mesh;
-  fresh->abandoned = current.load();
-  current = fresh;
+  mesh *const parents = current.load();
+  if (auto *const fresh = new (std::nothrow) mesh) {
+    fresh->abandoned = parents;
+    current = fresh;
+  } else {
+    new (parents) mesh;
+  }
 }
 
 [[gnu::constructor]] void start() {
-  current = new mesh;
+  alignas(mesh) static std::byte place[sizeof(mesh)];
+  current = new (place) mesh;
   pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child);
 }
 

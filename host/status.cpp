@@ -8,12 +8,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
-#include <deque>
 #include <dirent.h>
 #include <fcntl.h>
+#include <list>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/random.h>
@@ -47,14 +49,16 @@ struct status {
   bool tried = false;
   std::string path;
   descriptor file;
-  mesh_host_status_head *head = nullptr;   // of the mapped file
-  std::deque<mesh_host_status_row> unseen; // rows that no file has room for; they never move
-  status *abandoned = nullptr;             // the parent's, in a child
+  mesh_host_status_head *head = nullptr;  // of the mapped file
+  std::list<mesh_host_status_row> unseen; // rows that no file has room for; they never move
+  status *abandoned = nullptr;            // the parent's, in a child
 };
 
-// Never destroyed: other threads may still count while the process ends.
+// Never destroyed: other threads may still count while the process ends. In place, for forks that
+// are the first to ask.
 status *&current() {
-  static status *the_status = new status;
+  alignas(status) static std::byte place[sizeof(status)];
+  static status *the_status = new (place) status;
   return the_status;
 }
 
@@ -200,12 +204,18 @@ void unlock_status() {
   current()->lock.unlock();
 }
 
-// The parent's rows stay mapped: threads' leftovers in the child may hold references.
+// The parent's rows stay mapped: threads' leftovers in the child may hold references. Without
+// memory the child's is made where the parent's was, which nobody else uses here; what that held is
+// not given back.
 void renew_status_in_child() {
   status *const parents = current();
-  current() = new status;
-  current()->abandoned = parents;
   parents->lock.unlock();
+  if (auto *const fresh = new (std::nothrow) status) {
+    fresh->abandoned = parents;
+    current() = fresh;
+  } else {
+    new (parents) status;
+  }
 }
 
 void remove_status_file() {
