@@ -109,6 +109,22 @@ report child_process::expect(const std::string &word, std::initializer_list<chil
   return first;
 }
 
+void child_process::expect_end(int expected_status, int timeout_ms) {
+  const auto end = clock::now() + std::chrono::milliseconds(timeout_ms);
+  const pid_t ended = process;
+  int status = 0;
+  while (waitpid(process, &status, WNOHANG) != process) {
+    if (interrupted())
+      throw failure("interrupted");
+    if (clock::now() >= end)
+      throw failure(formatted("%s (process %d) does not end", name.c_str(), process));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  process = -1;
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != expected_status)
+    throw failure(formatted("%s (process %d) ", name.c_str(), ended) + end_text(status));
+}
+
 void child_process::collect() {
   while (std::optional<report> told = channel.hear(0))
     heard.push_back(std::move(*told));

@@ -40,6 +40,10 @@ public:
   report expect(const std::string &word, std::initializer_list<child_process *> others,
                 int timeout_ms = -1);
 
+  // Waits until this child, whose work is done, ends. Throws failure unless it does, with this exit
+  // status.
+  void expect_end(int expected_status, int timeout_ms);
+
   // Asked between waits; set once for all children.
   static inline std::function<bool()> interrupted = [] { return false; };
 
