@@ -58,7 +58,7 @@ std::string described_as_table(const message_descriptor &message) {
 }
 
 std::string described_as_json(const message_descriptor &message) {
-  rapidjson::StringBuffer buffer;
+  json_buffer buffer;
   json_text to(buffer);
   to.StartObject();
   put_message(to, message);
@@ -124,7 +124,7 @@ std::string listed() {
 }
 
 std::string listed_as_json() {
-  rapidjson::StringBuffer buffer;
+  json_buffer buffer;
   json_text to(buffer);
   to.StartArray();
   for_each_message([&](const message_descriptor &message) {

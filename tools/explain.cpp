@@ -193,7 +193,7 @@ std::string explained(const anatomy &of, bool coloured) {
 }
 
 std::string explained_as_json(const anatomy &of) {
-  rapidjson::StringBuffer buffer;
+  json_buffer buffer;
   json_text to(buffer);
   to.StartObject();
   put_verdict(to, of);
@@ -230,7 +230,7 @@ std::string explained_as_json(const anatomy &of) {
 }
 
 std::string verdict_as_json(const anatomy &of) {
-  rapidjson::StringBuffer buffer;
+  json_buffer buffer;
   json_text to(buffer);
   to.StartObject();
   put_verdict(to, of);

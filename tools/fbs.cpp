@@ -3,10 +3,8 @@
 // Room: tools.
 #include "tools/fbs.h"
 
+#include "tools/lookup.h"
 #include "tools/tables.h"
-
-#include <iomanip>
-#include <sstream>
 
 namespace mesh_fib6::tools {
 namespace {
@@ -48,10 +46,7 @@ std::string message_comment(const message_descriptor &message) {
 }
 
 std::string message_attribute(const message_descriptor &message) {
-  std::ostringstream text;
-  text << " (message_id: \"0x" << std::hex << std::uppercase << std::setw(8) << std::setfill('0')
-       << message.id << "\")";
-  return text.str();
+  return " (message_id: \"" + id_text(message.id) + "\")";
 }
 
 std::string text_of(const table_descriptor &table, const module_descriptor &module) {

@@ -5,15 +5,23 @@
 
 #include "platform/mesh.h"
 
+#include <new>
+
 namespace mesh_fib6::tools {
 namespace {
 
 std::vector<uint8_t> handed_over; // by the send that is going on
 
-void keep(const msg_desc *messages, uint32_t count) {
-  for (uint32_t i = 0; i < count; i++) {
-    const auto *const bytes = static_cast<const uint8_t *>(messages[i].data);
-    handed_over.insert(handed_over.end(), bytes, bytes + messages[i].length);
+// Not 0 when there is no memory: nothing may be thrown through the library.
+uint64_t keep(const msg_desc *messages, uint32_t count) {
+  try {
+    for (uint32_t i = 0; i < count; i++) {
+      const auto *const bytes = static_cast<const uint8_t *>(messages[i].data);
+      handed_over.insert(handed_over.end(), bytes, bytes + messages[i].length);
+    }
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return 1;
   }
 }
 
@@ -59,7 +67,8 @@ std::optional<std::vector<uint8_t>> packed(const message_descriptor &message, co
 
 std::vector<uint8_t> fixed_image(const message_descriptor &message, const void *record) {
   handed_over.clear();
-  message.sendsingle(0, record, 0, 0);
+  if (message.sendsingle(0, record, 0, 0) != 0)
+    throw std::bad_alloc();
   return std::move(handed_over);
 }
 
@@ -68,13 +77,11 @@ std::vector<uint8_t> fixed_image(const message_descriptor &message, const void *
 extern "C" {
 
 uint64_t MESH_SendMsg(uint32_t, const msg_desc *messages, uint32_t count) {
-  mesh_fib6::tools::keep(messages, count);
-  return 0;
+  return mesh_fib6::tools::keep(messages, count);
 }
 
 uint64_t MESH_SendToMsg(uint32_t, const msg_desc *messages, uint32_t count, uint64_t) {
-  mesh_fib6::tools::keep(messages, count);
-  return 0;
+  return mesh_fib6::tools::keep(messages, count);
 }
 
 uint32_t MESH_RegIDLFuncHook(uint32_t, mesh_unpack_hook, mesh_free_hook) {

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <map>
 #include <utility>
 
@@ -83,12 +82,6 @@ std::vector<std::string> names_of(const messages &of) {
 }
 
 } // namespace
-
-std::string id_text(uint32_t id) {
-  char text[sizeof "0x12345678"];
-  (void)snprintf(text, sizeof text, "0x%08X", id);
-  return text;
-}
 
 std::string did_you_mean(const std::vector<std::string> &words) {
   std::string text;

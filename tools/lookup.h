@@ -5,6 +5,7 @@
 
 #include "tools/descriptors.h"
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,6 +32,10 @@ std::vector<std::string> nearest(std::string_view text, const std::vector<std::s
 std::string did_you_mean(const std::vector<std::string> &words);
 
 // `0x1234ABCD`
-std::string id_text(uint32_t id);
+inline std::string id_text(uint32_t id) {
+  char text[sizeof "0x12345678"];
+  (void)snprintf(text, sizeof text, "0x%08X", id);
+  return text;
+}
 
 } // namespace mesh_fib6::tools

@@ -185,7 +185,7 @@ std::string page_of(const anatomy &of, const anatomy *other) {
   const std::map<std::string, uint32_t> nodes = page.paths();
   const std::string title =
       std::string(of.message().name) + ", " + std::to_string(of.bytes().size()) + " bytes";
-  rapidjson::StringBuffer buffer;
+  json_buffer buffer;
   json_text to(buffer);
   to.StartObject();
   put(to, "title", title);

@@ -3,10 +3,8 @@
 // Room: tools.
 #include "tools/python_records.h"
 
+#include "tools/lookup.h"
 #include "tools/tables.h"
-
-#include <iomanip>
-#include <sstream>
 
 namespace mesh_fib6::tools {
 namespace {
@@ -45,15 +43,13 @@ std::string declaration_of(const field_descriptor &field) {
 }
 
 std::string text_of(const table_descriptor &table, const message_descriptor *message) {
-  std::ostringstream text;
-  text << "\n\n@record\nclass " << table.name << (message != nullptr ? "(Message)" : "(Record)")
-       << ":\n";
+  std::string text = std::string("\n\n@record\nclass ") + table.name +
+                     (message != nullptr ? "(Message)" : "(Record)") + ":\n";
   if (message != nullptr)
-    text << "    ID: ClassVar[int] = 0x" << std::hex << std::uppercase << std::setw(8)
-         << std::setfill('0') << message->id << "\n";
+    text += "    ID: ClassVar[int] = " + id_text(message->id) + "\n";
   for (const field_descriptor &field : table.fields)
-    text << "    " << field.name << ": " << declaration_of(field) << "\n";
-  return text.str();
+    text += std::string("    ") + field.name + ": " + declaration_of(field) + "\n";
+  return text;
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "tools/record_json.h"
 
 #include "tools/hex_text.h"
+#include "tools/json_text.h"
 #include "tools/lookup.h"
 #include "tools/record_memory.h"
 #include "tools/words.h"
@@ -14,10 +15,6 @@
 #include <cstring>
 #include <limits>
 #include <rapidjson/error/en.h>
-#include <rapidjson/prettywriter.h>
-#include <rapidjson/reader.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 #include <utility>
 
 namespace mesh_fib6::tools {
@@ -65,7 +62,7 @@ struct record_writer::parts {
   const table_descriptor &table;
   json_style style;
   address_members addresses;
-  rapidjson::StringBuffer buffer;
+  json_buffer buffer;
 
   template <class Writer>
   void write(Writer &to, const table_descriptor &of, const void *record) {
@@ -138,10 +135,10 @@ record_writer::~record_writer() = default;
 
 void record_writer::write(const void *record) {
   if (parts_->style == json_style::line) {
-    rapidjson::Writer<rapidjson::StringBuffer> to(parts_->buffer);
+    json_text to(parts_->buffer);
     parts_->write(to, parts_->table, record);
   } else {
-    rapidjson::PrettyWriter<rapidjson::StringBuffer> to(parts_->buffer);
+    pretty_json_text to(parts_->buffer);
     to.SetIndent(' ', 2);
     to.SetFormatOptions(rapidjson::kFormatSingleLineArray);
     parts_->write(to, parts_->table, record);
@@ -597,7 +594,7 @@ private:
 struct record_reader::parts {
   json_reading::json_stream stream;
   json_reading::builder builder;
-  rapidjson::Reader reader;
+  json_reader reader;
   std::string problem;
 };
 

@@ -35,6 +35,20 @@ constexpr const char *endings =
     "Exit status: 0 good, 1 a buffer is refused, 2 wrong usage, 3 what was read is not what was "
     "expected, or a file cannot be read or written.";
 
+// Streams keep to themselves what is thrown inside them and write less, and CLI11 makes texts of
+// what it knows with streams: what ran short of memory is not shown as if it were whole.
+bool was_memory_short = false;
+
+[[noreturn]] void note_shortage() {
+  was_memory_short = true;
+  throw std::bad_alloc();
+}
+
+void refuse_shortage() {
+  if (was_memory_short)
+    throw std::bad_alloc();
+}
+
 // A message by what was typed.
 const message_descriptor *message_of(const std::string &text) {
   const found_message found = find_message(text);
@@ -78,6 +92,7 @@ public:
       const bool is_good = app_.exit(error) == 0;
       if (!std::cout.flush())
         throw failure(ending::input, std::string("cannot write: ") + strerror(errno));
+      refuse_shortage();
       return static_cast<int>(is_good ? ending::good : ending::usage);
     }
   }
@@ -87,6 +102,7 @@ private:
   ending run_command() {
     try {
       const ending result = command_();
+      refuse_shortage();
       out_.flush();
       return result;
     } catch (const failure &) {
@@ -528,6 +544,7 @@ private:
 } // namespace
 
 int main(int argc, char **argv) {
+  std::set_new_handler(note_shortage);
   try {
     return arguments().run(argc, argv);
   } catch (const failure &failure) {
