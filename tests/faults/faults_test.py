@@ -29,9 +29,12 @@ CANNOT_FAIL = """
     signal sigaction sigemptyset sigfillset sigprocmask pthread_sigmask prctl
     free memchr memcmp memcpy memmove memset strchr strcmp strlen strncmp strspn strstr strerror strsignal
     tolower isalnum isspace __ctype_get_mb_cur_max
-    strtod strtof strtol strtold strtoll strtoul strtoull snprintf sprintf vsnprintf inet_ntop inet_pton lround
+    strtod strtof strtol strtold strtoll strtoul strtoull
+    __isoc23_strtol __isoc23_strtoll __isoc23_strtoul __isoc23_strtoull isprint strerror_r
+    snprintf sprintf vsnprintf inet_ntop inet_pton lround
     ferror closedir dlclose dlerror dladdr pthread_self pthread_once pthread_mutex_lock pthread_mutex_unlock
-    pthread_cond_clockwait pthread_timedjoin_np __pthread_key_create __tls_get_addr _dl_find_object
+    pthread_cond_wait pthread_cond_broadcast pthread_cond_clockwait pthread_timedjoin_np
+    __pthread_key_create __tls_get_addr _dl_find_object
     __register_atfork __sysv_signal __libc_single_threaded __gmon_start__ munmap close_range closefrom
     stdin stdout stderr syscall ioctl utimensat
     __memcpy_chk __snprintf_chk __vsnprintf_chk

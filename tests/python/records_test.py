@@ -117,7 +117,9 @@ class Records(unittest.TestCase):
         self.assertEqual(repr(route), "feiBrokerFib6_ipv6Fwd(f0=0, f1=0, f2=0, f3=ipv6('2001:db8::1'), "
                          "f4=128, f5=0, f6=0, f7=0, f8=0, f9=0, f10=0, f11=0, f12=0, f13=0)")
         self.assertIn("f3=ipv6('::')", repr(Route()))
-        self.assertIn("f3=ipv6('::ffff:102:304')", repr(Route(f3=mesh_fib6.ipv6("::ffff:1.2.3.4"))))
+        # In the words of Python's ipaddress, which since 3.13 shows the IPv4 address.
+        self.assertRegex(repr(Route(f3=mesh_fib6.ipv6("::ffff:1.2.3.4"))),
+                         r"f3=ipv6\('::ffff:(102:304|1\.2\.3\.4)'\)")
 
     def test_ShowWhatIsNoAddressAsItIs(self):
         for value in ([1, 2, 3, 4], (1, 2, 3), (1, 2, 3, 1 << 32), (0, 0, 0, -1), (0, 0, 0, 0.0), None):
