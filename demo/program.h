@@ -7,7 +7,6 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <fcntl.h>
 #include <new>
@@ -19,12 +18,16 @@ inline constexpr int failed_status = 1;
 
 // A program may be started with standard descriptors closed. What it opens next would take their
 // numbers and be mistaken for them, so each is filled with something that fails cleanly when used.
+// Where that cannot be had (no /dev/null, no descriptors), the process ends before it has done
+// anything.
 inline void occupy_standard_descriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; descriptor++)
     if (fcntl(descriptor, F_GETFD) < 0) {
       const int wrong_way = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
-      if (open("/dev/null", wrong_way) != descriptor)
-        std::abort(); // cannot be: the lowest free number is taken
+      if (open("/dev/null", wrong_way) != descriptor) {
+        complain("cannot open /dev/null for descriptor %d, which is closed\n", descriptor);
+        _exit(failed_status);
+      }
     }
 }
 
