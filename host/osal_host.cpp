@@ -55,11 +55,24 @@ Result guarded(Result without_memory, const char *what, Work work) {
 }
 
 // A forked child has one thread, and nobody to give back what another one had locked. So the books
-// are locked while the process is copied, and the child begins with whole ones. The C library
-// forgets these handlers when this library is unloaded.
+// are locked while the process is copied, and the child begins with whole ones. Books that no
+// memory could be found for are not there to be locked.
+thread_local bool locked_for_fork = false;
+
+void before_fork() {
+  locked_for_fork = guarded(false, "lock the books for a fork", [] {
+    host().kept.lock();
+    return true;
+  });
+}
+void after_fork() {
+  if (locked_for_fork)
+    host().kept.unlock();
+}
+
+// The C library forgets these handlers when this library is unloaded.
 [[gnu::constructor]] void guard_forks() {
-  const int error = pthread_atfork([] { host().kept.lock(); }, [] { host().kept.unlock(); },
-                                   [] { host().kept.unlock(); });
+  const int error = pthread_atfork(before_fork, after_fork, after_fork);
   if (error != 0)
     say("osal_host: a forked child may hang: %s", strerror(error));
 }
