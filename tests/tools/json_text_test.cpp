@@ -8,6 +8,14 @@
 #include <gtest/gtest.h>
 #include <new>
 
+// They end the process unless told.
+extern "C" const char *__asan_default_options() {
+  return "allocator_may_return_null=1";
+}
+extern "C" const char *__tsan_default_options() {
+  return "allocator_may_return_null=1";
+}
+
 namespace {
 
 TEST(ThrowingAllocator, ThrowsWhereThereIsNoMemoryAndLeavesTheBlockAsItWas) {
