@@ -171,13 +171,16 @@ void take_push(const subscriber &own, nats_object<natsMsg> message) {
   const auto size = static_cast<size_t>(natsMsg_GetDataLength(pushed));
   if (read_header(at, size, self.destination, header) == nullptr) {
     const bool ahead = self.arrived.is_ahead(header.sender, header.first, header.settled);
-    if (header.count == 0)
-      return reply(self, to, acknowledge);
+    // One without messages keeps its place among the others: what it says is said once, and is news
+    // again for the next receiver as long as anything before it is not handled.
+    const bool has_messages = header.count != 0;
     if (ahead && known.times <= most_returns) {
-      self.arrived.hold(header.sender, header.first);
+      if (has_messages)
+        self.arrived.hold(header.sender, header.first);
       return reply(self, to, give_back);
     }
-    self.arrived.judge(header.sender, header.first, header.count);
+    if (has_messages)
+      self.arrived.judge(header.sender, header.first, header.count);
   }
   self.into->push(std::make_unique<nats_parcel>(std::move(message), own.shared));
 }

@@ -312,6 +312,37 @@ TEST_F(NatsPromise, GivesTheNextReceiverInOrderWhatTheKilledOneDidNotAcknowledge
   EXPECT_EQ(mesh_host_flush(destination, 5000), 0U);
 }
 
+// Packets that were sent at once do not say of each other that they are stored: the sender says so
+// behind them. The killed one has heard it, and the next one must, too.
+TEST_F(NatsPromise, KeepsTheNextReceiverNotWaitingForWhatTheKilledOneWasTold) {
+  child first([](conversation &parent) {
+    collecting_receiver receiver;
+    receiver.in_handler = [&] {
+      if (receiver.messages.size() == 10) {
+        parent.say("ten");
+        pause();
+      }
+    };
+    receiver.attach();
+    parent.say("attached");
+    receiver.collect(100);
+    return 0;
+  });
+  ASSERT_EQ(first.talk().hear(), "attached");
+  for (uint32_t i = 0; i < 30; i++)
+    ASSERT_EQ(send_samples(i, 1), 0U);
+  ASSERT_EQ(first.talk().hear(), "ten");
+  std::this_thread::sleep_for(std::chrono::milliseconds(300)); // the sender's last word takes 20
+  first.kill();
+  collecting_receiver second;
+  const auto until = std::chrono::steady_clock::now() + promptly;
+  while (second.attach() != 0U)
+    ASSERT_LT(std::chrono::steady_clock::now(), until);
+  ASSERT_TRUE(second.collect(21)); // the tenth was not done
+  EXPECT_EQ(second.numbers().back(), 29U);
+  EXPECT_LT(std::chrono::steady_clock::now(), until);
+}
+
 TEST_F(NatsPromise, GoesOnWhenItsServerWasKilledAndStartedAnew) {
   child peer(receiver_of_numbers(300));
   ASSERT_EQ(peer.talk().hear(), "attached");
