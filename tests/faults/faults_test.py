@@ -90,6 +90,13 @@ class Faults(unittest.TestCase):
             self.assertTrue(faults.judged(end, calm, 1, -1).startswith(expected), (end, expected))
         self.assertEqual(faults.judged(faults.End(1, "", b""), calm, 1, 2), faults.REFUSED)  # it has no voice
         self.assertEqual(faults.judged(calm, calm, 0, -1), faults.MISSED)
+        # A library of others may die of its own allocations; it may not make us lie.
+        for end, library, expected in ((faults.End(-11, "", b""), "libnats.so.3.4", faults.THEIRS),
+                                       (faults.End(None, "", b""), "libcrypto.so.3", faults.THEIRS),
+                                       (faults.End(-11, "", b""), "libtolvimesh.so", "killed by SIGSEGV"),
+                                       (faults.End(0, "", b"a part"), "libnats.so.3.4", "says that all is well"),
+                                       (faults.End(1, "", b""), "libnats.so.3.4", "exit status 1 without")):
+            self.assertTrue(faults.judged(end, calm, 1, -1, library).startswith(expected), (end, library))
         self.assertTrue(faults.judged(faults.End(1, "x", b""), calm, 0, -1).startswith("without a failure"))
 
     def test_EveryCallOfLibcThatCanFailIsKnown(self):

@@ -77,19 +77,29 @@ struct state {
   uint64_t failed; /* calls that were made to fail */
   int64_t file;    /* the descriptor of the first of them, or -1 */
   char function[48];
+  char library[48]; /* of an allocation: the file that holds its caller */
 };
 
 static struct state *state;
 static int chosen = -1, error;
 static uint64_t number;
 static int lasts, armed;
-static __thread int is_inside; /* of what this file itself calls */
+static __thread int is_inside;      /* of what this file itself calls */
+static __thread const void *caller; /* of the allocation in hand */
 
 static void *next(const char *name) {
   is_inside++;
   void *const found = dlsym(RTLD_NEXT, name);
   is_inside--;
   return found;
+}
+
+static void note_library(void) {
+  Dl_info found;
+  if (caller == NULL || dladdr(caller, &found) == 0 || found.dli_fname == NULL)
+    return;
+  const char *const slash = strrchr(found.dli_fname, '/');
+  strncpy(state->library, slash != NULL ? slash + 1 : found.dli_fname, sizeof state->library - 1);
 }
 
 /* Whether this call fails; `error` is then how. */
@@ -103,6 +113,8 @@ static int hits(enum kind kind, const char *function, int file) {
   if (__atomic_fetch_add(&state->failed, 1, __ATOMIC_RELAXED) == 0) {
     state->file = file;
     strncpy(state->function, function, sizeof state->function - 1);
+    if (kind == of_memory)
+      note_library();
     if (getenv("FAULTS_TRACE") != NULL) {
       void *callers[40];
       is_inside++;
@@ -152,21 +164,27 @@ void *__libc_malloc(size_t), *__libc_calloc(size_t, size_t), *__libc_realloc(voi
 void *__libc_memalign(size_t, size_t);
 
 void *malloc(size_t size) {
+  caller = __builtin_return_address(0);
   return fails(of_memory, "malloc", -1) ? NULL : __libc_malloc(size);
 }
 void *calloc(size_t count, size_t size) {
+  caller = __builtin_return_address(0);
   return fails(of_memory, "calloc", -1) ? NULL : __libc_calloc(count, size);
 }
 void *realloc(void *block, size_t size) {
+  caller = __builtin_return_address(0);
   return fails(of_memory, "realloc", -1) ? NULL : __libc_realloc(block, size);
 }
 void *memalign(size_t to, size_t size) {
+  caller = __builtin_return_address(0);
   return fails(of_memory, "memalign", -1) ? NULL : __libc_memalign(to, size);
 }
 void *aligned_alloc(size_t to, size_t size) {
+  caller = __builtin_return_address(0);
   return fails(of_memory, "aligned_alloc", -1) ? NULL : __libc_memalign(to, size);
 }
 int posix_memalign(void **block, size_t to, size_t size) {
+  caller = __builtin_return_address(0);
   if (hits(of_memory, "posix_memalign", -1))
     return ENOMEM;
   *block = __libc_memalign(to, size);
