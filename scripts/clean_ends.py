@@ -10,13 +10,15 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 
 SHARED = pathlib.Path(__file__).resolve().parent / "shared.bash"
 
 
-def begin(name):
+def begin(name, first=lambda: None, last=lambda: None):
     """What the script and its children put into temporary files goes with the script; a signal that
-    ends it ends its children first, and is told by the exit status."""
+    ends it ends its children first, and is told by the exit status. A script whose threads start
+    children stops them `first`; what has left the script's family, `last` ends."""
     try:
         scratch = tempfile.mkdtemp(prefix=f"{name}.")
     except OSError as error:
@@ -28,9 +30,15 @@ def begin(name):
     def end(number, _):
         for other in signals:
             signal.signal(other, signal.SIG_IGN)
+        first()
         subprocess.run(["bash", "-c", '. "$1" && scratch=$2 && end_descendants "$3"', name, SHARED,
                         scratch, str(os.getpid())], stderr=subprocess.DEVNULL, check=False)
-        shutil.rmtree(scratch, ignore_errors=True)
+        last()
+        for _ in range(100):  # threads may be writing there yet
+            shutil.rmtree(scratch, ignore_errors=True)
+            if not os.path.lexists(scratch):
+                break
+            time.sleep(0.02)
         print(f"{name}: interrupted", file=sys.stderr, flush=True)
         os._exit(128 + number)  # threads may wait for children of their own
 

@@ -22,6 +22,7 @@ import socket
 import struct
 import subprocess
 import tempfile
+import threading
 import time
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
@@ -72,13 +73,22 @@ class End:
     is_asked: bool = False  # to end: its exit status is about that, and what it could not do it says when that comes
 
 
+class Ended(Exception):
+    """Nothing is started any more."""
+
+
 class Place:
     """A folder for one run, and what is started in it."""
+    starting = threading.RLock()  # for whoever stops it in the middle, in the same thread
+    is_over = False
 
     def __init__(self, tools, fault):
         self.tools = tools
         self.fault = fault
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="run."))
+        with Place.starting:
+            if Place.is_over:
+                raise Ended
+            self.folder = pathlib.Path(tempfile.mkdtemp(prefix="run."))
         self.state = self.folder / "state"
         self.state.write_bytes(bytes(KINDS * ENTRY.size + TAIL.size))
         self.mesh = self.folder / "mesh"
@@ -114,6 +124,9 @@ class Place:
             read = files.enter_context(open(given or "/dev/null", "rb"))
             out = files.enter_context(open(to or self.folder / f"{name}.out", "wb"))
             err = files.enter_context(open(self.folder / f"{name}.err", "wb"))
+            files.enter_context(Place.starting)
+            if Place.is_over:
+                raise Ended
             process = subprocess.Popen([str(word) for word in command], stdin=read, stdout=out, stderr=err,
                                        env=environment, cwd=self.folder, process_group=0)
         process.name = name
@@ -443,6 +456,19 @@ def servers_of(folder):
     return found
 
 
+def stop_all():
+    """From now on nothing is started."""
+    with Place.starting:
+        Place.is_over = True
+
+
+def end_servers(folder):
+    """A server belongs to nobody when the tool that began it has ended."""
+    for process in servers_of(folder):
+        with contextlib.suppress(ProcessLookupError):
+            os.kill(process, signal.SIGKILL)
+
+
 @scenario("tool host up", is_long=True)
 def host_up(place):
     """Where it says that a server runs, that takes messages; what it leaves behind, down ends."""
@@ -460,11 +486,10 @@ def host_up(place):
     if place.status(down) != 0:
         end.got = (*end.got, "host down: " + place.read("down.err").decode())
         end.status = 0  # a finding, whatever up said
-    if left := servers_of(place.mesh):
+    if servers_of(place.mesh):
         end.got = (*end.got, "a server that nobody ends")
         end.status = 0
-        for process in left:
-            os.kill(process, signal.SIGKILL)
+        end_servers(place.mesh)
     return end
 
 

@@ -7,11 +7,13 @@ usage: faults_test.py SETTINGS_JSON CASE
 """
 
 import json
+import os
 import pathlib
 import re
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 sys.dont_write_bytecode = True
@@ -19,6 +21,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
 import faults  # noqa: E402
 
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
 SETTINGS = json.loads(pathlib.Path(sys.argv[1]).read_text(encoding="utf-8"))
 MOST = 3  # calls of each kind
 
@@ -77,6 +80,23 @@ class Faults(unittest.TestCase):
 
     def test_TheDemoBearsCallsThatFail(self):
         self.bears("fib6-sender", most=1)
+
+    def test_ASweepThatIsInterruptedLeavesNothing(self):
+        folder = pathlib.Path(tempfile.tempdir)
+        for scenario in ("tool host down", "fib6-demo"):  # a server, and processes that start processes
+            sweep = subprocess.Popen([SOURCE / "scripts/try-faults", "--build", SETTINGS["build"], "--jobs", "3",
+                                      scenario],
+                                     stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True,
+                                     env={**os.environ, "TMPDIR": str(folder)})
+            deadline = time.monotonic() + 30
+            while len(faults.servers_of(folder)) < 2 and time.monotonic() < deadline:
+                time.sleep(0.01)
+            time.sleep(1)
+            sweep.terminate()
+            _, errors = sweep.communicate(timeout=60)
+            self.assertEqual((sweep.returncode, errors), (143, "try-faults: interrupted\n"), scenario)
+            self.assertEqual(faults.servers_of(folder), [], scenario)
+            self.assertEqual(list(folder.iterdir()), [], scenario)
 
     def test_AFailureThatIsHiddenIsNoticed(self):
         calm = faults.End(0, "", b"all of it")
