@@ -18,7 +18,9 @@ uint32_t pack_measured(const void *record, uint8_t *buffer, uint32_t *length,
 uint32_t pack_uncommon(runtime::unit &unit, const general::table_info &root, const char *packing,
                        const void *record, uint8_t *buffer, uint32_t *length,
                        uint32_t (*size)(const void *)) {
-  if (!is_common(unit) || record == nullptr)
+  // Another thread may have bound the unit since the caller looked at it. So whether there is a
+  // buffer to write to decides, whatever the unit is by now.
+  if (buffer != nullptr || record == nullptr || !is_common(unit))
     return general::pack(unit, root, packing, record, buffer, length);
   const uint32_t needed = size(record);
   if (needed == 0 || needed > *length)

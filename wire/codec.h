@@ -21,7 +21,8 @@ namespace mesh_fib6::wire {
 // When the header of a message's root table is checked; see general/message.h.
 enum class root_form : uint8_t { header_first, table };
 
-// Whether the unit is bound and stores values as memory does.
+// Whether the unit is bound and stores values as memory does. Who asks again may be told otherwise:
+// another thread can bind the unit in between.
 [[gnu::always_inline]] inline bool is_common(const runtime::unit &unit) {
   return __builtin_expect(runtime::is_cache_bound(unit) && byte_swap_of(unit) == 0, true);
 }

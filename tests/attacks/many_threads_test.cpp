@@ -176,6 +176,7 @@ public:
 
 private:
   static constexpr uint32_t operations = 6;
+  static constexpr uint8_t unwritten = 0xA5; // so that what is not written does not look right
 
   void expect(bool holds) { failures_ += holds ? 0 : 1; }
 
@@ -185,11 +186,13 @@ private:
     uint32_t length = 0;
     switch (operation) {
     case 0:
+      mine.packed.assign(mine.packed.size(), unwritten);
       length = static_cast<uint32_t>(mine.packed.size());
       expect(message.pack(record, mine.packed.data(), &length) == 0);
       mine.packed_size = length;
       break;
     case 1:
+      std::memset(mine.decoded.data(), unwritten, mine.decoded.size());
       expect(message.unpack(empty_message, sizeof empty_message, mine.decoded.data()) ==
              message.record_size);
       expect(random_record::is_zero(*message.table, mine.decoded.data()));
