@@ -26,7 +26,7 @@ SETTINGS = {}
 ODD = "it's a \"place\"; $(touch pwned) `touch pwned` & <so>"
 # All that the scripts may call on the smallest Debian; what else they find is a double.
 PLAIN_TOOLS = ("awk basename bash cat chmod chown cut date dirname env find fold grep head id ln ls "
-               "mkdir mktemp mv nice nproc printf python3 readlink rm sed seq sleep sort stat tail tee "
+               "mkdir mktemp mv nproc printf python3 readlink renice rm sed seq sleep sort stat tail tee "
                "timeout touch tr true uname wc xargs zcat").split()
 INTERRUPTIONS = (signal.SIGHUP, signal.SIGINT, signal.SIGTERM)
 DPKG_QUERY = r"""#!/bin/bash
@@ -621,6 +621,28 @@ class Scripts(unittest.TestCase):
         self.assertIn("oh no", output)
         self.assertRegex(output, r"(?m)^release +2 +0 +0 ")
         self.assertIn("FAILED: build-aarch64 (see build/logs/build-aarch64.log)", output)
+
+    def test_StaticAnalysisIsBegunBehindTheOtherChecksAndFailsInItsOwnStage(self):
+        script = self.suite(self.GOOD)
+        self.double("git", "#!/bin/bash\nprintf 'runtime/some.cpp\\0'\n")
+        self.double("jq", "#!/bin/bash\n")
+        self.double("clang-tidy", '#!/bin/bash\n: >"$MAY/begun"; echo oh no; exit 1\n')
+        self.double("clang-format", '#!/bin/bash\nuntil [ -e "$MAY/begun" ]; do sleep 0.05; done\n')
+        status, output, errors = self.run_script(script, "formatting", "clang-tidy")
+        self.assertEqual((status, errors, output.splitlines()[-1]), (1, "", "1 passed, 1 failed"))
+        self.assertRegex(output, r"(?m)^formatting +1 +0 +0 ")
+        self.assertRegex(output, r"(?ms)^oh no$.*^FAILED: clang-tidy \(see build/logs/clang-tidy.log\)$")
+
+    def test_StaticAnalysisIsDoneInItsStageWhenItComesFirst(self):
+        script = self.suite(self.GOOD)
+        self.double("git", "#!/bin/bash\nprintf 'runtime/some.cpp\\0'\n")
+        self.double("jq", "#!/bin/bash\n")
+        self.double("clang-tidy", '#!/bin/bash\necho "$@" >>"$MAY/read"\n')
+        self.double("clang-format", "#!/bin/bash\n")
+        status, output, errors = self.run_script(script, "clang-tidy", "formatting")
+        self.assertEqual((status, errors, output.splitlines()[-1]), (0, "", "2 passed, 0 failed"))
+        self.assertEqual((self.work / "read").read_text().split()[-1], "runtime/some.cpp")
+        self.assertEqual(len((self.work / "read").read_text().splitlines()), 1)
 
     def test_AnAarch64MachineSkipsTheEmulatedStageAndSaysWhy(self):
         script = self.suite(self.GOOD)
