@@ -45,6 +45,7 @@ constexpr std::chrono::milliseconds look_after(3000);
 constexpr std::chrono::milliseconds try_again_after(100);
 constexpr std::chrono::milliseconds look_every(250);
 constexpr size_t most_former_subjects = 32;
+constexpr int64_t flush_timeout_ms = 1000;
 constexpr int predecessor_may_linger_ms = 500;
 constexpr std::chrono::milliseconds look_for_predecessor_every(20);
 // A packet in front of which one is missing is given back: its sender publishes that again, or says
@@ -220,7 +221,8 @@ public:
     shared_->changed.notify_all();
     if (watcher_.joinable())
       watcher_.join();
-    subscription_.reset();
+    if (subscription_ != nullptr)
+      natsSubscription_Unsubscribe(subscription_.get());
     if (ours_ && session_.is_connected()) { // without a server there is nobody to tell
       await_acknowledgements();
       jsErrCode error = jsErrCode(0);
@@ -264,6 +266,18 @@ private:
     natsMsg_Destroy(answer);
   }
 
+  // The client's reading thread holds no reference of its own to the subscription of the packet in
+  // its hands (nats.c before 3.6, its issue 637). So one that may still be pushed to is kept until
+  // the thread has read the answer to a ping that was sent later, or has ended.
+  void retire_subscription() {
+    if (subscription_ == nullptr)
+      return;
+    natsSubscription_Unsubscribe(subscription_.get());
+    retired_.push_back(std::move(subscription_));
+    if (natsConnection_FlushTimeout(session_.connection(), flush_timeout_ms) == NATS_OK)
+      retired_.clear();
+  }
+
   uint32_t subscribe() {
     uint64_t generation = 0;
     {
@@ -272,7 +286,7 @@ private:
       shared_->last_push = 0;
       shared_->broken = false;
     }
-    subscription_.reset();
+    retire_subscription();
     {
       const std::lock_guard held(shared_->in_order);
       shared_->arrived.begin_anew();
@@ -444,11 +458,13 @@ private:
 
   const uint32_t destination_;
   std::shared_ptr<reception> shared_;
+  // In front of the session, whose end is the end of the thread that reads for them.
+  nats_object<natsSubscription> subscription_;
+  std::vector<nats_object<natsSubscription>> retired_;
   nats_session session_;
   std::string inbox_;   // first word of the subjects
   std::string subject_; // where the consumer pushes to
   std::deque<std::string> former_subjects_;
-  nats_object<natsSubscription> subscription_;
   int64_t made_at_ = 0;
   bool ours_ = false;
   std::thread watcher_;

@@ -51,6 +51,13 @@ std::string reason(natsStatus status);
 
 class nats_session {
 public:
+  nats_session() = default;
+  // Ends the client's reading thread before what it reads for is destroyed: it holds no reference
+  // to the subscription of the message in its hands, and the stream's answers have one.
+  ~nats_session() { natsConnection_Close(connection_.get()); }
+  nats_session(const nats_session &) = delete;
+  nats_session &operator=(const nats_session &) = delete;
+
   // 0, MESH_HOST_NO_RECEIVER when no server answers, MESH_HOST_BAD_CONFIG when they refuse us or a
   // file of ours, told.
   uint32_t open(const settings &limits, const place &at, uint32_t destination, jsOptions &options);

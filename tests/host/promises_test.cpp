@@ -343,6 +343,28 @@ TEST_F(NatsPromise, KeepsTheNextReceiverNotWaitingForWhatTheKilledOneWasTold) {
   EXPECT_LT(std::chrono::steady_clock::now(), until);
 }
 
+// Each goes in the middle of what the server pushes: nothing may read for it any more.
+TEST_F(NatsPromise, LetsReceiversComeAndGoWhilePacketsArrive) {
+  constexpr uint32_t count = 2000;
+  child sender([](conversation &parent) {
+    for (uint32_t i = 0; i < count; i++)
+      if (send_samples(i, 1) != 0)
+        return 1;
+    parent.say("sent");
+    return 0;
+  });
+  collecting_receiver receiver;
+  const auto until = std::chrono::steady_clock::now() + 6 * promptly;
+  while (receiver.messages.size() < count && std::chrono::steady_clock::now() < until) {
+    ASSERT_EQ(receiver.attach(), 0U);
+    receiver.poll(100);
+    receiver.detach();
+  }
+  EXPECT_EQ(receiver.numbers(), numbers_up_to(count));
+  EXPECT_EQ(sender.talk().hear(), "sent");
+  EXPECT_EQ(sender.wait(), 0);
+}
+
 TEST_F(NatsPromise, GoesOnWhenItsServerWasKilledAndStartedAnew) {
   child peer(receiver_of_numbers(300));
   ASSERT_EQ(peer.talk().hear(), "attached");
