@@ -265,6 +265,7 @@ private:
     } else {
       before_asking_ = 0;
       for (ask_stream(until); before_asking_ == 0; ask_stream(until)) {
+        gone_ = gone_ || stream_lost_;
         if (clock::now() >= until || gone_)
           return gone_;
         std::this_thread::sleep_for(look_for_room_every);

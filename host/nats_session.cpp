@@ -6,8 +6,10 @@
 #include "host/mesh_host.h"
 #include "host/tell.h"
 
+#include <chrono>
 #include <fstream>
 #include <sstream>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -19,6 +21,8 @@ constexpr int64_t request_timeout_ms = 2000;
 constexpr int64_t reconnect_wait_ms = 100;
 constexpr int64_t ping_interval_ms = 2000; // so that a server behind a cut link is noticed
 constexpr int pings_unanswered = 2;
+constexpr int most_looks = 25; // at a stream that is being made
+constexpr std::chrono::milliseconds look_again_after(20);
 
 rate_limit complaints, troubles;
 
@@ -163,14 +167,25 @@ uint32_t nats_session::ensure_stream(int64_t &made_at) {
   wanted.MaxMsgs = static_cast<int64_t>(at_->kept_batches) + most_batches_beyond;
   wanted.MaxBytes = 2 * static_cast<int64_t>(at_->kept_bytes) + (int64_t{16} << 20);
 
-  // One that is there already is used as it is, however whoever made it wanted it.
+  // One that is there already is used as it is, however whoever made it wanted it. While several
+  // make it, the server may have room for its name or subject no more and not have it yet, and
+  // answers each of them as if the stream were his: when it was made, one asks when it is there.
   jsStreamInfo *info = nullptr;
   jsErrCode error = jsErrCode(0);
-  natsStatus status = js_GetStreamInfo(&info, stream_.get(), name.c_str(), nullptr, &error);
-  if (status == NATS_NOT_FOUND || error == JSStreamNotFoundErr)
-    status = js_AddStream(&info, stream_.get(), &wanted, nullptr, &error);
+  natsStatus status = NATS_OK;
+  for (int looked = 0; looked < most_looks; looked++) {
+    status = js_GetStreamInfo(&info, stream_.get(), name.c_str(), nullptr, &error);
+    if (status != NATS_NOT_FOUND && error != JSStreamNotFoundErr)
+      break;
+    status = js_AddStream(nullptr, stream_.get(), &wanted, nullptr, &error);
+    const bool is_elsewhere = error == JSStreamSubjectOverlapErr || error == JSStreamNameExistErr;
+    if (status != NATS_OK && !is_elsewhere)
+      break;
+    if (is_elsewhere)
+      std::this_thread::sleep_for(look_again_after);
+  }
   const nats_object<jsStreamInfo> held(info);
-  if (status == NATS_OK) {
+  if (info != nullptr) {
     made_at = info->Created;
     return MESH_HOST_OK;
   }

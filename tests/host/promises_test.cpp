@@ -343,6 +343,30 @@ TEST_F(NatsPromise, KeepsTheNextReceiverNotWaitingForWhatTheKilledOneWasTold) {
   EXPECT_LT(std::chrono::steady_clock::now(), until);
 }
 
+// Each of them would make what the server keeps for a destination.
+TEST_F(NatsPromise, LetsAllSendersBeginAtTheSameTime) {
+  constexpr uint32_t destinations = 20;
+  place("bytes=1048576");
+  std::vector<std::unique_ptr<child>> senders;
+  for (int i = 0; i < 4; i++)
+    senders.push_back(std::make_unique<child>([](conversation &parent) {
+      parent.say("ready");
+      parent.hear();
+      const std::vector<uint8_t> bytes = encode_sample(0);
+      const msg_desc message{bytes.data(), sample_id, static_cast<uint32_t>(bytes.size())};
+      for (uint32_t to = 100; to < 100 + destinations; to++)
+        if (MESH_SendMsg(to, &message, 1) != 0)
+          return 1;
+      return 0;
+    }));
+  for (const auto &each : senders)
+    EXPECT_EQ(each->talk().hear(), "ready");
+  for (const auto &each : senders)
+    each->talk().say("go");
+  for (const auto &each : senders)
+    EXPECT_EQ(each->wait(), 0);
+}
+
 // Each goes in the middle of what the server pushes: nothing may read for it any more.
 TEST_F(NatsPromise, LetsReceiversComeAndGoWhilePacketsArrive) {
   constexpr uint32_t count = 2000;
