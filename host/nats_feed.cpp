@@ -293,6 +293,7 @@ private:
     }
     natsInbox *made = nullptr;
     natsStatus status = natsInbox_Create(&made);
+    const std::unique_ptr<natsInbox, decltype(&natsInbox_Destroy)> held(made, natsInbox_Destroy);
     if (status == NATS_OK) {
       // What the server did not answer for may come to pass late: of this process's consumers any
       // may be the one that is there.
@@ -301,7 +302,6 @@ private:
         former_subjects_.pop_front();
       // The client makes it with the usual first word.
       subject_ = inbox_ + std::string(made).substr(strlen("_INBOX"));
-      natsInbox_Destroy(made);
       auto *closure = new subscriber{shared_, generation};
       natsSubscription *subscribed = nullptr;
       status = natsConnection_Subscribe(&subscribed, session_.connection(), subject_.c_str(),
@@ -440,9 +440,14 @@ private:
   }
 
   uint32_t make_consumer_anew() {
-    if (const uint32_t result = subscribe(); result != MESH_HOST_OK)
-      return result;
-    const uint32_t result = claim();
+    uint32_t result = MESH_HOST_SYSTEM;
+    try {
+      result = subscribe();
+      if (result == MESH_HOST_OK)
+        result = claim();
+    } catch (const std::bad_alloc &) { // on a thread that nobody catches for; it is tried again
+      tell("destination %u: no memory to make its consumer anew", destination_);
+    }
     if (result != MESH_HOST_OK) {
       const std::lock_guard held(shared_->lock);
       shared_->broken = true;
