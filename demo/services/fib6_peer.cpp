@@ -17,7 +17,7 @@ int run(int argc, char **argv) {
       "  sync           for the whole table\n"
       "  write FILE, quit\n"
       "Exit status: 0 ended when asked to, 1 failed, 2 wrong usage, 3 ended when\n"
-      "asked to, but lines were bad.");
+      "asked to, but lines were bad or could not be read.");
   app.add_number("--service", options.service, {0, UINT32_MAX - 10}, "Where the service attached");
   app.add_number("--number", options.number, {1, 10}, "Which of its peers this is");
   app.add_number("--check-ms", options.check_ms, {10, 3'600'000},

@@ -17,7 +17,7 @@ int run(int argc, char **argv) {
       "  pause MS                                as --pause, from now on\n"
       "  digest, write FILE, quit\n"
       "Exit status: 0 ended when asked to, 1 failed, 2 wrong usage, 3 ended when\n"
-      "asked to, but lines were bad and skipped.");
+      "asked to, but lines were bad and skipped, or could not be read.");
   app.add_option("table", options.table,
                  "File of prefixes or of `ip -6 route` output, gzip or plain; none: no routes",
                  demo::command_line::initial::hidden);

@@ -38,7 +38,12 @@ void line_input::take_lines(const line_taker &take) {
   const ssize_t got = read(descriptor, buffer.data(), buffer.size());
   if (got < 0 && (errno == EINTR || errno == EAGAIN))
     return;
-  if (got <= 0) { // what cannot be read, such as a closed standard input, has no lines
+  if (got < 0) {
+    has_failed = true;
+    complain("cannot read %s behind line %u: %s\n", its_name.c_str(), lines,
+             error_text(errno).c_str());
+  }
+  if (got <= 0) {
     at_end = true;
     if (!pending.empty()) // the last line may lack its end
       hand_on(take);

@@ -24,7 +24,11 @@ public:
   const std::string &name() const { return its_name; }
 
   // Hands on some of what is there. Of a line of more than longest_line bytes only one byte more.
+  // What cannot be read is told once on standard error: whoever reads has more to do, and goes on.
   void take_lines(const line_taker &take);
+
+  // Whether there were lines, or may have been, that could not be read.
+  bool failed() const { return has_failed; }
 
 private:
   bool readable() const;
@@ -32,7 +36,7 @@ private:
 
   std::string its_name;
   int descriptor;
-  bool at_end = false;
+  bool at_end = false, has_failed = false;
   std::string pending;
   uint32_t lines = 0;
 };

@@ -246,7 +246,7 @@ private:
   }
 
 public:
-  int status() const { return bad_lines > 0 ? bad_input_status : 0; }
+  int status() const { return bad_lines > 0 || lines.failed() ? bad_input_status : 0; }
 
 private:
   const uint32_t service, destination;

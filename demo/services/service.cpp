@@ -62,7 +62,7 @@ public:
           static_cast<unsigned long long>(refused));
   }
 
-  int status() const { return bad_lines > 0 ? bad_input_status : 0; }
+  int status() const { return bad_lines > 0 || changes.failed() ? bad_input_status : 0; }
 
 private:
   static route_feed read_table(const service_options &options, uint64_t &bad) {

@@ -800,4 +800,15 @@ TEST_F(Service, NamesBadLinesAndGoesOn) {
   EXPECT_FALSE(holds(errors, "standard input:6"));
 }
 
+TEST_F(Service, SaysThatLinesCannotBeReadAndGoesOn) {
+  program_run service(
+      {{program("fib6-service"), table_of(10), "--changes", mine()}, "/dev/null", work(), {}});
+  EXPECT_TRUE(comes_to_pass([&] { return !service.errors().empty(); }));
+  service.wait_for("serving 10 routes");
+  kill(service.pid(), SIGTERM);
+  EXPECT_EQ(service.status(60), 3);
+  EXPECT_TRUE(holds(service.output(), "ended: "));
+  EXPECT_EQ(service.errors(), "cannot read " + mine() + " behind line 0: Is a directory\n");
+}
+
 } // namespace
