@@ -76,10 +76,16 @@ class Faults(unittest.TestCase):
 
     def test_ExamplesBearCallsThatFail(self):
         self.bears("send_route", "receive_routes", "synchronise", "decode_buffer", "decode_buffer_cpp", "own_host",
-                   most=2)
+                   "decode_buffer.py", "send_route.py", most=2)
+
+    def test_TheTapSaysWhatItsFileLacks(self):
+        name = "send_route with the tap"
+        table, found = faults.sweep(self.trial, name, wanted=("open", "write", "resize", "map", "thread"))
+        self.assertEqual(found, [])
+        self.assertGreater(table["write"][faults.REFUSED], 4, table)
 
     def test_TheDemoBearsCallsThatFail(self):
-        self.bears("fib6-sender", most=1)
+        self.bears("fib6-sender", "fib6-service", "fib6-peer", most=1)
 
     def test_ASweepThatIsInterruptedLeavesNothing(self):
         folder = pathlib.Path(tempfile.tempdir)

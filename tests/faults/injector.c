@@ -3,10 +3,16 @@
  * Room: tests. Includes libc and the loader. GNU C, without a C++ runtime: it is there before that
  * one.
  *
- * FAULTS_STATE  a file of the size of `struct state`, which all processes of a run share
- * FAULTS_BELOW  only programs whose file is below this folder are concerned
+ * FAULTS_STATE   a file of the size of `struct state`, which all processes of a run share
+ *
+ * FAULTS_BELOW   only programs whose file is below this folder are concerned
+ *
+ * FAULTS_FROM    a part of a path: calls count from when such a library is loaded on
+ *
  * FAULTS_KIND, FAULTS_NUMBER, FAULTS_ERROR   which call fails, and how: errno, or -1 for half a
- * transfer FAULTS_LASTS  set: all later calls of the kind fail as well
+ * transfer
+ *
+ * FAULTS_LASTS   set: all later calls of the kind fail as well
  *
  * Calls that libc makes of itself pass by, so the functions of stdio are named here one by one;
  * what a stream still holds at the very end goes to /dev/full (faults.py). Debian's libfiu knows
@@ -84,6 +90,7 @@ static struct state *state;
 static int chosen = -1, error;
 static uint64_t number;
 static int lasts, armed;
+static const char *arming_library;
 static __thread int is_inside;      /* of what this file itself calls */
 static __thread const void *caller; /* of the allocation in hand */
 
@@ -494,6 +501,8 @@ int getaddrinfo(const char *host, const char *service, const struct addrinfo *hi
 /* Failed as libc's own says it: dlerror then has a text. */
 void *dlopen(const char *path, int how) {
   REAL(void *, dlopen, (const char *, int))
+  if (state != NULL && !armed && path != NULL && strstr(path, arming_library) != NULL)
+    armed = 1;
   return fails(of_load, "dlopen", -1) ? real("/this library was made to fail", how)
                                       : real(path, how);
 }
@@ -530,7 +539,8 @@ static void read_orders(void) {
     error = atoi(getenv("FAULTS_ERROR"));
     lasts = getenv("FAULTS_LASTS") != NULL;
   }
-  armed = 1;
+  arming_library = getenv("FAULTS_FROM");
+  armed = arming_library == NULL;
 }
 
 static int (*main_of_program)(int, char **, char **);
